@@ -1,0 +1,61 @@
+#include "core/ProviderError.h"
+
+namespace vesk {
+
+namespace {
+
+std::string describe(ProviderError::Kind kind, ProviderID provider, int status, const std::string& text)
+{
+    using Kind = ProviderError::Kind;
+    switch (kind) {
+    case Kind::missingAPIKey:
+        return "No API key set for " + std::string(displayName(provider)) + ". Add one in Settings.";
+    case Kind::invalidCorrectionOutput:
+        return "The provider returned an invalid correction: " + text;
+    case Kind::http:
+        return "Request failed (" + std::to_string(status) + "): " + text;
+    case Kind::transport:
+        return "Network error: " + text;
+    case Kind::invalidResponse:
+        return "The provider returned an unexpected response.";
+    case Kind::timeout:
+        return "The provider didn't respond in time.";
+    }
+    return {};
+}
+
+} // namespace
+
+ProviderError::ProviderError(Kind kind, ProviderID provider, int status, std::string text)
+    : m_kind(kind), m_provider(provider), m_status(status), m_text(std::move(text)),
+      m_description(describe(kind, provider, status, m_text))
+{}
+
+ProviderError ProviderError::missingAPIKey(ProviderID provider) { return {Kind::missingAPIKey, provider, 0, {}}; }
+
+ProviderError ProviderError::invalidCorrectionOutput(std::string reason)
+{
+    return {Kind::invalidCorrectionOutput, ProviderID::openai, 0, std::move(reason)};
+}
+
+ProviderError ProviderError::http(int status, std::string message)
+{
+    return {Kind::http, ProviderID::openai, status, std::move(message)};
+}
+
+ProviderError ProviderError::transport(std::string description)
+{
+    return {Kind::transport, ProviderID::openai, 0, std::move(description)};
+}
+
+ProviderError ProviderError::invalidResponse() { return {Kind::invalidResponse, ProviderID::openai, 0, {}}; }
+
+ProviderError ProviderError::timeout() { return {Kind::timeout, ProviderID::openai, 0, {}}; }
+
+bool ProviderError::operator==(const ProviderError& other) const
+{
+    return m_kind == other.m_kind && m_provider == other.m_provider && m_status == other.m_status &&
+           m_text == other.m_text;
+}
+
+} // namespace vesk

@@ -1,0 +1,41 @@
+#include "core/ProviderFailure.h"
+
+namespace vesk {
+
+ProviderFailure ProviderFailure::from(const ProviderError& error, ProviderID provider)
+{
+    using Kind = ProviderError::Kind;
+    const std::string name(displayName(provider));
+    switch (error.kind()) {
+    case Kind::missingAPIKey:
+        return {"No " + name + " key yet", "Add your API key in Settings.", std::nullopt};
+    case Kind::http: {
+        std::string detail = "HTTP " + std::to_string(error.status()) + " " + error.text();
+        if (error.status() == 401 || error.status() == 403) {
+            return {name + " rejected the key", "Check the key and paste it again.", std::move(detail)};
+        }
+        if (error.status() == 429) {
+            return {name + " is rate limiting", "Wait a moment and try again.", std::move(detail)};
+        }
+        return {name + " returned an error", "Try again in a moment.", std::move(detail)};
+    }
+    case Kind::transport:
+        return {name + " didn't respond", "Check your connection and try again.", error.text()};
+    case Kind::timeout:
+        return {name + " didn't respond", "Check your connection and try again.", std::nullopt};
+    case Kind::invalidCorrectionOutput:
+    case Kind::invalidResponse:
+        return {name + " sent an unexpected reply", "Try again.", error.description()};
+    }
+    return {"Couldn't correct", error.description(), std::nullopt};
+}
+
+ProviderFailure ProviderFailure::from(const std::exception& error, ProviderID provider)
+{
+    if (const auto* providerError = dynamic_cast<const ProviderError*>(&error)) {
+        return from(*providerError, provider);
+    }
+    return {"Couldn't correct", error.what(), std::nullopt};
+}
+
+} // namespace vesk

@@ -1,0 +1,27 @@
+#pragma once
+
+// The user-facing form of any failure: a title, what to do, and optional technical detail.
+
+#include "core/ProviderError.h"
+
+#include <exception>
+#include <optional>
+#include <string>
+
+namespace vesk {
+
+struct ProviderFailure
+{
+    std::string title;
+    std::string message;
+    std::optional<std::string> detail;
+
+    bool operator==(const ProviderFailure&) const = default;
+
+    // The texts always name `provider`, whatever the error's own payload names.
+    static ProviderFailure from(const ProviderError& error, ProviderID provider);
+    // Total: a ProviderError maps as above, anything else reads "Couldn't correct" with its description.
+    static ProviderFailure from(const std::exception& error, ProviderID provider);
+};
+
+} // namespace vesk

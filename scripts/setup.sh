@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Installs the Debian 12 packages Vesk needs when any is missing, then configures and builds.
+# Idempotent; quiet when everything is already there. Run as root on a fresh machine.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+build=${VESK_BUILD_DIR:-$root/build}
+
+packages=(
+    g++ cmake make pkg-config
+    libicu-dev nlohmann-json3-dev
+    googletest libgtest-dev libgmock-dev libbenchmark-dev
+)
+
+missing=()
+for p in "${packages[@]}"; do
+    status=$(dpkg-query -W -f='${Status}' "$p" 2>/dev/null || true)
+    [[ $status == "install ok installed" ]] || missing+=("$p")
+done
+if ((${#missing[@]})); then
+    echo "setup: installing ${missing[*]}"
+    sudo_cmd=()
+    [[ $(id -u) -eq 0 ]] || sudo_cmd=(sudo)
+    export DEBIAN_FRONTEND=noninteractive
+    "${sudo_cmd[@]}" apt-get update -qq
+    "${sudo_cmd[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi
+
+cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE="${VESK_BUILD_TYPE:-RelWithDebInfo}" ${VESK_CMAKE_ARGS:-} >/dev/null
+cmake --build "$build" --parallel "$(nproc)"
