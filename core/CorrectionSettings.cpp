@@ -32,8 +32,7 @@ const Json* requiredKey(const Json& object, const char* key, std::string& error)
     return &*found;
 }
 
-template <typename E>
-bool decodeCase(const Json& object, const char* key, E& out, std::string& error)
+template <typename E> bool decodeCase(const Json& object, const char* key, E& out, std::string& error)
 {
     const Json* value = requiredKey(object, key, error);
     if (value == nullptr) {

@@ -17,8 +17,7 @@ enum class Tone { preserve, natural, conversational, professional, friendly, con
 enum class LanguageMode { automatic, englishUS, englishUK, spanish };
 
 // A case with its raw value, display title and the sentence the prompt uses for it.
-template <typename E>
-struct SettingCase
+template <typename E> struct SettingCase
 {
     E value;
     std::string_view rawValue;
@@ -26,8 +25,7 @@ struct SettingCase
     std::string_view promptRule;
 };
 
-template <>
-struct CaseTable<CorrectionStrength>
+template <> struct CaseTable<CorrectionStrength>
 {
     static constexpr std::array<SettingCase<CorrectionStrength>, 4> cases{{
         {CorrectionStrength::spellingPunctuation, "spellingPunctuation", "Spelling",
@@ -41,8 +39,7 @@ struct CaseTable<CorrectionStrength>
     }};
 };
 
-template <>
-struct CaseTable<Tone>
+template <> struct CaseTable<Tone>
 {
     static constexpr std::array<SettingCase<Tone>, 6> cases{{
         {Tone::preserve, "preserve", "Preserve original",
@@ -55,26 +52,25 @@ struct CaseTable<Tone>
     }};
 };
 
-template <>
-struct CaseTable<LanguageMode>
+template <> struct CaseTable<LanguageMode>
 {
     static constexpr std::array<SettingCase<LanguageMode>, 4> cases{{
         {LanguageMode::automatic, "auto", "Auto-detect & keep language",
          "Respond in the same language as the input. Do not translate."},
-        {LanguageMode::englishUS, "englishUS", "Force English (US)", "Respond in US English, translating if necessary."},
-        {LanguageMode::englishUK, "englishUK", "Force English (UK)", "Respond in UK English, translating if necessary."},
+        {LanguageMode::englishUS, "englishUS", "Force English (US)",
+         "Respond in US English, translating if necessary."},
+        {LanguageMode::englishUK, "englishUK", "Force English (UK)",
+         "Respond in UK English, translating if necessary."},
         {LanguageMode::spanish, "spanish", "Force Spanish", "Respond in Spanish, translating if necessary."},
     }};
 };
 
-template <typename E>
-constexpr std::string_view title(E value)
+template <typename E> constexpr std::string_view title(E value)
 {
     return caseInfo(value).title;
 }
 
-template <typename E>
-constexpr std::string_view promptRule(E value)
+template <typename E> constexpr std::string_view promptRule(E value)
 {
     return caseInfo(value).promptRule;
 }

@@ -11,24 +11,20 @@
 
 namespace vesk {
 
-template <typename E>
-struct CaseTable;
+template <typename E> struct CaseTable;
 
-template <typename E>
-constexpr const auto& caseInfo(E value)
+template <typename E> constexpr const auto& caseInfo(E value)
 {
     return CaseTable<E>::cases[static_cast<std::size_t>(value)];
 }
 
-template <typename E>
-constexpr std::string_view rawValue(E value)
+template <typename E> constexpr std::string_view rawValue(E value)
 {
     return caseInfo(value).rawValue;
 }
 
 // The case whose raw value is exactly `raw` (case-sensitive), or nothing.
-template <typename E>
-constexpr std::optional<E> fromRawValue(std::string_view raw)
+template <typename E> constexpr std::optional<E> fromRawValue(std::string_view raw)
 {
     for (const auto& c : CaseTable<E>::cases) {
         if (c.rawValue == raw) {
@@ -39,8 +35,7 @@ constexpr std::optional<E> fromRawValue(std::string_view raw)
 }
 
 // Every case in declaration order.
-template <typename E>
-constexpr auto allCases()
+template <typename E> constexpr auto allCases()
 {
     constexpr auto& table = CaseTable<E>::cases;
     std::array<E, table.size()> values{};

@@ -9,23 +9,18 @@
 
 namespace vesk {
 
-template <typename E>
-struct Unexpected
+template <typename E> struct Unexpected
 {
     E error;
 };
 
-template <typename E>
-Unexpected(E) -> Unexpected<E>;
+template <typename E> Unexpected(E) -> Unexpected<E>;
 
-template <typename T, typename E>
-class Expected
+template <typename T, typename E> class Expected
 {
 public:
     Expected(T value) : m_state(std::in_place_index<0>, std::move(value)) {}
-    template <typename G>
-    Expected(Unexpected<G> failure) : m_state(std::in_place_index<1>, std::move(failure.error))
-    {}
+    template <typename G> Expected(Unexpected<G> failure) : m_state(std::in_place_index<1>, std::move(failure.error)) {}
 
     [[nodiscard]] bool hasValue() const { return m_state.index() == 0; }
     explicit operator bool() const { return hasValue(); }

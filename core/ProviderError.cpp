@@ -29,9 +29,13 @@ std::string describe(ProviderError::Kind kind, ProviderID provider, int status, 
 ProviderError::ProviderError(Kind kind, ProviderID provider, int status, std::string text)
     : m_kind(kind), m_provider(provider), m_status(status), m_text(std::move(text)),
       m_description(describe(kind, provider, status, m_text))
-{}
+{
+}
 
-ProviderError ProviderError::missingAPIKey(ProviderID provider) { return {Kind::missingAPIKey, provider, 0, {}}; }
+ProviderError ProviderError::missingAPIKey(ProviderID provider)
+{
+    return {Kind::missingAPIKey, provider, 0, {}};
+}
 
 ProviderError ProviderError::invalidCorrectionOutput(std::string reason)
 {
@@ -48,9 +52,15 @@ ProviderError ProviderError::transport(std::string description)
     return {Kind::transport, ProviderID::openai, 0, std::move(description)};
 }
 
-ProviderError ProviderError::invalidResponse() { return {Kind::invalidResponse, ProviderID::openai, 0, {}}; }
+ProviderError ProviderError::invalidResponse()
+{
+    return {Kind::invalidResponse, ProviderID::openai, 0, {}};
+}
 
-ProviderError ProviderError::timeout() { return {Kind::timeout, ProviderID::openai, 0, {}}; }
+ProviderError ProviderError::timeout()
+{
+    return {Kind::timeout, ProviderID::openai, 0, {}};
+}
 
 bool ProviderError::operator==(const ProviderError& other) const
 {

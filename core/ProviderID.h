@@ -25,8 +25,7 @@ inline constexpr std::array<std::string_view, 3> anthropicModels{"claude-haiku-4
                                                                  "claude-opus-4-8"};
 } // namespace detail
 
-template <>
-struct CaseTable<ProviderID>
+template <> struct CaseTable<ProviderID>
 {
     static constexpr std::array<ProviderCase, 2> cases{{
         {ProviderID::openai, "openai", "OpenAI", detail::openAIModels},
@@ -34,8 +33,17 @@ struct CaseTable<ProviderID>
     }};
 };
 
-constexpr std::string_view displayName(ProviderID provider) { return caseInfo(provider).displayName; }
-constexpr std::span<const std::string_view> models(ProviderID provider) { return caseInfo(provider).models; }
-constexpr std::string_view defaultModel(ProviderID provider) { return models(provider).front(); }
+constexpr std::string_view displayName(ProviderID provider)
+{
+    return caseInfo(provider).displayName;
+}
+constexpr std::span<const std::string_view> models(ProviderID provider)
+{
+    return caseInfo(provider).models;
+}
+constexpr std::string_view defaultModel(ProviderID provider)
+{
+    return models(provider).front();
+}
 
 } // namespace vesk

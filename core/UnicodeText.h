@@ -20,7 +20,7 @@ std::size_t countWords(std::string_view text);
 
 // The text folded for comparison: lower case in the given locale's rules, then case-folded, with
 // combining marks removed after canonical decomposition. An empty locale id means the user's locale.
-// Apostrophes are not unified: ' and U+2019 stay different.
+// Apostrophes are not unified: ' and U+2019 stay different. Invalid UTF-8 folds to U+FFFD.
 std::string foldedForComparison(std::string_view text, std::string_view localeId = {});
 
 } // namespace vesk::unicode

@@ -1,0 +1,126 @@
+#include "core/ProviderFailure.h"
+
+#include "support/ParamName.h"
+
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+namespace vesk {
+namespace {
+
+struct FailureCase
+{
+    const char* name;
+    ProviderError error;
+    ProviderID provider;
+    ProviderFailure expected;
+};
+
+class FailureTexts : public ::testing::TestWithParam<FailureCase>
+{
+};
+
+TEST_P(FailureTexts, AreExact)
+{
+    EXPECT_EQ(ProviderFailure::from(GetParam().error, GetParam().provider), GetParam().expected);
+    // Thrown and caught as any exception, the error maps the same way.
+    try {
+        throw GetParam().error;
+    } catch (const std::exception& e) {
+        EXPECT_EQ(ProviderFailure::from(e, GetParam().provider), GetParam().expected);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Errors, FailureTexts,
+    ::testing::Values(
+        FailureCase{"MissingKey",
+                    ProviderError::missingAPIKey(ProviderID::openai),
+                    ProviderID::openai,
+                    {"No OpenAI key yet", "Add your API key in Settings.", std::nullopt}},
+        FailureCase{"MissingKeyNamesTheProviderInUse",
+                    ProviderError::missingAPIKey(ProviderID::openai),
+                    ProviderID::anthropic,
+                    {"No Anthropic key yet", "Add your API key in Settings.", std::nullopt}},
+        FailureCase{"Unauthorized",
+                    ProviderError::http(401, "invalid x-api-key"),
+                    ProviderID::anthropic,
+                    {"Anthropic rejected the key", "Check the key and paste it again.", "HTTP 401 invalid x-api-key"}},
+        FailureCase{"ForbiddenIsAKeyRejection",
+                    ProviderError::http(403, "no"),
+                    ProviderID::openai,
+                    {"OpenAI rejected the key", "Check the key and paste it again.", "HTTP 403 no"}},
+        FailureCase{"RateLimited",
+                    ProviderError::http(429, "slow down"),
+                    ProviderID::openai,
+                    {"OpenAI is rate limiting", "Wait a moment and try again.", "HTTP 429 slow down"}},
+        FailureCase{"PaymentRequiredIsGeneric",
+                    ProviderError::http(402, "pay"),
+                    ProviderID::openai,
+                    {"OpenAI returned an error", "Try again in a moment.", "HTTP 402 pay"}},
+        FailureCase{"ServerErrorWithEmptyMessage",
+                    ProviderError::http(500, ""),
+                    ProviderID::anthropic,
+                    {"Anthropic returned an error", "Try again in a moment.", "HTTP 500 "}},
+        FailureCase{"Transport",
+                    ProviderError::transport("Could not connect"),
+                    ProviderID::openai,
+                    {"OpenAI didn't respond", "Check your connection and try again.", "Could not connect"}},
+        FailureCase{"TransportWithEmptyDescription",
+                    ProviderError::transport(""),
+                    ProviderID::openai,
+                    {"OpenAI didn't respond", "Check your connection and try again.", ""}},
+        FailureCase{"Timeout",
+                    ProviderError::timeout(),
+                    ProviderID::anthropic,
+                    {"Anthropic didn't respond", "Check your connection and try again.", std::nullopt}},
+        FailureCase{"InvalidOutput",
+                    ProviderError::invalidCorrectionOutput("empty response"),
+                    ProviderID::openai,
+                    {"OpenAI sent an unexpected reply", "Try again.",
+                     "The provider returned an invalid correction: empty response"}},
+        FailureCase{
+            "InvalidResponse",
+            ProviderError::invalidResponse(),
+            ProviderID::anthropic,
+            {"Anthropic sent an unexpected reply", "Try again.", "The provider returned an unexpected response."}}),
+    test::ParamName{});
+
+TEST(ProviderFailure, AnyOtherErrorCannotCorrect)
+{
+    const std::runtime_error error("disk on fire");
+    EXPECT_EQ(ProviderFailure::from(error, ProviderID::openai),
+              (ProviderFailure{"Couldn't correct", "disk on fire", std::nullopt}));
+}
+
+TEST(ProviderError, DescriptionsAreExact)
+{
+    EXPECT_EQ(ProviderError::missingAPIKey(ProviderID::anthropic).description(),
+              "No API key set for Anthropic. Add one in Settings.");
+    EXPECT_EQ(ProviderError::http(404, "model: x").description(), "Request failed (404): model: x");
+    EXPECT_EQ(ProviderError::transport("reset").description(), "Network error: reset");
+    EXPECT_EQ(ProviderError::timeout().description(), "The provider didn't respond in time.");
+    EXPECT_STREQ(ProviderError::invalidResponse().what(), "The provider returned an unexpected response.");
+}
+
+TEST(ProviderError, EqualityComparesCaseAndPayload)
+{
+    EXPECT_EQ(ProviderError::http(500, "a"), ProviderError::http(500, "a"));
+    EXPECT_NE(ProviderError::http(500, "a"), ProviderError::http(502, "a"));
+    EXPECT_NE(ProviderError::transport("x"), ProviderError::invalidCorrectionOutput("x"));
+    EXPECT_NE(ProviderError::missingAPIKey(ProviderID::openai), ProviderError::missingAPIKey(ProviderID::anthropic));
+}
+
+TEST(ProviderID, RawValuesAndModels)
+{
+    EXPECT_EQ(fromRawValue<ProviderID>("anthropic"), ProviderID::anthropic);
+    EXPECT_EQ(fromRawValue<ProviderID>("Anthropic"), std::nullopt);
+    EXPECT_EQ(allCases<ProviderID>().front(), ProviderID::openai);
+    EXPECT_EQ(defaultModel(ProviderID::openai), "gpt-4o-mini");
+    EXPECT_EQ(defaultModel(ProviderID::anthropic), "claude-haiku-4-5-20251001");
+    EXPECT_EQ(models(ProviderID::anthropic).size(), 3U);
+    EXPECT_EQ(displayName(ProviderID::openai), "OpenAI");
+}
+
+} // namespace
+} // namespace vesk
