@@ -7,7 +7,7 @@ build=${VESK_BUILD_DIR:-$root/build}
 
 packages=(
     g++ cmake make pkg-config
-    libicu-dev nlohmann-json3-dev
+    libicu-dev nlohmann-json3-dev libcurl4-openssl-dev ca-certificates
     googletest libgtest-dev libgmock-dev libbenchmark-dev
 )
 

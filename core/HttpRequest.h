@@ -1,0 +1,35 @@
+#pragma once
+
+// A prepared HTTP request, as the provider dialects build it and a transport sends it.
+
+#include "core/Expected.h"
+#include "core/Json.h"
+
+#include <chrono>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vesk {
+
+struct HttpRequest
+{
+    std::string method = "POST";
+    std::string url;
+    std::vector<std::pair<std::string, std::string>> headers; // in the order they are sent
+    std::string body;
+    // The longest wait without receiving a byte (connecting, waiting for the head, or between body bytes).
+    // A long reply that keeps streaming is never cut.
+    std::chrono::milliseconds idleTimeout = std::chrono::seconds(60);
+
+    // The value of the first header with this name (ASCII case-insensitive), or an empty view.
+    [[nodiscard]] std::string_view header(std::string_view name) const;
+};
+
+// The request builder both dialects share: POST, a 60-second idle time-out, "Content-Type:
+// application/json", then the provider's headers, then the JSON body. Fails only when the body cannot
+// be encoded (text that is not valid UTF-8); the error is a readable description.
+Expected<HttpRequest, std::string>
+makeJsonRequest(std::string url, std::vector<std::pair<std::string, std::string>> providerHeaders, const Json& body);
+
+} // namespace vesk
