@@ -1,0 +1,270 @@
+#include "core/CorrectionDiff.h"
+
+#include "support/ReferenceDiff.h"
+
+#include <gtest/gtest.h>
+#include <ostream>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace vesk {
+
+// Readable failure messages instead of byte dumps.
+void PrintTo(const CorrectionDiffPiece& piece, std::ostream* out)
+{
+    if (piece.isChange()) {
+        *out << "change(" << piece.changeId() << ")";
+    } else {
+        *out << "text(\"" << piece.commonText() << "\")";
+    }
+}
+
+void PrintTo(const CorrectionDiffChange& change, std::ostream* out)
+{
+    *out << "{" << change.id << ", \"" << change.original << "\" -> \"" << change.replacement << "\"}";
+}
+
+namespace CorrectionDiff {
+
+void PrintTo(const Segment& segment, std::ostream* out)
+{
+    static constexpr const char* kinds[] = {"=", "+", "-"};
+    *out << kinds[static_cast<int>(segment.kind)] << "\"" << segment.text << "\"";
+}
+
+} // namespace CorrectionDiff
+
+namespace {
+
+using Strings = std::vector<std::string>;
+using Segments = std::vector<CorrectionDiff::Segment>;
+using Kind = CorrectionDiff::Segment::Kind;
+
+CorrectionDiff::Segment equal(std::string text)
+{
+    return {std::move(text), Kind::equal};
+}
+CorrectionDiff::Segment insert(std::string text)
+{
+    return {std::move(text), Kind::insert};
+}
+CorrectionDiff::Segment deletion(std::string text)
+{
+    return {std::move(text), Kind::deletion};
+}
+
+CorrectionDiffPiece text(std::string common)
+{
+    return CorrectionDiffPiece::text(std::move(common));
+}
+CorrectionDiffPiece change(int id)
+{
+    return CorrectionDiffPiece::change(id);
+}
+
+// Checks everything a consumer of a plan relies on, whatever the texts.
+void expectConsistent(const CorrectionDiffPlan& plan)
+{
+    std::string original;
+    std::string corrected;
+    bool previousWasChange = false;
+    for (const CorrectionDiffPiece& piece : plan.pieces) {
+        if (!piece.isChange()) {
+            EXPECT_FALSE(piece.commonText().empty());
+            original += piece.commonText();
+            corrected += piece.commonText();
+            previousWasChange = false;
+            continue;
+        }
+        ASSERT_GE(piece.changeId(), 0);
+        ASSERT_LT(piece.changeId(), plan.changeCount());
+        const CorrectionDiffChange& change = plan.changes[static_cast<std::size_t>(piece.changeId())];
+        EXPECT_FALSE(previousWasChange) << "neighbouring changes should have been one";
+        EXPECT_FALSE(change.original.empty() && change.replacement.empty());
+        original += change.original;
+        corrected += change.replacement;
+        previousWasChange = true;
+    }
+    EXPECT_EQ(original, plan.original);
+    EXPECT_EQ(corrected, plan.corrected);
+    for (std::size_t k = 0; k < plan.changes.size(); ++k) {
+        EXPECT_EQ(plan.changes[k].id, static_cast<int>(k));
+    }
+}
+
+TEST(CorrectionDiffTokens, SplitWordsFromSpaceAndPunctuation)
+{
+    EXPECT_EQ(CorrectionDiff::tokens("Hello, world!"), (Strings{"Hello", ", ", "world", "!"}));
+    EXPECT_EQ(CorrectionDiff::tokens(""), Strings{});
+    EXPECT_EQ(CorrectionDiff::tokens(" \t\n"), Strings{" \t\n"});
+    EXPECT_EQ(CorrectionDiff::tokens("Wait... what?!"), (Strings{"Wait", "... ", "what", "?!"}));
+    // Letters and digits are one class; the decimal point is not.
+    EXPECT_EQ(CorrectionDiff::tokens("abc123 3.14"), (Strings{"abc123", " ", "3", ".", "14"}));
+    // Numbers by property, not only ASCII digits: Arabic-Indic digits, a vulgar fraction, a Roman numeral.
+    EXPECT_EQ(CorrectionDiff::tokens("\u0663\u0664 1\u00BD \u216B"),
+              (Strings{"\u0663\u0664", " ", "1\u00BD", " ", "\u216B"}));
+    EXPECT_EQ(CorrectionDiff::tokens("\u65E5\u672C\u8A9E\u306E\u30C6\u30AD\u30B9\u30C8\u3002\u6B21"),
+              (Strings{"\u65E5\u672C\u8A9E\u306E\u30C6\u30AD\u30B9\u30C8", "\u3002", "\u6B21"}));
+}
+
+TEST(CorrectionDiffTokens, ClassifyWholeCharactersByTheirFirstCodePoint)
+{
+    // A combining accent is no letter itself but stays with the letter it sits on...
+    EXPECT_EQ(CorrectionDiff::tokens("cafe\u0301 noir"), (Strings{"cafe\u0301", " ", "noir"}));
+    EXPECT_EQ(CorrectionDiff::tokens("\u0928\u092E\u0938\u094D\u0924\u0947 ji"),
+              (Strings{"\u0928\u092E\u0938\u094D\u0924\u0947", " ", "ji"}));
+    // ...and with the space it sits on, which makes it part of the space's token.
+    EXPECT_EQ(CorrectionDiff::tokens("a \u0301b"), (Strings{"a", " \u0301", "b"}));
+    const std::string family = "\U0001F469\u200D\U0001F469\u200D\U0001F467";
+    EXPECT_EQ(CorrectionDiff::tokens("I " + family + " you"), (Strings{"I", " " + family + " ", "you"}));
+    EXPECT_EQ(CorrectionDiff::tokens("ok\U0001F1E9\U0001F1EA\U0001F1EB\U0001F1F7"),
+              (Strings{"ok", "\U0001F1E9\U0001F1EA\U0001F1EB\U0001F1F7"}));
+}
+
+TEST(CorrectionDiffTokens, KeepEveryByteOfInvalidUtf8)
+{
+    const std::string text = "ab\xff\xfe cd\xC3 e\xE2\x82";
+    const Strings found = CorrectionDiff::tokens(text);
+    EXPECT_EQ(found, (Strings{"ab", "\xff\xfe ", "cd", "\xC3 ", "e", "\xE2\x82"}));
+    std::string joined;
+    for (const std::string& token : found) {
+        joined += token;
+    }
+    EXPECT_EQ(joined, text);
+}
+
+TEST(CorrectionDiffSegments, KeepTheLongestCommonSubsequence)
+{
+    EXPECT_EQ(CorrectionDiff::segments(Strings{"teh", " ", "cat"}, Strings{"the", " ", "cat"}),
+              (Segments{deletion("teh"), insert("the"), equal(" "), equal("cat")}));
+    EXPECT_EQ(CorrectionDiff::segments(Strings{}, Strings{"a", "b"}), (Segments{insert("a"), insert("b")}));
+    EXPECT_EQ(CorrectionDiff::segments(Strings{"a", "b"}, Strings{}), (Segments{deletion("a"), deletion("b")}));
+    EXPECT_EQ(CorrectionDiff::segments(Strings{"a", "b", "c"}, Strings{"b", "c", "a"}),
+              (Segments{deletion("a"), equal("b"), equal("c"), insert("a")}));
+}
+
+TEST(CorrectionDiffSegments, BreakTiesTowardsDeletionAndKeepLeadingMatches)
+{
+    EXPECT_EQ(CorrectionDiff::segments(Strings{"x"}, Strings{"y"}), (Segments{deletion("x"), insert("y")}));
+    EXPECT_EQ(CorrectionDiff::segments(Strings{"a", "b"}, Strings{"c"}),
+              (Segments{deletion("a"), deletion("b"), insert("c")}));
+    // A repeated token is matched at its first place, not its last.
+    EXPECT_EQ(CorrectionDiff::segments(Strings{"x"}, Strings{"x", "x"}), (Segments{equal("x"), insert("x")}));
+    EXPECT_EQ(CorrectionDiff::segments(Strings{"x", "x"}, Strings{"x"}), (Segments{equal("x"), deletion("x")}));
+}
+
+TEST(CorrectionDiffCoalesced, MergesOnlyDirectNeighboursOfOneKind)
+{
+    EXPECT_EQ(CorrectionDiff::coalesced({}), Segments{});
+    EXPECT_EQ(CorrectionDiff::coalesced({equal("a"), equal(" "), deletion("b"), deletion("c"), insert("d"), insert("e"),
+                                         deletion("f"), equal("g")}),
+              (Segments{equal("a "), deletion("bc"), insert("de"), deletion("f"), equal("g")}));
+}
+
+TEST(CorrectionDiffPlan, IdenticalTextsHaveNoChanges)
+{
+    const CorrectionDiffPlan same = CorrectionDiff::plan("Hello, world!", "Hello, world!");
+    EXPECT_EQ(same.pieces, std::vector{text("Hello, world!")});
+    EXPECT_EQ(same.changeCount(), 0);
+
+    const CorrectionDiffPlan empty = CorrectionDiff::plan("", "");
+    EXPECT_TRUE(empty.pieces.empty());
+    EXPECT_EQ(empty.changeCount(), 0);
+}
+
+TEST(CorrectionDiffPlan, GroupsEachRunOfDifferencesIntoOneChange)
+{
+    EXPECT_EQ(CorrectionDiff::plan("teh cat", "the cat"),
+              (CorrectionDiffPlan{"teh cat", "the cat", {change(0), text(" cat")}, {{0, "teh", "the"}}}));
+    EXPECT_EQ(CorrectionDiff::plan("Hello world", "Hello, world"),
+              (CorrectionDiffPlan{
+                  "Hello world", "Hello, world", {text("Hello"), change(0), text("world")}, {{0, " ", ", "}}}));
+    EXPECT_EQ(CorrectionDiff::plan("", "Hi"), (CorrectionDiffPlan{"", "Hi", {change(0)}, {{0, "", "Hi"}}}));
+    EXPECT_EQ(CorrectionDiff::plan("alot", "a lot"),
+              (CorrectionDiffPlan{"alot", "a lot", {change(0)}, {{0, "alot", "a lot"}}}));
+    EXPECT_EQ(CorrectionDiff::plan("I has a apple", "I have an apple"),
+              (CorrectionDiffPlan{"I has a apple",
+                                  "I have an apple",
+                                  {text("I "), change(0), text(" "), change(1), text(" apple")},
+                                  {{0, "has", "have"}, {1, "a", "an"}}}));
+}
+
+// Random token lists over small alphabets, so that tokens repeat a lot, some corrections derived from
+// the original by a few edits (long common stretches) and some unrelated. Lengths up to 300 cross
+// several 64-bit words and several recomputed blocks of rows.
+TEST(CorrectionDiffSegments, MatchTheFullTableWalkOnRandomTokenLists)
+{
+    constexpr unsigned seed = 20240611;
+    std::mt19937 random(seed);
+    const auto below = [&random](int bound) { return std::uniform_int_distribution<int>(0, bound - 1)(random); };
+    const auto randomList = [&](int length, int alphabet) {
+        Strings list;
+        for (int k = 0; k < length; ++k) {
+            list.push_back("t" + std::to_string(below(alphabet)));
+        }
+        return list;
+    };
+    constexpr int alphabets[] = {1, 2, 3, 5, 8, 40};
+    for (int run = 0; run < 2000; ++run) {
+        const int alphabet = alphabets[below(std::size(alphabets))];
+        const Strings from = randomList(below(301), alphabet);
+        Strings to;
+        if (run % 2 == 0) {
+            to = randomList(below(301), alphabet);
+        } else {
+            for (const std::string& token : from) {
+                const int edit = below(20);
+                if (edit == 0) {
+                    continue;
+                }
+                if (edit == 1) {
+                    to.push_back("t" + std::to_string(below(alphabet)));
+                }
+                to.push_back(edit == 2 ? "t" + std::to_string(below(alphabet)) : token);
+            }
+        }
+        SCOPED_TRACE("seed " + std::to_string(seed) + ", run " + std::to_string(run) + ", lengths " +
+                     std::to_string(from.size()) + " x " + std::to_string(to.size()));
+        ASSERT_EQ(CorrectionDiff::segments(from, to), reference::segments(from, to));
+    }
+}
+
+// Beyond 4,096 original tokens the blocks of recomputed rows grow beyond 64.
+TEST(CorrectionDiffSegments, MatchTheFullTableWalkOnALongOriginal)
+{
+    std::mt19937 random(7);
+    const auto list = [&random](int length) {
+        Strings result;
+        for (int k = 0; k < length; ++k) {
+            result.push_back(std::to_string(random() % 4));
+        }
+        return result;
+    };
+    const Strings from = list(5000);
+    const Strings to = list(700);
+    EXPECT_EQ(CorrectionDiff::segments(from, to), reference::segments(from, to));
+    EXPECT_EQ(CorrectionDiff::segments(to, from), reference::segments(to, from));
+}
+
+TEST(CorrectionDiffPlan, RebuildsBothTextsForRandomTexts)
+{
+    const std::string parts[] = {"a", "b", "ab", " ", ", ", ". ", "\u00E9", "e\u0301", "\xff", "1"};
+    std::mt19937 random(99);
+    const auto randomText = [&] {
+        std::string result;
+        for (auto length = random() % 60; length > 0; --length) {
+            result += parts[random() % std::size(parts)];
+        }
+        return result;
+    };
+    for (int run = 0; run < 300; ++run) {
+        const std::string original = randomText();
+        const std::string corrected = randomText();
+        SCOPED_TRACE("run " + std::to_string(run) + ": \"" + original + "\" -> \"" + corrected + "\"");
+        expectConsistent(CorrectionDiff::plan(original, corrected));
+    }
+}
+
+} // namespace
+} // namespace vesk
