@@ -1,6 +1,10 @@
 #include "core/UnicodeText.h"
 
+#include <string>
+#include <unicode/locid.h>
+#include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
+#include <unicode/unistr.h>
 #include <unicode/utf8.h>
 
 namespace vesk::unicode {
@@ -26,11 +30,65 @@ UChar32 previousCodePoint(std::string_view text, std::size_t& end)
     return c;
 }
 
-bool isSpace(UChar32 c) { return c >= 0 && u_isUWhiteSpace(c); }
+bool isSpace(UChar32 c)
+{
+    return c >= 0 && u_isUWhiteSpace(c);
+}
+
+// Turkish and Azeri pair dotless ı with I and dotted i with İ, so their folding must not apply the default
+// I -> i mapping.
+bool isTurkic(const icu::Locale& locale)
+{
+    const std::string_view language = locale.getLanguage();
+    return language == "tr" || language == "az";
+}
+
+// Building a locale parses its id. A validation folds both of its texts in the same locale, so each thread
+// keeps the last one it built.
+const icu::Locale& localeFor(std::string_view localeId)
+{
+    if (localeId.empty()) {
+        return icu::Locale::getDefault();
+    }
+    thread_local std::string cachedId;
+    thread_local icu::Locale cached;
+    if (cachedId != localeId) {
+        cachedId = localeId;
+        cached = icu::Locale::createCanonical(cachedId.c_str());
+    }
+    return cached;
+}
+
+// The ICU normalizers are process-wide singletons; a null one means ICU's data is missing.
+const icu::Normalizer2* normalizer(const icu::Normalizer2* (*getInstance)(UErrorCode&))
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Normalizer2* instance = getInstance(status);
+    return U_SUCCESS(status) ? instance : nullptr;
+}
+
+// Drops the nonspacing marks (accents, dots, cedillas, Hebrew and Arabic vowel points, variation selectors)
+// from decomposed text. Spacing marks (Mc) are vowel signs of Indic scripts and enclosing marks (Me) draw
+// keycaps and circles; both change what the letters say, so they stay.
+icu::UnicodeString withoutNonspacingMarks(const icu::UnicodeString& decomposed)
+{
+    icu::UnicodeString result;
+    for (int32_t i = 0; i < decomposed.length();) {
+        const UChar32 c = decomposed.char32At(i);
+        if (u_charType(c) != U_NON_SPACING_MARK) {
+            result.append(c);
+        }
+        i += U16_LENGTH(c);
+    }
+    return result;
+}
 
 } // namespace
 
-bool isWhiteSpace(char32_t codePoint) { return isSpace(static_cast<UChar32>(codePoint)); }
+bool isWhiteSpace(char32_t codePoint)
+{
+    return isSpace(static_cast<UChar32>(codePoint));
+}
 
 std::string_view trimmed(std::string_view text)
 {
@@ -65,6 +123,35 @@ std::size_t countWords(std::string_view text)
         inWord = !space;
     }
     return words;
+}
+
+std::string foldedForComparison(std::string_view text, std::string_view localeId)
+{
+    // Invalid bytes become U+FFFD here, so broken input folds without tripping ICU.
+    icu::UnicodeString folded =
+        icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
+
+    // Lower-casing first brings in what case folding alone does not know: the locale (Turkish I -> ı) and
+    // context (final sigma). Folding then unifies what lower case keeps apart, such as ß and ss or ς and σ.
+    const icu::Locale& locale = localeFor(localeId);
+    folded.toLower(locale);
+    folded.foldCase(isTurkic(locale) ? U_FOLD_CASE_EXCLUDE_SPECIAL_I : U_FOLD_CASE_DEFAULT);
+
+    static const icu::Normalizer2* const nfd = normalizer(&icu::Normalizer2::getNFDInstance);
+    static const icu::Normalizer2* const nfc = normalizer(&icu::Normalizer2::getNFCInstance);
+    if (nfd != nullptr && nfc != nullptr) {
+        UErrorCode status = U_ZERO_ERROR;
+        const icu::UnicodeString decomposed = nfd->normalize(folded, status);
+        // Recomposing keeps characters that decomposition split without marks, such as Hangul syllables.
+        icu::UnicodeString composed = nfc->normalize(withoutNonspacingMarks(decomposed), status);
+        if (U_SUCCESS(status)) {
+            folded = std::move(composed);
+        }
+    }
+
+    std::string result;
+    folded.toUTF8String(result);
+    return result;
 }
 
 } // namespace vesk::unicode

@@ -1,0 +1,127 @@
+#include "core/UnicodeText.h"
+
+#include <cstddef>
+#include <gtest/gtest.h>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+namespace vesk::unicode {
+namespace {
+
+// Rows name their test and print as that name, so a failure says which case broke.
+constexpr auto rowName = [](const auto& row) { return std::string(row.param.name); };
+template <typename Row>
+requires requires(const Row& row)
+{
+    row.name;
+}
+std::ostream& operator<<(std::ostream& os, const Row& row)
+{
+    return os << row.name;
+}
+
+struct TrimCase
+{
+    const char* name;
+    std::string_view text;
+    std::string_view expected;
+};
+
+using Trimming = testing::TestWithParam<TrimCase>;
+
+TEST_P(Trimming, RemovesWhiteSpaceAndLineBreaksAtBothEndsOnly)
+{
+    EXPECT_EQ(trimmed(GetParam().text), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(UnicodeText, Trimming,
+                         testing::Values(TrimCase{"Empty", "", ""},
+                                         TrimCase{"OnlyWhiteSpace", " \t\r\n\u00A0\u3000 ", ""},
+                                         TrimCase{"SpacesAndTabs", " \tHello world\t ", "Hello world"},
+                                         TrimCase{"WindowsLineBreaks", "\r\nHello.\r\n", "Hello."},
+                                         TrimCase{"NoBreakSpace", "\u00A0Hello\u00A0", "Hello"},
+                                         TrimCase{"LineAndParagraphSeparators", "\u2028Hello\u2029", "Hello"},
+                                         TrimCase{"IdeographicSpace", "\u3000\u65E5\u672C\u3000", "\u65E5\u672C"},
+                                         TrimCase{"InnerWhiteSpaceKept", " a \u00A0\r\n b ", "a \u00A0\r\n b"},
+                                         // Zero-width space and the BOM are format characters, not white space.
+                                         TrimCase{"ZeroWidthSpaceKept", "\u200BHello\uFEFF", "\u200BHello\uFEFF"},
+                                         TrimCase{"InvalidBytesKept", " \xFF Hello \xC3 ", "\xFF Hello \xC3"}),
+                         rowName);
+
+struct WordCase
+{
+    const char* name;
+    std::string_view text;
+    std::size_t words;
+};
+
+using WordCounting = testing::TestWithParam<WordCase>;
+
+TEST_P(WordCounting, SplitsAtEveryWhiteSpaceCharacter)
+{
+    EXPECT_EQ(countWords(GetParam().text), GetParam().words);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    UnicodeText, WordCounting,
+    testing::Values(WordCase{"Empty", "", 0}, WordCase{"OnlyWhiteSpace", " \n\u00A0 ", 0},
+                    WordCase{"OneWord", "word", 1}, WordCase{"SurroundingAndRepeatedSpaces", "  two   words  ", 2},
+                    WordCase{"TabsAndLineFeeds", "one\ttwo\nthree", 3}, WordCase{"WindowsLineBreak", "one\r\ntwo", 2},
+                    WordCase{"NoBreakSpace", "one\u00A0two", 2}, WordCase{"LineSeparator", "one\u2028two", 2},
+                    WordCase{"IdeographicSpace", "\u65E5\u672C\u3000\u8A9E", 2},
+                    WordCase{"PunctuationIsPartOfAWord", "well-known, isn't it?", 3},
+                    WordCase{"ZeroWidthSpaceDoesNotSplit", "one\u200Btwo", 1},
+                    WordCase{"InvalidBytesAreWords", "\xFF \xFE", 2}),
+    rowName);
+
+struct FoldCase
+{
+    const char* name;
+    std::string_view text;
+    std::string_view localeId;
+    std::string_view expected;
+};
+
+using Folding = testing::TestWithParam<FoldCase>;
+
+TEST_P(Folding, IgnoresCaseAndAccents)
+{
+    EXPECT_EQ(foldedForComparison(GetParam().text, GetParam().localeId), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    UnicodeText, Folding,
+    testing::Values(FoldCase{"Empty", "", "en_US", ""},
+                    FoldCase{"AccentsRemoved", "R\u00E9sum\u00E9 attached", "en_US", "resume attached"},
+                    FoldCase{"DecomposedAccentsRemoved", "Re\u0301sume\u0301", "en_US", "resume"},
+                    FoldCase{"SharpSFoldsToSs", "Stra\u00DFe", "de_DE", "strasse"},
+                    FoldCase{"LigatureUnfolds", "\uFB01ne", "en_US", "fine"},
+                    FoldCase{"FinalSigmaMatchesSigma", "\u039F\u0394\u039F\u03A3 \u03BF\u03B4\u03BF\u03C2", "el_GR",
+                             "\u03BF\u03B4\u03BF\u03C3 \u03BF\u03B4\u03BF\u03C3"},
+                    FoldCase{"CapitalIIsDotlessInTurkish", "ISPARTA", "tr_TR", "\u0131sparta"},
+                    FoldCase{"CapitalIIsDotlessInAzeri", "I", "az", "\u0131"},
+                    FoldCase{"CapitalIIsDottedElsewhere", "ISPARTA", "en_US", "isparta"},
+                    FoldCase{"DottedCapitalIInTurkish", "\u0130stanbul", "tr_TR", "istanbul"},
+                    FoldCase{"DottedCapitalIElsewhere", "\u0130stanbul", "en_US", "istanbul"},
+                    FoldCase{"DotlessSmallIIsALetterNotAnAccent", "\u0131", "en_US", "\u0131"},
+                    FoldCase{"TurkishLocaleWithHyphen", "I", "tr-TR", "\u0131"},
+                    FoldCase{"TurkishLocaleFromEnvironmentForm", "I", "tr_TR.UTF-8", "\u0131"},
+                    FoldCase{"ApostrophesStayDistinct", "CAN'T CAN\u2019T", "en_US", "can't can\u2019t"},
+                    FoldCase{"HangulSyllablesRecomposed", "\uD55C\uAD6D\uC5B4", "ko_KR", "\uD55C\uAD6D\uC5B4"},
+                    FoldCase{"SpacingVowelSignKept", "\u0915\u093F", "hi_IN", "\u0915\u093F"},
+                    FoldCase{"EnclosingKeycapKept", "1\uFE0F\u20E3", "en_US", "1\u20E3"},
+                    FoldCase{"InvalidBytesBecomeReplacementCharacters",
+                             "A\xFF"
+                             "B\xC3",
+                             "en_US", "a\uFFFDb\uFFFD"}),
+    rowName);
+
+TEST(UnicodeText, FoldingWithoutLocaleUsesTheUsersLocale)
+{
+    // The user's locale comes from the environment, so only text that folds alike everywhere is checked.
+    EXPECT_EQ(foldedForComparison("R\u00C9SUM\u00C9 \u0130"), "resume i");
+}
+
+} // namespace
+} // namespace vesk::unicode
