@@ -1,0 +1,243 @@
+#include "core/CorrectionSession.h"
+
+#include "support/ManualExecutor.h"
+
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace vesk {
+namespace {
+
+using Session = CorrectionSession;
+
+// One stream handed out by the fake engine; the test plays the worker thread through its callbacks.
+struct FakeStream
+{
+    CorrectionStreamCallbacks callbacks;
+    std::string text;
+    bool cancelled = false;
+};
+
+class FakeEngine
+{
+public:
+    CorrectionEngine engine()
+    {
+        return {[this] {
+                    ++prepared;
+                    CorrectionRun run{ProviderID::anthropic, "claude-haiku-4-5-20251001", settings, {}};
+                    return run;
+                },
+                [this](const CorrectionRun&, std::string text, CorrectionStreamCallbacks callbacks) {
+                    streams.push_back(std::make_shared<FakeStream>(FakeStream{std::move(callbacks), std::move(text)}));
+                    struct Handle final : CorrectionStream
+                    {
+                        std::shared_ptr<FakeStream> stream;
+                        void cancel() override { stream->cancelled = true; }
+                    };
+                    auto handle = std::make_unique<Handle>();
+                    handle->stream = streams.back();
+                    return handle;
+                },
+                [this](const AcceptedCorrection& accepted) { records.push_back(accepted); }};
+    }
+
+    FakeStream& last() { return *streams.back(); }
+
+    CorrectionSettings settings;
+    int prepared = 0;
+    std::vector<std::shared_ptr<FakeStream>> streams;
+    std::vector<AcceptedCorrection> records;
+};
+
+class CorrectionSessionTest : public ::testing::Test
+{
+protected:
+    std::unique_ptr<Session> makeSession(std::string original, Session::State state = Session::Reading{})
+    {
+        auto session = std::make_unique<Session>(std::move(state), std::move(original), "", "Mousepad", fake.engine(),
+                                                 executor.executor());
+        session->setOnChanged([this] { ++notifications; });
+        return session;
+    }
+
+    // Plays a whole successful run: deltas, done, end of stream.
+    void complete(FakeStream& stream, const std::vector<std::string>& pieces, TokenUsage usage = {10, 3})
+    {
+        for (const auto& piece : pieces) {
+            stream.callbacks.onEvent(CorrectionEvent::makeDelta(piece));
+        }
+        stream.callbacks.onEvent(CorrectionEvent::makeDone(usage));
+        stream.callbacks.onFinish(std::nullopt);
+        executor.drain();
+    }
+
+    FakeEngine fake;
+    test::ManualExecutor executor;
+    int notifications = 0;
+};
+
+TEST_F(CorrectionSessionTest, StreamsThenShowsTheResultWithItsDiff)
+{
+    auto session = makeSession("teh cat");
+    session->start();
+    EXPECT_EQ(session->state(), Session::State(Session::Streaming{""}));
+    EXPECT_EQ(fake.last().text, "teh cat");
+
+    fake.last().callbacks.onEvent(CorrectionEvent::makeDelta("the"));
+    EXPECT_EQ(session->state(), Session::State(Session::Streaming{""})) << "events apply only on the main thread";
+    executor.drain();
+    EXPECT_EQ(session->state(), Session::State(Session::Streaming{"the"}));
+
+    complete(fake.last(), {" cat"});
+    const auto* result = std::get_if<Session::Result>(&session->state());
+    ASSERT_NE(result, nullptr);
+    EXPECT_EQ(result->corrected, "the cat");
+    EXPECT_EQ(result->diff.changeCount(), 1);
+    EXPECT_EQ(session->usage(), (TokenUsage{10, 3}));
+    EXPECT_FALSE(session->isRunning());
+}
+
+TEST_F(CorrectionSessionTest, FailureNamesTheRunsProvider)
+{
+    auto session = makeSession("hello");
+    session->start();
+    fake.last().callbacks.onFinish(ProviderError::http(401, "invalid x-api-key"));
+    executor.drain();
+    EXPECT_EQ(session->state(),
+              Session::State(Session::Failed{
+                  {"Anthropic rejected the key", "Check the key and paste it again.", "HTTP 401 invalid x-api-key"}}));
+    EXPECT_EQ(session->accept(), std::nullopt);
+}
+
+TEST_F(CorrectionSessionTest, CancelledRunChangesNothingAfterwards)
+{
+    auto session = makeSession("hello");
+    session->start();
+    FakeStream& stream = fake.last();
+    stream.callbacks.onEvent(CorrectionEvent::makeDelta("Hel")); // already queued when the user cancels
+    session->cancel();
+    EXPECT_TRUE(stream.cancelled);
+    stream.callbacks.onEvent(CorrectionEvent::makeDone({5, 5}));
+    stream.callbacks.onFinish(ProviderError::timeout());
+    executor.drain();
+
+    EXPECT_EQ(session->state(), Session::State(Session::Editing{}));
+    EXPECT_FALSE(session->overlaying());
+    EXPECT_FALSE(session->isRunning());
+    EXPECT_EQ(session->usage(), std::nullopt);
+}
+
+TEST_F(CorrectionSessionTest, RerunOverlaysTheResultAndSupersededEventsAreDropped)
+{
+    auto session = makeSession("teh cat");
+    session->start();
+    complete(fake.last(), {"the cat"});
+    ASSERT_EQ(session->accept(), "the cat");
+
+    session->start(); // "try again"
+    FakeStream& first = *fake.streams[0];
+    FakeStream& second = fake.last();
+    EXPECT_TRUE(session->overlaying());
+    EXPECT_TRUE(std::holds_alternative<Session::Result>(session->state()));
+
+    second.callbacks.onEvent(CorrectionEvent::makeDelta("The"));
+    executor.drain();
+    EXPECT_TRUE(std::holds_alternative<Session::Result>(session->state())) << "the old result stays on screen";
+    EXPECT_EQ(session->accept(), std::nullopt) << "nothing is accepted while a re-run overlays";
+
+    second.callbacks.onEvent(CorrectionEvent::makeDelta(" cat."));
+    second.callbacks.onFinish(std::nullopt);
+    first.callbacks.onFinish(ProviderError::timeout()); // a late word from the superseded run
+    executor.drain();
+
+    EXPECT_FALSE(session->overlaying());
+    const auto* result = std::get_if<Session::Result>(&session->state());
+    ASSERT_NE(result, nullptr);
+    EXPECT_EQ(result->corrected, "The cat.");
+    EXPECT_EQ(session->accept(), "The cat.");
+    ASSERT_EQ(fake.records.size(), 2U) << "a re-run records again";
+    EXPECT_EQ(fake.records[1].usage, std::nullopt) << "the re-run never reported done";
+}
+
+TEST_F(CorrectionSessionTest, AcceptRecordsOnceAndReturnsTheSameText)
+{
+    auto session = makeSession("alot");
+    session->start();
+    complete(fake.last(), {"a", " lot"}, {7, 2});
+    EXPECT_EQ(session->accept(), "a lot");
+    EXPECT_EQ(session->accept(), "a lot");
+    ASSERT_EQ(fake.records.size(), 1U);
+    const AcceptedCorrection& record = fake.records[0];
+    EXPECT_EQ(record.original, "alot");
+    EXPECT_EQ(record.corrected, "a lot");
+    EXPECT_EQ(record.changeCount, 1);
+    EXPECT_EQ(record.usage, (TokenUsage{7, 2}));
+    EXPECT_EQ(record.sourceApp, "Mousepad");
+    EXPECT_EQ(record.run.provider, ProviderID::anthropic);
+}
+
+TEST_F(CorrectionSessionTest, UnchangedReplyHandsBackTheOriginalByteForByte)
+{
+    auto session = makeSession("Fine as is.");
+    session->start();
+    complete(fake.last(), {"Fine as is.", "\n"});
+    // The trailing line break joins the final punctuation token, so it counts as a change.
+    ASSERT_TRUE(session->accept().has_value());
+
+    auto same = makeSession("Fine as is.");
+    same->start();
+    complete(fake.last(), {"Fine as is."});
+    EXPECT_EQ(same->accept(), "Fine as is.");
+    EXPECT_EQ(fake.records.back().changeCount, 0);
+}
+
+TEST_F(CorrectionSessionTest, RunKeepsTheSettingsItWasPreparedWith)
+{
+    auto session = makeSession("hello");
+    session->start();
+    fake.settings.strength = CorrectionStrength::fullRewrite;
+    complete(fake.last(), {"Hello."});
+    ASSERT_TRUE(session->run().has_value());
+    EXPECT_EQ(session->run()->options.strength, CorrectionStrength::grammarSpelling);
+}
+
+TEST_F(CorrectionSessionTest, StartFromFailedStreamsAfresh)
+{
+    auto session = makeSession("hello");
+    session->start();
+    fake.last().callbacks.onFinish(ProviderError::timeout());
+    executor.drain();
+    session->start();
+    EXPECT_FALSE(session->overlaying());
+    EXPECT_EQ(session->state(), Session::State(Session::Streaming{""}));
+    EXPECT_EQ(fake.prepared, 2);
+}
+
+TEST_F(CorrectionSessionTest, ClosedSessionIsNotTouchedByItsRun)
+{
+    auto session = makeSession("hello");
+    session->start();
+    FakeStream& stream = fake.last();
+    session.reset();
+    EXPECT_TRUE(stream.cancelled);
+    stream.callbacks.onEvent(CorrectionEvent::makeDelta("x"));
+    stream.callbacks.onFinish(std::nullopt);
+    EXPECT_EQ(executor.drain(), 2); // runs harmlessly
+}
+
+TEST_F(CorrectionSessionTest, RepeatedIdenticalStreamingTextDoesNotNotify)
+{
+    auto session = makeSession("hello");
+    session->start();
+    const int before = notifications;
+    fake.last().callbacks.onEvent(CorrectionEvent::makeDelta("Hi"));
+    executor.drain();
+    EXPECT_EQ(notifications, before + 1);
+    fake.last().callbacks.onEvent(CorrectionEvent::makeDone({1, 1}));
+    executor.drain();
+    EXPECT_EQ(notifications, before + 1);
+}
+
+} // namespace
+} // namespace vesk
