@@ -1,0 +1,165 @@
+#include "core/Calendar.h"
+
+#include "support/ParamName.h"
+
+#include <climits>
+#include <gtest/gtest.h>
+
+namespace vesk {
+namespace {
+
+using namespace std::chrono;
+using namespace std::chrono_literals;
+
+// A wall-clock time written with the zone's UTC offset at that moment, so each row says both.
+TimePoint at(year_month_day day, minutes timeOfDay, minutes utcOffset)
+{
+    return sys_days(day) + timeOfDay - utcOffset;
+}
+
+Calendar pinned(std::string_view zone, std::string_view locale = "en_US")
+{
+    auto calendar = Calendar::create(zone, locale);
+    EXPECT_TRUE(calendar.hasValue()) << calendar.error();
+    return std::move(calendar).value();
+}
+
+struct DaysRow
+{
+    std::string name;
+    std::string zone;
+    TimePoint from;
+    int days;
+    TimePoint expected;
+};
+
+class AddingDays : public testing::TestWithParam<DaysRow>
+{
+};
+
+TEST_P(AddingDays, KeepsTheWallClockTime)
+{
+    const DaysRow& row = GetParam();
+    EXPECT_EQ(pinned(row.zone).addingDays(row.from, row.days), row.expected);
+}
+
+// 2026 DST changes: New York on March 8 and November 1, Berlin on March 29 and October 25.
+INSTANTIATE_TEST_SUITE_P(
+    Calendar, AddingDays,
+    testing::Values(DaysRow{"WeekBackOverNewYorkSpringForwardIs167Hours", "America/New_York",
+                            at(2026y / March / 10, 12h, -4h), -7, at(2026y / March / 3, 12h, -5h)},
+                    DaysRow{"WeekBackOverNewYorkFallBackIs169Hours", "America/New_York",
+                            at(2026y / November / 3, 12h, -5h), -7, at(2026y / October / 27, 12h, -4h)},
+                    DaysRow{"WeekBackOverBerlinSpringForwardIs167Hours", "Europe/Berlin", at(2026y / April / 1, 9h, 2h),
+                            -7, at(2026y / March / 25, 9h, 1h)},
+                    DaysRow{"WeekBackOverBerlinFallBackIs169Hours", "Europe/Berlin", at(2026y / October / 28, 9h, 1h),
+                            -7, at(2026y / October / 21, 9h, 2h)},
+                    DaysRow{"DayForwardOverSpringForwardIs23Hours", "America/New_York", at(2026y / March / 7, 12h, -5h),
+                            1, at(2026y / March / 8, 12h, -4h)},
+                    DaysRow{"WeekBackOverLeapDay", "UTC", at(2028y / March / 3, 8h, 0h), -7,
+                            at(2028y / February / 25, 8h, 0h)},
+                    DaysRow{"KeepsFractionsOfAMillisecond", "UTC", at(2026y / January / 15, 0h, 0h) + 123'456'789ns, -7,
+                            at(2026y / January / 8, 0h, 0h) + 123'456'789ns}),
+    test::ParamName{});
+
+TEST(Calendar, AddingDaysBeyondWhatATimePointHoldsGivesNothing)
+{
+    const Calendar utc = pinned("UTC");
+    const TimePoint now = at(2026y / January / 15, 0h, 0h);
+    EXPECT_EQ(utc.addingDays(now, 1'000'000), std::nullopt);
+    EXPECT_EQ(utc.addingDays(now, INT_MIN), std::nullopt);
+    EXPECT_EQ(utc.addingDays(TimePoint::min() + 1h, -7), std::nullopt);
+}
+
+struct StartRow
+{
+    std::string name;
+    std::string zone;
+    TimePoint time;
+    TimePoint expected;
+};
+
+class StartOfDay : public testing::TestWithParam<StartRow>
+{
+};
+
+TEST_P(StartOfDay, IsTheFirstInstantOfTheLocalDay)
+{
+    const StartRow& row = GetParam();
+    EXPECT_EQ(pinned(row.zone).startOfDay(row.time), row.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Calendar, StartOfDay,
+    testing::Values(StartRow{"LocalMidnightNotUtcMidnight", "America/New_York", at(2026y / June / 1, 23h + 55min, -4h),
+                             at(2026y / June / 1, 0h, -4h)},
+                    StartRow{"MidnightItselfIsTheStart", "UTC", at(2026y / June / 1, 0h, 0h),
+                             at(2026y / June / 1, 0h, 0h)},
+                    StartRow{"DayThatSpringsForwardStartsBeforeTheChange", "America/New_York",
+                             at(2026y / March / 8, 23h + 55min, -4h), at(2026y / March / 8, 0h, -5h)},
+                    StartRow{"DayThatFallsBackStartsBeforeTheChange", "Europe/Berlin",
+                             at(2026y / October / 25, 23h, 1h), at(2026y / October / 25, 0h, 2h)},
+                    // Chile moves its clocks forward at midnight, so this day begins at 01:00.
+                    StartRow{"DayWithoutAMidnightStartsAtTheChange", "America/Santiago",
+                             at(2026y / September / 6, 12h, -3h), at(2026y / September / 6, 1h, -3h)}),
+    test::ParamName{});
+
+struct MonthRow
+{
+    std::string name;
+    std::string locale;
+    TimePoint a;
+    TimePoint b;
+    bool expected;
+};
+
+class SameMonth : public testing::TestWithParam<MonthRow>
+{
+};
+
+TEST_P(SameMonth, ComparesMonthYearAndEra)
+{
+    const MonthRow& row = GetParam();
+    EXPECT_EQ(pinned("Asia/Tokyo", row.locale).sameMonth(row.a, row.b), row.expected);
+}
+
+// Tokyo (UTC+9) has no DST. The Hebrew year 5787 begins on 12 September 2026; Heisei began on
+// 8 January 1989.
+INSTANTIATE_TEST_SUITE_P(
+    Calendar, SameMonth,
+    testing::Values(MonthRow{"FirstAndLastLocalMinute", "en_US", at(2026y / March / 1, 0h, 9h),
+                             at(2026y / March / 31, 23h + 59min, 9h), true},
+                    MonthRow{"LocalMonthNotUtcMonth", "en_US", at(2026y / March / 15, 12h, 9h),
+                             at(2026y / April / 1, 1h, 9h), false},
+                    MonthRow{"SameMonthOfAnotherYear", "en_US", at(2026y / January / 10, 12h, 9h),
+                             at(2027y / January / 10, 12h, 9h), false},
+                    MonthRow{"GregorianSeptemberSpansTwoHebrewMonths", "en_US@calendar=hebrew",
+                             at(2026y / September / 11, 12h, 9h), at(2026y / September / 12, 12h, 9h), false},
+                    MonthRow{"HebrewMonthSpansTwoGregorianMonths", "en_US@calendar=hebrew",
+                             at(2026y / September / 12, 12h, 9h), at(2026y / October / 11, 12h, 9h), true},
+                    MonthRow{"NewEraSplitsAJapaneseMonth", "ja_JP@calendar=japanese", at(1989y / January / 7, 12h, 9h),
+                             at(1989y / January / 8, 12h, 9h), false}),
+    test::ParamName{});
+
+TEST(Calendar, RejectsAnUnknownTimeZone)
+{
+    const auto calendar = Calendar::create("Mars/Olympus_Mons");
+    ASSERT_FALSE(calendar.hasValue());
+    EXPECT_EQ(calendar.error(), "unknown time zone \"Mars/Olympus_Mons\"");
+}
+
+TEST(Calendar, CopiesOutliveTheOriginal)
+{
+    auto original = std::make_unique<Calendar>(pinned("America/New_York"));
+    Calendar assigned = pinned("UTC");
+    const Calendar copied(*original);
+    assigned = *original;
+    original.reset();
+
+    const TimePoint evening = at(2026y / June / 1, 22h, -4h);
+    EXPECT_EQ(copied.startOfDay(evening), at(2026y / June / 1, 0h, -4h));
+    EXPECT_EQ(assigned.startOfDay(evening), at(2026y / June / 1, 0h, -4h));
+}
+
+} // namespace
+} // namespace vesk
