@@ -1,0 +1,216 @@
+#include "core/HistoryStats.h"
+
+#include "support/ParamName.h"
+
+#include <climits>
+#include <gtest/gtest.h>
+#include <ostream>
+
+namespace vesk {
+
+void PrintTo(const HistoryStats& stats, std::ostream* out)
+{
+    *out << "{fixed " << stats.mistakesFixed << ", this week " << stats.mistakesThisWeek << ", words "
+         << stats.wordsPolished << ", active days " << stats.activeDaysThisMonth << "}";
+}
+
+namespace {
+
+using namespace std::chrono;
+using namespace std::chrono_literals;
+using Entry = HistoryStats::Entry;
+
+// A wall-clock time written with the zone's UTC offset at that moment, so each row says both.
+TimePoint at(year_month_day day, minutes timeOfDay, minutes utcOffset)
+{
+    return sys_days(day) + timeOfDay - utcOffset;
+}
+
+Calendar pinned(std::string_view zone, std::string_view locale = "en_US")
+{
+    auto calendar = Calendar::create(zone, locale);
+    EXPECT_TRUE(calendar.hasValue()) << calendar.error();
+    return std::move(calendar).value();
+}
+
+const TimePoint someNow = at(2026y / June / 15, 12h, 2h);
+
+TEST(HistoryStats, NoEntriesGiveZeros)
+{
+    EXPECT_EQ(HistoryStats::compute({}, someNow, pinned("Europe/Berlin")), (HistoryStats{0, 0, 0, 0}));
+}
+
+TEST(HistoryStats, TotalsCountEveryEntryWhateverItsDate)
+{
+    const std::vector<Entry> entries{
+        {at(2019y / January / 1, 9h, 1h), 4, "An old correction"},
+        {someNow - 1h, 2, "Fixed this morning"},
+        {someNow - 24h * 400, 1, "Last year"},
+    };
+    EXPECT_EQ(HistoryStats::compute(entries, someNow, pinned("Europe/Berlin")), (HistoryStats{7, 2, 8, 1}));
+}
+
+TEST(HistoryStatsDeathTest, OverflowIsFatal)
+{
+    const std::vector<Entry> entries{{someNow, INT_MAX, ""}, {someNow, 1, ""}};
+    EXPECT_DEATH(HistoryStats::compute(entries, someNow, pinned("UTC")), "mistakes fixed overflows");
+}
+
+struct WeekRow
+{
+    std::string name;
+    std::string zone;
+    TimePoint now;
+    TimePoint entry;
+    bool counts;
+};
+
+class MistakesThisWeek : public testing::TestWithParam<WeekRow>
+{
+};
+
+TEST_P(MistakesThisWeek, CountsEntriesFromSevenCalendarDaysAgo)
+{
+    const WeekRow& row = GetParam();
+    const HistoryStats stats = HistoryStats::compute({{row.entry, 3, ""}}, row.now, pinned(row.zone));
+    EXPECT_EQ(stats.mistakesThisWeek, row.counts ? 3 : 0);
+}
+
+const TimePoint afterNewYorkSpringForward = at(2026y / March / 10, 12h, -4h);
+const TimePoint afterNewYorkFallBack = at(2026y / November / 3, 12h, -5h);
+const TimePoint earliestNow = TimePoint::min() + 1h;
+
+INSTANTIATE_TEST_SUITE_P(
+    HistoryStats, MistakesThisWeek,
+    testing::Values(WeekRow{"ExactlySevenDaysBeforeCounts", "America/New_York", afterNewYorkSpringForward,
+                            at(2026y / March / 3, 12h, -5h), true},
+                    WeekRow{"ASecondEarlierDoesNot", "America/New_York", afterNewYorkSpringForward,
+                            at(2026y / March / 3, 12h, -5h) - 1s, false},
+                    WeekRow{"SpringForwardWeekIs167Hours", "America/New_York", afterNewYorkSpringForward,
+                            afterNewYorkSpringForward - 167h, true},
+                    WeekRow{"SpringForwardWeekIsNot168Hours", "America/New_York", afterNewYorkSpringForward,
+                            afterNewYorkSpringForward - 168h, false},
+                    WeekRow{"FallBackWeekIs169Hours", "America/New_York", afterNewYorkFallBack,
+                            afterNewYorkFallBack - 169h, true},
+                    WeekRow{"FallBackWeekEndsAfter169Hours", "America/New_York", afterNewYorkFallBack,
+                            afterNewYorkFallBack - 169h - 1s, false},
+                    WeekRow{"BerlinSpringForwardWeek", "Europe/Berlin", at(2026y / April / 1, 9h, 2h),
+                            at(2026y / March / 25, 9h, 1h), true},
+                    WeekRow{"EntriesAfterNowCount", "Europe/Berlin", someNow, someNow + 48h, true},
+                    WeekRow{"WithoutAWeekStartOnlyNowOnwardCounts", "UTC", earliestNow, earliestNow - 1min, false},
+                    WeekRow{"WithoutAWeekStartNowItselfCounts", "UTC", earliestNow, earliestNow, true}),
+    test::ParamName{});
+
+struct DaysRow
+{
+    std::string name;
+    std::string zone;
+    std::string locale;
+    TimePoint now;
+    std::vector<TimePoint> entries;
+    int activeDays;
+};
+
+class ActiveDaysThisMonth : public testing::TestWithParam<DaysRow>
+{
+};
+
+TEST_P(ActiveDaysThisMonth, CountsDistinctLocalDaysOfTheCurrentMonth)
+{
+    const DaysRow& row = GetParam();
+    std::vector<Entry> entries;
+    for (const TimePoint date : row.entries) {
+        entries.push_back({date, 1, ""});
+    }
+    const HistoryStats stats = HistoryStats::compute(entries, row.now, pinned(row.zone, row.locale));
+    EXPECT_EQ(stats.activeDaysThisMonth, row.activeDays);
+}
+
+// Berlin is at UTC+1 until 29 March 2026 and at UTC+2 after. The Hebrew month Tishrei 5787 begins on
+// 12 September 2026, when Jerusalem is at UTC+3.
+const TimePoint berlinMarch = at(2026y / March / 20, 12h, 1h);
+
+INSTANTIATE_TEST_SUITE_P(
+    HistoryStats, ActiveDaysThisMonth,
+    testing::Values(
+        DaysRow{"FiveAfterMidnightAndFiveToMidnightAreOneDay",
+                "Europe/Berlin",
+                "en_US",
+                berlinMarch,
+                {at(2026y / March / 14, 5min, 1h), at(2026y / March / 14, 23h + 55min, 1h)},
+                1},
+        DaysRow{"LastMinuteOfThePreviousMonthIsNone",
+                "Europe/Berlin",
+                "en_US",
+                berlinMarch,
+                {at(2026y / February / 28, 23h + 59min, 1h)},
+                0},
+        DaysRow{
+            "FirstInstantOfTheMonthCounts", "Europe/Berlin", "en_US", berlinMarch, {at(2026y / March / 1, 0h, 1h)}, 1},
+        DaysRow{"LaterThisMonthCountsButNextMonthDoesNot",
+                "Europe/Berlin",
+                "en_US",
+                berlinMarch,
+                {at(2026y / March / 31, 23h + 59min, 2h), at(2026y / April / 1, 0h, 2h)},
+                1},
+        DaysRow{"TheShortDayOfSpringForwardIsOneDay",
+                "Europe/Berlin",
+                "en_US",
+                berlinMarch,
+                {at(2026y / March / 29, 30min, 1h), at(2026y / March / 29, 23h + 30min, 2h),
+                 at(2026y / March / 30, 0h, 2h)},
+                2},
+        DaysRow{"JanuaryOfTheNewYearOnly",
+                "America/New_York",
+                "en_US",
+                at(2027y / January / 2, 10h, -5h),
+                {at(2026y / December / 31, 23h + 59min, -5h), at(2027y / January / 1, 0h, -5h),
+                 at(2026y / January / 1, 12h, -5h)},
+                1},
+        DaysRow{"LeapDayBelongsToFebruary",
+                "Europe/Berlin",
+                "en_US",
+                at(2028y / February / 29, 18h, 1h),
+                {at(2028y / February / 1, 0h, 1h), at(2028y / February / 29, 23h + 59min, 1h),
+                 at(2028y / March / 1, 0h, 1h)},
+                2},
+        DaysRow{"GregorianMonthAcrossTheHebrewNewYear",
+                "Asia/Jerusalem",
+                "en_US",
+                at(2026y / September / 20, 12h, 3h),
+                {at(2026y / September / 11, 12h, 3h), at(2026y / September / 12, 12h, 3h)},
+                2},
+        DaysRow{"HebrewMonthStartsAtTheHebrewNewYear",
+                "Asia/Jerusalem",
+                "en_US@calendar=hebrew",
+                at(2026y / September / 20, 12h, 3h),
+                {at(2026y / September / 11, 12h, 3h), at(2026y / September / 12, 12h, 3h)},
+                1}),
+    test::ParamName{});
+
+struct WordsRow
+{
+    std::string name;
+    std::string corrected;
+    int words;
+};
+
+class WordsPolished : public testing::TestWithParam<WordsRow>
+{
+};
+
+TEST_P(WordsPolished, SplitsAtWhiteSpaceOnly)
+{
+    const WordsRow& row = GetParam();
+    EXPECT_EQ(HistoryStats::compute({{someNow, 0, row.corrected}}, someNow, pinned("UTC")).wordsPolished, row.words);
+}
+
+INSTANTIATE_TEST_SUITE_P(HistoryStats, WordsPolished,
+                         testing::Values(WordsRow{"Empty", "", 0}, WordsRow{"OnlyWhiteSpace", " \t\n ", 0},
+                                         WordsRow{"PaddedWithLineBreakAndTabBetween", "  two\n\twords  ", 2},
+                                         WordsRow{"PunctuationDoesNotSplit", "don't use well-known clichés.", 4},
+                                         WordsRow{"UnicodeSpacesSplit", "no\u00A0break\u3000ideographic", 3}),
+                         test::ParamName{});
+
+} // namespace
+} // namespace vesk
