@@ -1,0 +1,93 @@
+#include "core/AnthropicDialect.h"
+
+#include "core/JsonFields.h"
+#include "core/PromptBuilder.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vesk {
+
+namespace {
+
+// Half a token per byte of the text leaves room for a reply somewhat longer than the text, with a floor
+// for short texts and the cap the smallest models accept.
+std::int64_t maxTokens(std::size_t textBytes)
+{
+    if (textBytes >= 32768) {
+        return 16384;
+    }
+    if (textBytes > 511) {
+        return static_cast<std::int64_t>(textBytes / 2);
+    }
+    return 256;
+}
+
+// A usage object as the stream sends it: both counts optional.
+bool readUsage(const Json& usage, std::optional<std::int64_t>& input, std::optional<std::int64_t>& output)
+{
+    return usage.is_object() && JsonFields::readInteger(usage, "input_tokens", input) &&
+           JsonFields::readInteger(usage, "output_tokens", output);
+}
+
+} // namespace
+
+AnthropicDialect::AnthropicDialect(std::string_view baseUrl)
+{
+    // A base pasted with a trailing slash would otherwise give "//v1/…", which some proxies reject.
+    while (baseUrl.ends_with('/')) {
+        baseUrl.remove_suffix(1);
+    }
+    m_endpoint = std::string(baseUrl).append(path);
+}
+
+Expected<HttpRequest, std::string> AnthropicDialect::makeRequest(std::string_view system, std::string_view text,
+                                                                 std::string_view model, std::string_view apiKey) const
+{
+    Json body;
+    body["model"] = std::string(model);
+    body["max_tokens"] = maxTokens(text.size());
+    body["temperature"] = 0.2;
+    body["stream"] = true;
+    body["system"] = std::string(system);
+    body["messages"] = Json::array({{{"role", "user"}, {"content", PromptBuilder::userMessage(text)}}});
+    return makeJsonRequest(m_endpoint, {{"x-api-key", std::string(apiKey)}, {"anthropic-version", "2023-06-01"}}, body);
+}
+
+// Reads fields, not event types: the opening event carries the prompt count, text deltas the text and the
+// closing delta the completion count. Event kinds added later decode to nothing and are ignored.
+ProviderEvent AnthropicDialect::parseEvent(std::string_view payload) const
+{
+    const Json event = Json::parse(payload, nullptr, /*allow_exceptions=*/false);
+    if (!event.is_object()) {
+        return {};
+    }
+
+    ProviderEvent result;
+    if (const Json* delta = JsonFields::member(event, "delta")) {
+        if (!delta->is_object() || !JsonFields::readString(*delta, "text", result.delta)) {
+            return {};
+        }
+    }
+    // Top-level usage repeats the prompt count on recent servers, and the opening message reports a
+    // placeholder completion count; only the other of each pair is taken.
+    std::optional<std::int64_t> ignored;
+    if (const Json* usage = JsonFields::member(event, "usage")) {
+        if (!readUsage(*usage, ignored, result.completionTokens)) {
+            return {};
+        }
+    }
+    if (const Json* message = JsonFields::member(event, "message")) {
+        if (!message->is_object()) {
+            return {};
+        }
+        if (const Json* usage = JsonFields::member(*message, "usage")) {
+            if (!readUsage(*usage, result.promptTokens, ignored)) {
+                return {};
+            }
+        }
+    }
+    return result;
+}
+
+} // namespace vesk

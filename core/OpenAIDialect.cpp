@@ -1,0 +1,69 @@
+#include "core/OpenAIDialect.h"
+
+#include "core/JsonFields.h"
+#include "core/PromptBuilder.h"
+
+namespace vesk {
+
+OpenAIDialect::OpenAIDialect(std::string_view baseUrl)
+{
+    // "http://localhost:11434/" and "http://localhost:11434" must reach the same endpoint.
+    while (baseUrl.ends_with('/')) {
+        baseUrl.remove_suffix(1);
+    }
+    m_endpoint = std::string(baseUrl).append(path);
+}
+
+// No "max_tokens": the reply is limited by the model's own output cap.
+Expected<HttpRequest, std::string> OpenAIDialect::makeRequest(std::string_view system, std::string_view text,
+                                                              std::string_view model, std::string_view apiKey) const
+{
+    Json body;
+    body["model"] = std::string(model);
+    body["temperature"] = 0.2;
+    body["stream"] = true;
+    body["stream_options"] = {{"include_usage", true}};
+    body["messages"] = Json::array({
+        {{"role", "system"}, {"content", std::string(system)}},
+        {{"role", "user"}, {"content", PromptBuilder::userMessage(text)}},
+    });
+    return makeJsonRequest(m_endpoint, {{"Authorization", "Bearer " + std::string(apiKey)}}, body);
+}
+
+// A chunk decodes as a whole or not at all: a usage object needs both counts, and every choice needs a
+// delta object, else the chunk (with any text in it) gives an empty event.
+ProviderEvent OpenAIDialect::parseEvent(std::string_view payload) const
+{
+    const Json chunk = Json::parse(payload, nullptr, /*allow_exceptions=*/false);
+    if (!chunk.is_object()) {
+        return {};
+    }
+
+    ProviderEvent result;
+    if (const Json* choices = JsonFields::member(chunk, "choices")) {
+        if (!choices->is_array()) {
+            return {};
+        }
+        for (const Json& choice : *choices) {
+            const Json* delta = choice.is_object() ? JsonFields::member(choice, "delta") : nullptr;
+            std::optional<std::string> content;
+            if (delta == nullptr || !delta->is_object() || !JsonFields::readString(*delta, "content", content)) {
+                return {};
+            }
+            // Only the first choice is shown; the request asks for one.
+            if (&choice == &choices->front()) {
+                result.delta = std::move(content);
+            }
+        }
+    }
+    if (const Json* usage = JsonFields::member(chunk, "usage")) {
+        if (!usage->is_object() || !JsonFields::readInteger(*usage, "prompt_tokens", result.promptTokens) ||
+            !JsonFields::readInteger(*usage, "completion_tokens", result.completionTokens) || !result.promptTokens ||
+            !result.completionTokens) {
+            return {};
+        }
+    }
+    return result;
+}
+
+} // namespace vesk

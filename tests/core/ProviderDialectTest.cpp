@@ -1,0 +1,333 @@
+#include "core/AnthropicDialect.h"
+#include "core/OpenAIDialect.h"
+#include "core/ProviderClient.h"
+#include "support/ParamName.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace vesk {
+
+void PrintTo(const ProviderEvent& event, std::ostream* out)
+{
+    *out << "{delta: " << (event.delta ? '"' + *event.delta + '"' : "none")
+         << ", prompt: " << (event.promptTokens ? std::to_string(*event.promptTokens) : "none")
+         << ", completion: " << (event.completionTokens ? std::to_string(*event.completionTokens) : "none") << "}";
+}
+
+namespace {
+
+using Headers = std::vector<std::pair<std::string, std::string>>;
+using ::testing::ElementsAre;
+
+constexpr std::string_view systemPrompt = "Fix the grammar.\nKeep the meaning.";
+const std::string wrappedHello = "\u27E6TEXT\u27E7\nHello \"world\"\n\u27E6/TEXT\u27E7";
+
+std::vector<std::string> keysOf(const nlohmann::json& object)
+{
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : object.items()) {
+        keys.push_back(key);
+    }
+    return keys;
+}
+
+// The body as the provider reads it: key order in the text carries no meaning, so it is parsed unordered.
+nlohmann::json bodyOf(const HttpRequest& request)
+{
+    return nlohmann::json::parse(request.body);
+}
+
+HttpRequest requestOf(const ProviderDialect& dialect, std::string_view text, std::string_view key = "sk-test")
+{
+    auto request = dialect.makeRequest(systemPrompt, text, "some-model", key);
+    EXPECT_TRUE(request.hasValue());
+    return request ? request.value() : HttpRequest{};
+}
+
+// Requests
+
+TEST(AnthropicRequest, IsTheStreamedMessagesCall)
+{
+    const HttpRequest request = requestOf(AnthropicDialect(), "Hello \"world\"");
+
+    EXPECT_EQ(request.method, "POST");
+    EXPECT_EQ(request.url, "https://api.anthropic.com/v1/messages");
+    EXPECT_EQ(request.idleTimeout, std::chrono::seconds(60));
+    EXPECT_EQ(
+        request.headers,
+        (Headers{{"Content-Type", "application/json"}, {"x-api-key", "sk-test"}, {"anthropic-version", "2023-06-01"}}));
+
+    const auto body = bodyOf(request);
+    EXPECT_THAT(keysOf(body), ElementsAre("max_tokens", "messages", "model", "stream", "system", "temperature"));
+    EXPECT_EQ(body.at("model"), "some-model");
+    EXPECT_EQ(body.at("max_tokens"), 256);
+    EXPECT_EQ(body.at("temperature"), 0.2);
+    EXPECT_EQ(body.at("stream"), true);
+    EXPECT_EQ(body.at("system"), systemPrompt);
+    EXPECT_EQ(body.at("messages"), nlohmann::json::array({{{"role", "user"}, {"content", wrappedHello}}}));
+}
+
+TEST(OpenAIRequest, IsTheStreamedChatCompletionWithUsage)
+{
+    const HttpRequest request = requestOf(OpenAIDialect(), "Hello \"world\"");
+
+    EXPECT_EQ(request.method, "POST");
+    EXPECT_EQ(request.url, "https://api.openai.com/v1/chat/completions");
+    EXPECT_EQ(request.idleTimeout, std::chrono::seconds(60));
+    EXPECT_EQ(request.headers, (Headers{{"Content-Type", "application/json"}, {"Authorization", "Bearer sk-test"}}));
+
+    // No max_tokens for this provider.
+    const auto body = bodyOf(request);
+    EXPECT_THAT(keysOf(body), ElementsAre("messages", "model", "stream", "stream_options", "temperature"));
+    EXPECT_EQ(body.at("model"), "some-model");
+    EXPECT_EQ(body.at("temperature"), 0.2);
+    EXPECT_EQ(body.at("stream"), true);
+    EXPECT_EQ(body.at("stream_options"), nlohmann::json({{"include_usage", true}}));
+    EXPECT_EQ(body.at("messages"), nlohmann::json::array({
+                                       {{"role", "system"}, {"content", systemPrompt}},
+                                       {{"role", "user"}, {"content", wrappedHello}},
+                                   }));
+}
+
+TEST(ProviderRequest, KeysAreSentExactlyAsStored)
+{
+    const std::string key = "  sk-ant key with spaces ";
+    EXPECT_EQ(requestOf(AnthropicDialect(), "x", key).header("x-api-key"), key);
+    EXPECT_EQ(requestOf(OpenAIDialect(), "x", key).header("authorization"), "Bearer " + key);
+}
+
+TEST(ProviderRequest, EmptyTextIsStillOneDelimitedMessage)
+{
+    const std::string empty = "\u27E6TEXT\u27E7\n\n\u27E6/TEXT\u27E7";
+    EXPECT_EQ(bodyOf(requestOf(AnthropicDialect(), ""))["messages"][0]["content"], empty);
+    EXPECT_EQ(bodyOf(requestOf(OpenAIDialect(), ""))["messages"][1]["content"], empty);
+}
+
+TEST(ProviderRequest, TextThatIsNotUtf8FailsWithoutQuotingIt)
+{
+    const std::string text = "secret \xC3\x28 text";
+    for (const auto& dialect : {makeDialect(ProviderID::anthropic), makeDialect(ProviderID::openai)}) {
+        const auto request = dialect->makeRequest(systemPrompt, text, "m", "sk-test");
+        ASSERT_FALSE(request.hasValue());
+        EXPECT_EQ(request.error(), "The text is not valid UTF-8.");
+    }
+}
+
+TEST(HttpRequestHeader, IsFoundIgnoringAsciiCase)
+{
+    HttpRequest request;
+    request.headers = {{"Content-Type", "application/json"}, {"X-Api-Key", "first"}, {"x-api-key", "second"}};
+    EXPECT_EQ(request.header("x-API-key"), "first");
+    EXPECT_EQ(request.header("x-api-ke"), "");
+}
+
+struct EndpointRow
+{
+    const char* name;
+    ProviderID provider;
+    std::string baseUrl;
+    std::string url;
+};
+
+class Endpoints : public ::testing::TestWithParam<EndpointRow>
+{
+};
+
+TEST_P(Endpoints, AppendTheFixedPathToTheBase)
+{
+    EXPECT_EQ(requestOf(*makeDialect(GetParam().provider, GetParam().baseUrl), "x").url, GetParam().url);
+}
+
+INSTANTIATE_TEST_SUITE_P(ProviderRequest, Endpoints,
+                         ::testing::Values(EndpointRow{"AnthropicDefault", ProviderID::anthropic, "",
+                                                       "https://api.anthropic.com/v1/messages"},
+                                           EndpointRow{"OpenAIDefault", ProviderID::openai, "",
+                                                       "https://api.openai.com/v1/chat/completions"},
+                                           EndpointRow{"Ollama", ProviderID::openai, "http://localhost:11434",
+                                                       "http://localhost:11434/v1/chat/completions"},
+                                           EndpointRow{"TrailingSlash", ProviderID::openai, "http://localhost:11434/",
+                                                       "http://localhost:11434/v1/chat/completions"},
+                                           EndpointRow{"AnthropicProxy", ProviderID::anthropic,
+                                                       "https://gateway.example.com//",
+                                                       "https://gateway.example.com/v1/messages"}),
+                         test::ParamName());
+
+struct MaxTokensRow
+{
+    const char* name;
+    std::string text;
+    int maxTokens;
+};
+
+class AnthropicMaxTokens : public ::testing::TestWithParam<MaxTokensRow>
+{
+};
+
+// Counted in UTF-8 bytes of the text alone, not of the wrapped message.
+TEST_P(AnthropicMaxTokens, FollowTheTextsByteCount)
+{
+    EXPECT_EQ(bodyOf(requestOf(AnthropicDialect(), GetParam().text))["max_tokens"], GetParam().maxTokens);
+}
+
+std::string repeated(std::string_view piece, std::size_t times)
+{
+    std::string text;
+    for (std::size_t i = 0; i < times; ++i) {
+        text += piece;
+    }
+    return text;
+}
+
+INSTANTIATE_TEST_SUITE_P(ProviderRequest, AnthropicMaxTokens,
+                         ::testing::Values(MaxTokensRow{"Empty", "", 256},
+                                           MaxTokensRow{"Short", repeated("a", 100), 256},
+                                           MaxTokensRow{"Bytes511", repeated("a", 511), 256},
+                                           MaxTokensRow{"Bytes512", repeated("a", 512), 256},
+                                           MaxTokensRow{"Bytes513RoundsDown", repeated("a", 513), 256},
+                                           MaxTokensRow{"Bytes600", repeated("a", 600), 300},
+                                           MaxTokensRow{"TwoByteCharacters300", repeated("\u00E9", 300), 300},
+                                           MaxTokensRow{"Bytes32767", repeated("a", 32767), 16383},
+                                           MaxTokensRow{"Bytes32768", repeated("a", 32768), 16384},
+                                           MaxTokensRow{"Bytes40000", repeated("a", 40000), 16384}),
+                         test::ParamName());
+
+// Stream payloads
+
+struct EventRow
+{
+    const char* name;
+    std::string payload;
+    ProviderEvent event;
+};
+
+void PrintTo(const EventRow& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+ProviderEvent text(std::string delta)
+{
+    return {std::move(delta), std::nullopt, std::nullopt};
+}
+
+ProviderEvent counts(std::optional<std::int64_t> prompt, std::optional<std::int64_t> completion)
+{
+    return {std::nullopt, prompt, completion};
+}
+
+const ProviderEvent nothing{};
+
+class AnthropicEvents : public ::testing::TestWithParam<EventRow>
+{
+};
+
+TEST_P(AnthropicEvents, ReadTheirFields)
+{
+    EXPECT_EQ(AnthropicDialect().parseEvent(GetParam().payload), GetParam().event);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ProviderEvents, AnthropicEvents,
+    ::testing::Values(
+        EventRow{"MessageStartGivesOnlyThePromptCount",
+                 R"({"type":"message_start","message":{"id":"msg_01","type":"message","role":"assistant",)"
+                 R"("content":[],"model":"claude-haiku-4-5-20251001","stop_reason":null,"stop_sequence":null,)"
+                 R"("usage":{"input_tokens":25,"cache_creation_input_tokens":0,"output_tokens":1}}})",
+                 counts(25, std::nullopt)},
+        EventRow{"TextDelta", R"({"type":"content_block_delta","index":0,"delta":{"type":"text_delta","text":"Hi"}})",
+                 text("Hi")},
+        EventRow{"MessageDeltaGivesOnlyTheCompletionCount",
+                 R"({"type":"message_delta","delta":{"stop_reason":"end_turn","stop_sequence":null},)"
+                 R"("usage":{"input_tokens":40,"cache_read_input_tokens":0,"output_tokens":12}})",
+                 counts(std::nullopt, 12)},
+        EventRow{"PaddedBeforeTheClosingBrace", R"({"type":"content_block_stop","index":1              })", nothing},
+        EventRow{"PaddedTextDelta", R"(  {"delta":{"type":"text_delta","text":"ok"}      }  )", text("ok")},
+        EventRow{"PingWithSpaces", R"({"type": "ping"})", nothing},
+        EventRow{"ContentBlockStart",
+                 R"({"type":"content_block_start","index":0,"content_block":{"type":"text","text":""}})", nothing},
+        EventRow{"ThinkingDeltaHasNoText",
+                 R"({"type":"content_block_delta","index":0,"delta":{"type":"thinking_delta","thinking":"Hmm"}})",
+                 nothing},
+        EventRow{"InBandError", R"({"type": "error", "error": {"type": "overloaded_error", "message": "Overloaded"}})",
+                 nothing},
+        EventRow{"NullFieldsAreAbsent", R"({"delta":{"text":"Hi"},"usage":null,"message":null})", text("Hi")},
+        EventRow{"TypeIsNotRead", R"({"type":42,"delta":{"text":"Hi"}})", text("Hi")},
+        EventRow{"NotJson", "not json", nothing}, EventRow{"Empty", "", nothing},
+        EventRow{"Truncated", R"({"delta":{"text":"Hi"})", nothing}, EventRow{"NotAnObject", R"(["Hi"])", nothing},
+        EventRow{"InvalidUtf8", "{\"delta\":{\"text\":\"H\xC3\x28\"}}", nothing},
+        EventRow{"TextOfWrongType", R"({"delta":{"text":5}})", nothing},
+        EventRow{"DeltaOfWrongType", R"({"delta":"Hi"})", nothing},
+        EventRow{"MessageOfWrongType", R"({"message":[],"delta":{"text":"Hi"}})", nothing},
+        EventRow{"FractionalCount", R"({"message":{"usage":{"input_tokens":2.5}}})", nothing},
+        EventRow{"CountTooLarge", R"({"usage":{"output_tokens":9223372036854775808}})", nothing},
+        // The ignored counts are still part of the shape: a wrong type there spoils the whole payload.
+        EventRow{"IgnoredCountOfWrongTypeLosesTheText",
+                 R"({"delta":{"text":"Hi"},"usage":{"input_tokens":"7","output_tokens":3}})", nothing}),
+    test::ParamName());
+
+class OpenAIEvents : public ::testing::TestWithParam<EventRow>
+{
+};
+
+TEST_P(OpenAIEvents, ReadTheirFields)
+{
+    EXPECT_EQ(OpenAIDialect().parseEvent(GetParam().payload), GetParam().event);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ProviderEvents, OpenAIEvents,
+    ::testing::Values(
+        EventRow{"ContentChunk",
+                 R"({"id":"chatcmpl-B1","object":"chat.completion.chunk","created":1731000000,)"
+                 R"("model":"gpt-4o-mini-2024-07-18","service_tier":"default","system_fingerprint":"fp_0ba0d124f1",)"
+                 R"("choices":[{"index":0,"delta":{"content":"Hel"},"logprobs":null,"finish_reason":null}],)"
+                 R"("usage":null,"obfuscation":"kx2"})",
+                 text("Hel")},
+        EventRow{"RoleOnlyFirstChunkGivesAnEmptyDelta",
+                 R"({"choices":[{"index":0,"delta":{"role":"assistant","content":"","refusal":null},)"
+                 R"("logprobs":null,"finish_reason":null}],"usage":null})",
+                 text("")},
+        EventRow{"ContentNull", R"({"choices":[{"index":0,"delta":{"role":"assistant","content":null}}]})", nothing},
+        EventRow{"FinishChunk",
+                 R"({"choices":[{"index":0,"delta":{},"logprobs":null,"finish_reason":"stop"}],"usage":null})",
+                 nothing},
+        EventRow{"UsageChunk",
+                 R"({"id":"chatcmpl-B1","choices":[],"usage":{"prompt_tokens":40,"completion_tokens":9,)"
+                 R"("total_tokens":49,"prompt_tokens_details":{"cached_tokens":0},)"
+                 R"("completion_tokens_details":{"reasoning_tokens":0}}})",
+                 counts(40, 9)},
+        EventRow{"UsageOnTheFinishChunk",
+                 R"({"choices":[{"index":0,"delta":{"content":"."},"finish_reason":"stop"}],)"
+                 R"("usage":{"prompt_tokens":3,"completion_tokens":4}})",
+                 ProviderEvent{".", 3, 4}},
+        EventRow{"AzureFirstChunk", R"({"id":"","model":"","choices":[],"prompt_filter_results":[]})", nothing},
+        EventRow{"OnlyTheFirstChoiceCounts", R"({"choices":[{"delta":{"content":"a"}},{"delta":{"content":"b"}}]})",
+                 text("a")},
+        EventRow{"Padded", R"(  {"choices":[{"delta":{"content":"x"}}]    }  )", text("x")},
+        EventRow{"InBandError", R"({"error":{"message":"The server experienced an error","type":"server_error"}})",
+                 nothing},
+        EventRow{"NotJson", "[DONE]x", nothing}, EventRow{"NotAnObject", R"("Hel")", nothing},
+        // A chunk decodes as a whole or not at all, so the text in these is lost.
+        EventRow{"UsageWithOnlyThePromptCount",
+                 R"({"choices":[{"delta":{"content":"Hel"}}],"usage":{"prompt_tokens":40}})", nothing},
+        EventRow{"UsageWithOnlyTheCompletionCount", R"({"choices":[],"usage":{"completion_tokens":9}})", nothing},
+        EventRow{"UsageCountNull", R"({"choices":[],"usage":{"prompt_tokens":null,"completion_tokens":9}})", nothing},
+        EventRow{"UsageCountOfWrongType", R"({"choices":[],"usage":{"prompt_tokens":"40","completion_tokens":9}})",
+                 nothing},
+        EventRow{
+            "ChoiceWithoutDelta",
+            R"({"choices":[{"index":0,"finish_reason":"stop"}],"usage":{"prompt_tokens":1,"completion_tokens":2}})",
+            nothing},
+        EventRow{"LaterChoiceWithoutDelta", R"({"choices":[{"delta":{"content":"a"}},{"index":1}]})", nothing},
+        EventRow{"DeltaOfWrongType", R"({"choices":[{"delta":"Hel"}]})", nothing},
+        EventRow{"ContentOfWrongType", R"({"choices":[{"delta":{"content":["Hel"]}}]})", nothing},
+        EventRow{"ChoicesOfWrongType", R"({"choices":{"delta":{"content":"Hel"}}})", nothing},
+        EventRow{"UsageOfWrongType", R"({"choices":[{"delta":{"content":"Hel"}}],"usage":7})", nothing}),
+    test::ParamName());
+
+} // namespace
+} // namespace vesk
