@@ -1,0 +1,215 @@
+#include "core/ProviderClient.h"
+
+#include "core/AnthropicDialect.h"
+#include "core/CorrectionValidator.h"
+#include "core/Json.h"
+#include "core/OpenAIDialect.h"
+#include "core/UnicodeText.h"
+
+#include <exception>
+#include <utility>
+
+namespace vesk {
+
+namespace {
+
+constexpr std::string_view dataPrefix = "data:";
+constexpr std::string_view doneSentinel = "[DONE]";
+constexpr std::string_view redacted = "[redacted]";
+
+std::string_view trimmedBlanks(std::string_view text)
+{
+    const auto first = text.find_first_not_of(" \t");
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+std::string masked(std::string text, std::string_view apiKey)
+{
+    if (apiKey.empty()) {
+        return text;
+    }
+    for (auto at = text.find(apiKey); at != std::string::npos; at = text.find(apiKey, at + redacted.size())) {
+        text.replace(at, apiKey.size(), redacted);
+    }
+    return text;
+}
+
+// Frames the body into server-sent events and collects the reply. It runs inside the transport, so nothing
+// may be thrown out of it: a failure is kept and stops the reading.
+class StreamReader final : public ResponseHandler
+{
+public:
+    StreamReader(const ProviderDialect& dialect, const std::function<void(CorrectionEvent)>& onEvent,
+                 std::stop_token stop)
+        : m_dialect(dialect), m_onEvent(onEvent), m_stop(std::move(stop))
+    {
+    }
+
+    void onHead(int status) override { m_status = status; }
+
+    bool onLine(std::string_view line) override
+    {
+        if (m_stop.stop_requested() || m_failure) {
+            return false;
+        }
+        if (!isSuccess()) {
+            m_errorBody.append(line).append("\n");
+            return true;
+        }
+        try {
+            return readLine(line);
+        } catch (...) {
+            m_failure = std::current_exception();
+            return false;
+        }
+    }
+
+    [[nodiscard]] bool hasHead() const { return m_status.has_value(); }
+    [[nodiscard]] bool isSuccess() const { return m_status && *m_status >= 200 && *m_status <= 299; }
+    [[nodiscard]] int status() const { return m_status.value_or(0); }
+    [[nodiscard]] const std::string& errorBody() const { return m_errorBody; }
+    [[nodiscard]] const std::string& text() const { return m_text; }
+    [[nodiscard]] std::exception_ptr failure() const { return m_failure; }
+
+    // A count never reported is 0.
+    [[nodiscard]] TokenUsage usage() const { return {m_promptTokens.value_or(0), m_completionTokens.value_or(0)}; }
+
+private:
+    // Event names, comments, keep-alives and blank lines carry nothing the reply needs.
+    bool readLine(std::string_view line)
+    {
+        if (!line.starts_with(dataPrefix)) {
+            return true;
+        }
+        const std::string_view payload = trimmedBlanks(line.substr(dataPrefix.size()));
+        if (payload == doneSentinel) {
+            return false;
+        }
+        ProviderEvent event = m_dialect.parseEvent(payload);
+        if (event.promptTokens) {
+            m_promptTokens = event.promptTokens;
+        }
+        if (event.completionTokens) {
+            m_completionTokens = event.completionTokens;
+        }
+        if (event.delta && !event.delta->empty()) {
+            m_text += *event.delta;
+            m_onEvent(CorrectionEvent::makeDelta(std::move(*event.delta)));
+        }
+        return true;
+    }
+
+    const ProviderDialect& m_dialect;
+    const std::function<void(CorrectionEvent)>& m_onEvent;
+    std::stop_token m_stop;
+    std::optional<int> m_status;
+    std::string m_errorBody;
+    std::string m_text;
+    std::optional<std::int64_t> m_promptTokens;
+    std::optional<std::int64_t> m_completionTokens;
+    std::exception_ptr m_failure;
+};
+
+// An exception from the dialect, the consumer's callback or the transport ends the stream as an error
+// rather than unwinding into the caller's event loop.
+ProviderError fromException(std::exception_ptr failure, std::string_view apiKey)
+{
+    try {
+        std::rethrow_exception(std::move(failure));
+    } catch (const ProviderError& error) {
+        return error;
+    } catch (const std::exception& error) {
+        return ProviderError::transport(masked(error.what(), apiKey));
+    } catch (...) {
+        return ProviderError::transport("Unexpected failure while reading the reply.");
+    }
+}
+
+} // namespace
+
+ProviderClient::ProviderClient(ProviderID provider, std::shared_ptr<const ProviderDialect> dialect,
+                               std::shared_ptr<ProviderTransport> transport)
+    : m_provider(provider), m_dialect(std::move(dialect)), m_transport(std::move(transport))
+{
+}
+
+ProviderClient::ProviderClient(ProviderID provider, std::shared_ptr<ProviderTransport> transport, std::string baseUrl)
+    : ProviderClient(provider, makeDialect(provider, std::move(baseUrl)), std::move(transport))
+{
+}
+
+std::optional<ProviderError> ProviderClient::stream(std::string_view systemPrompt, std::string_view text,
+                                                    std::string_view model, std::string_view apiKey,
+                                                    const std::function<void(CorrectionEvent)>& onEvent,
+                                                    std::stop_token stop) const
+{
+    try {
+        if (stop.stop_requested()) {
+            return std::nullopt;
+        }
+        auto request = m_dialect->makeRequest(systemPrompt, text, model, apiKey);
+        if (!request) {
+            return ProviderError::transport(request.error());
+        }
+
+        StreamReader reader(*m_dialect, onEvent, stop);
+        const std::optional<ProviderError> sendError = m_transport->send(*request, reader, stop);
+        // The consumer has gone: whatever the transfer ended with is of no interest to anyone.
+        if (stop.stop_requested()) {
+            return std::nullopt;
+        }
+        if (reader.failure()) {
+            return fromException(reader.failure(), apiKey);
+        }
+        if (sendError) {
+            return sendError;
+        }
+        if (!reader.hasHead()) {
+            return ProviderError::invalidResponse();
+        }
+        if (!reader.isSuccess()) {
+            return ProviderError::http(reader.status(), errorMessage(reader.errorBody(), apiKey));
+        }
+
+        // Only the verdict matters here; the caller cleans the text it has collected from the deltas.
+        auto verdict = CorrectionValidator::validate(text, reader.text());
+        if (!verdict) {
+            return verdict.error();
+        }
+        onEvent(CorrectionEvent::makeDone(reader.usage()));
+        return std::nullopt;
+    } catch (...) {
+        return fromException(std::current_exception(), apiKey);
+    }
+}
+
+std::string ProviderClient::errorMessage(std::string_view body, std::string_view apiKey)
+{
+    const Json envelope = Json::parse(body, nullptr, /*allow_exceptions=*/false);
+    if (envelope.is_object()) {
+        const auto error = envelope.find("error");
+        if (error != envelope.end() && error->is_object()) {
+            const auto message = error->find("message");
+            if (message != error->end() && message->is_string()) {
+                return masked(message->get<std::string>(), apiKey);
+            }
+        }
+    }
+    return masked(std::string(unicode::trimmed(body)), apiKey);
+}
+
+std::shared_ptr<const ProviderDialect> makeDialect(ProviderID provider, std::string baseUrl)
+{
+    switch (provider) {
+    case ProviderID::anthropic:
+        return baseUrl.empty() ? std::make_shared<AnthropicDialect>() : std::make_shared<AnthropicDialect>(baseUrl);
+    case ProviderID::openai:
+        break;
+    }
+    return baseUrl.empty() ? std::make_shared<OpenAIDialect>() : std::make_shared<OpenAIDialect>(baseUrl);
+}
+
+} // namespace vesk

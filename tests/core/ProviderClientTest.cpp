@@ -1,0 +1,435 @@
+#include "core/ProviderClient.h"
+
+#include "core/Json.h"
+#include "support/ParamName.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace vesk {
+
+void PrintTo(const CorrectionEvent& event, std::ostream* out)
+{
+    if (event.kind == CorrectionEvent::Kind::delta) {
+        *out << "delta \"" << event.text << '"';
+    } else {
+        *out << "done " << event.usage.promptTokens << '/' << event.usage.completionTokens;
+    }
+}
+
+void PrintTo(const ProviderError& error, std::ostream* out)
+{
+    *out << error.description();
+}
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// Plays a scripted response to the handler, the way a transport does, and records what it was asked.
+class ScriptedTransport final : public ProviderTransport
+{
+public:
+    std::optional<int> status = 200; // nothing: the head never arrives
+    std::vector<std::string> lines;
+    std::optional<ProviderError> failure; // reported once the lines are played
+    // Called with each line's index before it is played, e.g. to request a stop half-way.
+    std::function<void(std::size_t)> beforeLine;
+
+    std::optional<HttpRequest> request;
+    std::size_t linesRead = 0;
+
+    std::optional<ProviderError> send(const HttpRequest& sent, ResponseHandler& handler, std::stop_token stop) override
+    {
+        request = sent;
+        if (!status) {
+            return failure;
+        }
+        handler.onHead(*status);
+        for (const std::string& line : lines) {
+            if (beforeLine) {
+                beforeLine(linesRead);
+            }
+            if (stop.stop_requested()) {
+                return std::nullopt;
+            }
+            ++linesRead;
+            if (!handler.onLine(line)) {
+                return std::nullopt;
+            }
+        }
+        return failure;
+    }
+};
+
+std::string openAIText(std::string_view text)
+{
+    return "data: " + Json{{"choices", Json::array({{{"index", 0}, {"delta", {{"content", text}}}}})}}.dump();
+}
+
+std::string openAIUsage(std::int64_t prompt, std::int64_t completion)
+{
+    return "data: " +
+           Json{{"choices", Json::array()}, {"usage", {{"prompt_tokens", prompt}, {"completion_tokens", completion}}}}
+               .dump();
+}
+
+const std::string userText = "Their going home.";
+
+class ProviderClientTest : public ::testing::Test
+{
+protected:
+    struct Outcome
+    {
+        std::vector<CorrectionEvent> events;
+        std::optional<ProviderError> error;
+    };
+
+    Outcome run(ProviderID provider = ProviderID::openai, std::string_view key = "sk-secret",
+                std::string_view text = userText)
+    {
+        const ProviderClient client(provider, m_transport);
+        Outcome outcome;
+        outcome.error = client.stream(
+            "Fix it.", text, "model", key,
+            [&](CorrectionEvent event) {
+                if (m_onEvent) {
+                    m_onEvent(event);
+                }
+                outcome.events.push_back(std::move(event));
+            },
+            m_stop.get_token());
+        return outcome;
+    }
+
+    std::shared_ptr<ScriptedTransport> m_transport = std::make_shared<ScriptedTransport>();
+    ScriptedTransport& transport() { return *m_transport; }
+    std::function<void(const CorrectionEvent&)> m_onEvent;
+    std::stop_source m_stop;
+};
+
+CorrectionEvent delta(std::string text)
+{
+    return CorrectionEvent::makeDelta(std::move(text));
+}
+
+CorrectionEvent done(std::int64_t prompt, std::int64_t completion)
+{
+    return CorrectionEvent::makeDone({prompt, completion});
+}
+
+// Framing
+
+TEST_F(ProviderClientTest, AnthropicStreamIsReadEventByEvent)
+{
+    transport().lines = {
+        "event: message_start",
+        R"(data: {"type":"message_start","message":{"id":"msg_01","usage":{"input_tokens":25,"output_tokens":1}}})",
+        "",
+        "event: content_block_start",
+        R"(data: {"type":"content_block_start","index":0,"content_block":{"type":"text","text":""}})",
+        "",
+        "event: ping",
+        R"(data: {"type": "ping"})",
+        "",
+        "event: content_block_delta",
+        R"(data: {"type":"content_block_delta","index":0,"delta":{"type":"text_delta","text":"They're"}})",
+        "",
+        // A leading blank means this is not a data line.
+        R"( data: {"type":"content_block_delta","index":0,"delta":{"type":"text_delta","text":" NOT"}})",
+        "event: content_block_delta",
+        R"(data: {"type":"content_block_delta","index":0,"delta":{"type":"text_delta","text":" going home."}})",
+        "",
+        "event: content_block_stop",
+        R"(data: {"type":"content_block_stop","index":0              })",
+        "",
+        "event: message_delta",
+        R"(data: {"type":"message_delta","delta":{"stop_reason":"end_turn"},"usage":{"output_tokens":6}})",
+        "",
+        "event: message_stop",
+        R"(data: {"type":"message_stop"})",
+        "",
+    };
+
+    const auto outcome = run(ProviderID::anthropic);
+
+    EXPECT_EQ(outcome.error, std::nullopt);
+    EXPECT_THAT(outcome.events, ElementsAre(delta("They're"), delta(" going home."), done(25, 6)));
+    ASSERT_TRUE(transport().request);
+    EXPECT_EQ(transport().request->url, "https://api.anthropic.com/v1/messages");
+    EXPECT_EQ(transport().request->header("x-api-key"), "sk-secret");
+}
+
+TEST_F(ProviderClientTest, OpenAICompatibleFramingIsRead)
+{
+    // No space after "data:", comments and bare keep-alives, a stray carriage return, no sentinel.
+    transport().lines = {": OPENROUTER PROCESSING",
+                         "",
+                         R"(data:{"choices":[{"delta":{"role":"assistant","content":null}}]})",
+                         ":",
+                         R"(data:{"choices":[{"delta":{"content":"They're going"}}]})"
+                         "\r",
+                         ": ping",
+                         "data:\t"
+                         R"({"choices":[{"delta":{"content":" home."}}]})"};
+
+    const auto outcome = run();
+
+    EXPECT_EQ(outcome.error, std::nullopt);
+    EXPECT_THAT(outcome.events, ElementsAre(delta("They're going"), delta(" home."), done(0, 0)));
+    EXPECT_EQ(transport().request->url, "https://api.openai.com/v1/chat/completions");
+}
+
+struct SentinelRow
+{
+    const char* name;
+    std::string line;
+};
+
+class Sentinels : public ProviderClientTest, public ::testing::WithParamInterface<SentinelRow>
+{
+};
+
+TEST_P(Sentinels, StopTheReading)
+{
+    transport().lines = {
+        openAIText("They're going home."), "", openAIUsage(9, 4), "", GetParam().line, openAIText(" More."), ""};
+
+    const auto outcome = run();
+
+    EXPECT_EQ(outcome.error, std::nullopt);
+    EXPECT_THAT(outcome.events, ElementsAre(delta("They're going home."), done(9, 4)));
+    EXPECT_EQ(transport().linesRead, 5u);
+}
+
+INSTANTIATE_TEST_SUITE_P(ProviderClient, Sentinels,
+                         ::testing::Values(SentinelRow{"Spaced", "data: [DONE]"}, SentinelRow{"Tight", "data:[DONE]"},
+                                           SentinelRow{"Padded", "data:  [DONE]  "},
+                                           SentinelRow{"Tabs", "data:\t[DONE]\t"}),
+                         test::ParamName());
+
+TEST_F(ProviderClientTest, SentinelWithTrailingCharacterIsJustAPayload)
+{
+    transport().lines = {openAIText("They're"), "data: [DONE]x", "data: [done]", openAIText(" going home.")};
+
+    const auto outcome = run();
+
+    EXPECT_EQ(outcome.error, std::nullopt);
+    EXPECT_THAT(outcome.events, ElementsAre(delta("They're"), delta(" going home."), done(0, 0)));
+}
+
+// Token counts
+
+TEST_F(ProviderClientTest, OnlyAPromptCountGivesZeroCompletion)
+{
+    transport().lines = {R"(data: {"message":{"usage":{"input_tokens":12}}})",
+                         R"(data: {"delta":{"text":"They're going home."}})"};
+
+    EXPECT_THAT(run(ProviderID::anthropic).events, ElementsAre(delta("They're going home."), done(12, 0)));
+}
+
+TEST_F(ProviderClientTest, LastReportedCountsWin)
+{
+    // vLLM can report usage on every chunk; an absent count leaves the held one alone.
+    transport().lines = {openAIText("They're"),
+                         openAIUsage(10, 1),
+                         openAIText(" going home."),
+                         openAIUsage(11, 2),
+                         R"(data: {"choices":[{"delta":{}}],"usage":null})",
+                         "data: [DONE]"};
+
+    EXPECT_THAT(run().events, ElementsAre(delta("They're"), delta(" going home."), done(11, 2)));
+}
+
+// Outcomes decided at the end
+
+TEST_F(ProviderClientTest, AllEmptyDeltasLeaveTheVerdictToTheValidator)
+{
+    transport().lines = {R"(data: {"choices":[{"delta":{"role":"assistant","content":""}}]})", openAIText(""),
+                         openAIUsage(9, 0), "data: [DONE]"};
+
+    const auto outcome = run();
+
+    EXPECT_THAT(outcome.events, IsEmpty());
+    EXPECT_EQ(outcome.error, ProviderError::invalidCorrectionOutput("empty response"));
+}
+
+TEST_F(ProviderClientTest, RejectedReplyHasItsDeltasButNoDone)
+{
+    transport().lines = {openAIText("Corrected text:"), openAIText(" They're going home."), openAIUsage(9, 6)};
+
+    const auto outcome = run();
+
+    EXPECT_THAT(outcome.events, ElementsAre(delta("Corrected text:"), delta(" They're going home.")));
+    ASSERT_TRUE(outcome.error);
+    EXPECT_EQ(outcome.error->kind(), ProviderError::Kind::invalidCorrectionOutput);
+}
+
+TEST_F(ProviderClientTest, InBandErrorEndsAsAnEmptyReply)
+{
+    transport().lines = {"event: error",
+                         R"(data: {"type": "error", "error": {"type": "overloaded_error", "message": "Overloaded"}})"};
+
+    EXPECT_EQ(run(ProviderID::anthropic).error, ProviderError::invalidCorrectionOutput("empty response"));
+}
+
+// Failures
+
+TEST_F(ProviderClientTest, ErrorStatusReadsTheWholeBody)
+{
+    transport().status = 401;
+    transport().lines = {"{", R"(  "type": "error",)",
+                         R"(  "error": {"type": "authentication_error", "message": "invalid x-api-key"})", "}"};
+
+    const auto outcome = run(ProviderID::anthropic);
+
+    EXPECT_THAT(outcome.events, IsEmpty());
+    EXPECT_EQ(outcome.error, ProviderError::http(401, "invalid x-api-key"));
+    EXPECT_EQ(transport().linesRead, 4u);
+}
+
+TEST_F(ProviderClientTest, PlainTextErrorBodyIsTrimmed)
+{
+    transport().status = 500;
+    transport().lines = {"", "  Internal Server Error ", "data: [DONE]", "\t"};
+
+    EXPECT_EQ(run().error, ProviderError::http(500, "Internal Server Error \ndata: [DONE]"));
+}
+
+TEST_F(ProviderClientTest, KeyEchoedByTheServerIsMasked)
+{
+    transport().status = 401;
+    transport().lines = {R"({"error":{"message":"Incorrect API key provided: sk-secret.","code":"invalid_api_key"}})"};
+
+    const auto outcome = run(ProviderID::openai, "sk-secret");
+
+    ASSERT_TRUE(outcome.error);
+    EXPECT_EQ(outcome.error->text(), "Incorrect API key provided: [redacted].");
+    EXPECT_EQ(outcome.error->description().find("sk-secret"), std::string::npos);
+}
+
+TEST_F(ProviderClientTest, TransportErrorsArePassedOnUnchanged)
+{
+    transport().lines = {openAIText("They're")};
+    transport().failure = ProviderError::timeout();
+
+    const auto outcome = run();
+
+    EXPECT_THAT(outcome.events, ElementsAre(delta("They're")));
+    EXPECT_EQ(outcome.error, ProviderError::timeout());
+}
+
+TEST_F(ProviderClientTest, FailureBeforeTheHeadIsPassedOn)
+{
+    transport().status = std::nullopt;
+    transport().failure = ProviderError::transport("Could not resolve host: api.openai.com");
+
+    EXPECT_EQ(run().error, ProviderError::transport("Could not resolve host: api.openai.com"));
+}
+
+TEST_F(ProviderClientTest, TransferWithoutAHeadIsAnInvalidResponse)
+{
+    transport().status = std::nullopt;
+
+    EXPECT_EQ(run().error, ProviderError::invalidResponse());
+}
+
+TEST_F(ProviderClientTest, UnencodableTextFailsBeforeSending)
+{
+    const auto outcome = run(ProviderID::openai, "sk-secret", "bad \xFF text");
+
+    EXPECT_EQ(outcome.error, ProviderError::transport("The text is not valid UTF-8."));
+    EXPECT_FALSE(transport().request);
+}
+
+TEST_F(ProviderClientTest, ThrowingConsumerEndsTheStreamWithAnError)
+{
+    transport().lines = {openAIText("They're"), openAIText(" going home.")};
+    m_onEvent = [](const CorrectionEvent&) { throw std::runtime_error("model gone"); };
+
+    const auto outcome = run();
+
+    EXPECT_EQ(outcome.error, ProviderError::transport("model gone"));
+    EXPECT_EQ(transport().linesRead, 1u);
+}
+
+// Stopping
+
+TEST_F(ProviderClientTest, StopMidStreamEndsQuietly)
+{
+    transport().lines = {openAIText("They're"), openAIText(" going"), openAIText(" home."), openAIUsage(9, 3)};
+    m_onEvent = [this](const CorrectionEvent&) { m_stop.request_stop(); };
+
+    const auto outcome = run();
+
+    EXPECT_EQ(outcome.error, std::nullopt);
+    EXPECT_THAT(outcome.events, ElementsAre(delta("They're")));
+    EXPECT_EQ(transport().linesRead, 1u);
+}
+
+TEST_F(ProviderClientTest, StopOutweighsTheTransportsError)
+{
+    transport().lines = {openAIText("They're"), openAIText(" going home.")};
+    transport().beforeLine = [this](std::size_t index) {
+        if (index == 1) {
+            m_stop.request_stop();
+        }
+    };
+    transport().failure = ProviderError::transport("aborted");
+
+    const auto outcome = run();
+
+    EXPECT_EQ(outcome.error, std::nullopt);
+    EXPECT_THAT(outcome.events, ElementsAre(delta("They're")));
+}
+
+// Error messages
+
+struct MessageRow
+{
+    const char* name;
+    std::string body;
+    std::string key;
+    std::string message;
+};
+
+class ErrorMessages : public ::testing::TestWithParam<MessageRow>
+{
+};
+
+TEST_P(ErrorMessages, ComeFromTheEnvelopeOrTheBody)
+{
+    EXPECT_EQ(ProviderClient::errorMessage(GetParam().body, GetParam().key), GetParam().message);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ProviderClient, ErrorMessages,
+    ::testing::Values(
+        MessageRow{
+            "AnthropicEnvelope",
+            R"({"type":"error","error":{"type":"not_found_error","message":"model: claude-x"},"request_id":"r"})", "",
+            "model: claude-x"},
+        MessageRow{"PrettyPrintedEnvelope",
+                   "{\n  \"error\": {\n    \"message\": \"Invalid 'messages'.\",\n    \"param\": null\n  }\n}\n", "k",
+                   "Invalid 'messages'."},
+        MessageRow{"MessageIsNotTrimmed", R"({"error":{"message":" spaced "}})", "", " spaced "},
+        MessageRow{"EnvelopeWithoutWrapperIsTheBody", " {\"object\":\"error\",\"message\":\"bad\",\"code\":400}\n", "",
+                   R"({"object":"error","message":"bad","code":400})"},
+        MessageRow{"NonStringMessageIsTheBody", R"({"error":{"message":401}})", "", R"({"error":{"message":401}})"},
+        MessageRow{"HtmlFromAProxy", "\r\n<html><body>502 Bad Gateway</body></html>\r\n", "",
+                   "<html><body>502 Bad Gateway</body></html>"},
+        MessageRow{"KeyMaskedEverywhere", R"({"error":{"message":"key sk-1 is not sk-12 but sk-1"}})", "sk-1",
+                   "key [redacted] is not [redacted]2 but [redacted]"},
+        MessageRow{"KeyInPlainBody", "bad key: abc\n", "abc", "bad key: [redacted]"},
+        MessageRow{"KeyRepeatedBackToBack", "xxxx", "xx", "[redacted][redacted]"},
+        MessageRow{"EmptyKeyReplacesNothing", R"({"error":{"message":"no key given"}})", "", "no key given"},
+        MessageRow{"EmptyBody", "", "k", ""}),
+    test::ParamName());
+
+} // namespace
+} // namespace vesk
