@@ -116,7 +116,15 @@ std::size_t countWords(std::string_view text)
     std::size_t words = 0;
     bool inWord = false;
     for (std::size_t i = 0; i < text.size();) {
-        const bool space = isSpace(nextCodePoint(text, i));
+        // ASCII is most of what people write; its only white space is tab to carriage return and space.
+        const auto byte = static_cast<unsigned char>(text[i]);
+        bool space = false;
+        if (byte < 0x80) {
+            space = byte == ' ' || (byte >= '\t' && byte <= '\r');
+            ++i;
+        } else {
+            space = isSpace(nextCodePoint(text, i));
+        }
         if (!space && !inWord) {
             ++words;
         }
