@@ -247,8 +247,6 @@ INSTANTIATE_TEST_SUITE_P(
         EventRow{"PaddedBeforeTheClosingBrace", R"({"type":"content_block_stop","index":1              })", nothing},
         EventRow{"PaddedTextDelta", R"(  {"delta":{"type":"text_delta","text":"ok"}      }  )", text("ok")},
         EventRow{"PingWithSpaces", R"({"type": "ping"})", nothing},
-        EventRow{"ContentBlockStart",
-                 R"({"type":"content_block_start","index":0,"content_block":{"type":"text","text":""}})", nothing},
         EventRow{"ThinkingDeltaHasNoText",
                  R"({"type":"content_block_delta","index":0,"delta":{"type":"thinking_delta","thinking":"Hmm"}})",
                  nothing},
@@ -256,14 +254,12 @@ INSTANTIATE_TEST_SUITE_P(
                  nothing},
         EventRow{"NullFieldsAreAbsent", R"({"delta":{"text":"Hi"},"usage":null,"message":null})", text("Hi")},
         EventRow{"TypeIsNotRead", R"({"type":42,"delta":{"text":"Hi"}})", text("Hi")},
-        EventRow{"NotJson", "not json", nothing}, EventRow{"Empty", "", nothing},
-        EventRow{"Truncated", R"({"delta":{"text":"Hi"})", nothing}, EventRow{"NotAnObject", R"(["Hi"])", nothing},
+        EventRow{"NotJson", "not json", nothing}, EventRow{"NotAnObject", R"(["Hi"])", nothing},
         EventRow{"InvalidUtf8", "{\"delta\":{\"text\":\"H\xC3\x28\"}}", nothing},
         EventRow{"TextOfWrongType", R"({"delta":{"text":5}})", nothing},
         EventRow{"DeltaOfWrongType", R"({"delta":"Hi"})", nothing},
         EventRow{"MessageOfWrongType", R"({"message":[],"delta":{"text":"Hi"}})", nothing},
         EventRow{"FractionalCount", R"({"message":{"usage":{"input_tokens":2.5}}})", nothing},
-        EventRow{"CountTooLarge", R"({"usage":{"output_tokens":9223372036854775808}})", nothing},
         // The ignored counts are still part of the shape: a wrong type there spoils the whole payload.
         EventRow{"IgnoredCountOfWrongTypeLosesTheText",
                  R"({"delta":{"text":"Hi"},"usage":{"input_tokens":"7","output_tokens":3}})", nothing}),
@@ -310,7 +306,7 @@ INSTANTIATE_TEST_SUITE_P(
         EventRow{"Padded", R"(  {"choices":[{"delta":{"content":"x"}}]    }  )", text("x")},
         EventRow{"InBandError", R"({"error":{"message":"The server experienced an error","type":"server_error"}})",
                  nothing},
-        EventRow{"NotJson", "[DONE]x", nothing}, EventRow{"NotAnObject", R"("Hel")", nothing},
+        EventRow{"NotJson", "[DONE]x", nothing},
         // A chunk decodes as a whole or not at all, so the text in these is lost.
         EventRow{"UsageWithOnlyThePromptCount",
                  R"({"choices":[{"delta":{"content":"Hel"}}],"usage":{"prompt_tokens":40}})", nothing},
@@ -325,8 +321,7 @@ INSTANTIATE_TEST_SUITE_P(
         EventRow{"LaterChoiceWithoutDelta", R"({"choices":[{"delta":{"content":"a"}},{"index":1}]})", nothing},
         EventRow{"DeltaOfWrongType", R"({"choices":[{"delta":"Hel"}]})", nothing},
         EventRow{"ContentOfWrongType", R"({"choices":[{"delta":{"content":["Hel"]}}]})", nothing},
-        EventRow{"ChoicesOfWrongType", R"({"choices":{"delta":{"content":"Hel"}}})", nothing},
-        EventRow{"UsageOfWrongType", R"({"choices":[{"delta":{"content":"Hel"}}],"usage":7})", nothing}),
+        EventRow{"ChoicesOfWrongType", R"({"choices":{"delta":{"content":"Hel"}}})", nothing}),
     test::ParamName());
 
 } // namespace
