@@ -1,0 +1,553 @@
+#include "core/CurlTransport.h"
+
+#include "core/Json.h"
+#include "support/ParamName.h"
+#include "support/ScriptedProviderServer.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vesk {
+namespace {
+
+using namespace std::chrono_literals;
+using test::BodyChunk;
+using test::ScriptedProviderServer;
+using test::ScriptedResponse;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* secretKey = "sk-proj-SECRETKEY0123456789";
+
+// Records what the transport reports, and checks that nothing is reported once a stop was requested.
+class Recorder : public ResponseHandler
+{
+public:
+    void onHead(int status) override
+    {
+        noteCall();
+        const std::lock_guard lock(m_mutex);
+        ++m_heads;
+        m_status = status;
+        m_headAt = Clock::now();
+    }
+    bool onLine(std::string_view line) override
+    {
+        noteCall();
+        bool keepGoing = true;
+        {
+            const std::lock_guard lock(m_mutex);
+            if (m_heads == 0) {
+                m_lineBeforeHead = true;
+            }
+            if (m_lines.empty()) {
+                m_firstLineAt = Clock::now();
+            }
+            m_lines.emplace_back(line);
+            keepGoing = !stopAfterLines || m_lines.size() < *stopAfterLines;
+        }
+        m_lineCount = m_lineCount + 1;
+        return keepGoing;
+    }
+
+    std::optional<std::size_t> stopAfterLines;
+    std::stop_token watched; // a handler call after this was stopped is a fault
+
+    [[nodiscard]] int status() const { return m_status; }
+    [[nodiscard]] int heads() const { return m_heads; }
+    [[nodiscard]] std::vector<std::string> lines() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_lines;
+    }
+    [[nodiscard]] std::size_t lineCount() const { return m_lineCount; }
+    [[nodiscard]] bool sawHead() const { return m_heads > 0; }
+    [[nodiscard]] bool lineBeforeHead() const { return m_lineBeforeHead; }
+    [[nodiscard]] bool calledAfterStop() const { return m_calledAfterStop; }
+    [[nodiscard]] Clock::duration headToFirstLine() const { return m_firstLineAt - m_headAt; }
+
+private:
+    void noteCall()
+    {
+        if (watched.stop_requested()) {
+            m_calledAfterStop = true;
+        }
+    }
+
+    mutable std::mutex m_mutex;
+    std::atomic<int> m_heads{0};
+    std::atomic<int> m_status{-1};
+    std::atomic<std::size_t> m_lineCount{0};
+    std::atomic<bool> m_lineBeforeHead{false};
+    std::atomic<bool> m_calledAfterStop{false};
+    std::vector<std::string> m_lines;
+    Clock::time_point m_headAt;
+    Clock::time_point m_firstLineAt;
+};
+
+bool eventually(const std::function<bool()>& condition, Clock::duration limit = 5s)
+{
+    const auto deadline = Clock::now() + limit;
+    while (!condition()) {
+        if (Clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(2ms);
+    }
+    return true;
+}
+
+std::vector<BodyChunk> chunks(const std::vector<std::string>& pieces, std::chrono::milliseconds gap = 0ms)
+{
+    std::vector<BodyChunk> body;
+    for (const auto& piece : pieces) {
+        body.push_back({piece, gap});
+    }
+    return body;
+}
+
+ScriptedResponse reply(const std::vector<std::string>& pieces, std::chrono::milliseconds gap = 0ms)
+{
+    ScriptedResponse response;
+    response.headers = {{"Content-Type", "text/event-stream"}};
+    response.body = chunks(pieces, gap);
+    return response;
+}
+
+class CurlTransportTest : public ::testing::Test
+{
+protected:
+    // The tests talk to 127.0.0.1 directly, whatever proxy the machine running them has configured.
+    void SetUp() override
+    {
+        for (const char* name : proxyVariables) {
+            if (const char* value = std::getenv(name)) {
+                m_savedProxies.emplace_back(name, value);
+                ::unsetenv(name);
+            }
+        }
+    }
+    void TearDown() override
+    {
+        for (const char* name : proxyVariables) {
+            ::unsetenv(name);
+        }
+        for (const auto& [name, value] : m_savedProxies) {
+            ::setenv(name.c_str(), value.c_str(), 1);
+        }
+    }
+
+    HttpRequest request(std::string path = "/v1/chat/completions") const
+    {
+        HttpRequest built;
+        built.url = server.url(path);
+        built.headers = {{"Content-Type", "application/json"}, {"Authorization", std::string("Bearer ") + secretKey}};
+        built.body = R"({"model":"gpt-4o-mini","stream":true})";
+        return built;
+    }
+
+    // The next request gets no answer at all; the one after it gets a head and one line, then silence.
+    void enqueueStalls()
+    {
+        ScriptedResponse midBody = reply({"data: first\n"});
+        midBody.ending = ScriptedResponse::Ending::stall;
+        server.enqueue(ScriptedResponse::stallBeforeHead());
+        server.enqueue(midBody);
+    }
+
+    std::optional<ProviderError> send(const HttpRequest& built, Recorder& recorder, std::stop_token stop = {})
+    {
+        return transport.send(built, recorder, std::move(stop));
+    }
+
+    static constexpr const char* proxyVariables[] = {"http_proxy", "HTTP_PROXY", "https_proxy", "HTTPS_PROXY",
+                                                     "all_proxy",  "ALL_PROXY",  "no_proxy",    "NO_PROXY"};
+    std::vector<std::pair<std::string, std::string>> m_savedProxies;
+    ScriptedProviderServer server;
+    CurlTransport transport;
+};
+
+TEST_F(CurlTransportTest, SendsTheRequestExactlyAsBuilt)
+{
+    server.respondWith([](const test::RecordedRequest&) { return reply({"ok\n"}); });
+    HttpRequest post = request();
+    post.headers.emplace_back("anthropic-version", "2023-06-01");
+    post.headers.emplace_back("X-Empty", "");
+    post.body = std::string(2 * 1024 * 1024, 'x'); // large enough that libcurl would want 100-continue
+    HttpRequest get;
+    get.method = "GET";
+    get.url = server.url("/v1/models?limit=5");
+    Recorder first;
+    Recorder second;
+
+    EXPECT_EQ(send(post, first), std::nullopt);
+    EXPECT_EQ(send(get, second), std::nullopt);
+
+    const auto requests = server.requests();
+    ASSERT_EQ(requests.size(), 2u);
+    EXPECT_EQ(requests[0].method, "POST");
+    EXPECT_EQ(requests[0].target, "/v1/chat/completions");
+    EXPECT_EQ(requests[0].body, post.body);
+    EXPECT_EQ(requests[0].header("Authorization"), std::string("Bearer ") + secretKey);
+    EXPECT_EQ(requests[0].header("anthropic-version"), "2023-06-01");
+    EXPECT_EQ(requests[0].header("Content-Type"), "application/json");
+    EXPECT_EQ(requests[0].header("Content-Length"), std::to_string(post.body.size()));
+    std::vector<std::string> names;
+    for (const auto& [name, value] : requests[0].headers) {
+        names.push_back(name);
+    }
+    EXPECT_THAT(names, ElementsAre("Host", "Accept", "Content-Type", "Authorization", "anthropic-version", "X-Empty",
+                                   "Content-Length"));
+
+    EXPECT_EQ(requests[1].method, "GET");
+    EXPECT_EQ(requests[1].target, "/v1/models?limit=5");
+    EXPECT_EQ(requests[1].body, "");
+    EXPECT_EQ(requests[1].header("Content-Type"), "");
+}
+
+TEST_F(CurlTransportTest, ReportsTheHeadBeforeADelayedBody)
+{
+    ScriptedResponse delayed = reply({"data: late\n"});
+    delayed.body[0].delay = 400ms;
+    server.enqueue(delayed);
+    Recorder recorder;
+    std::jthread sender([&] { EXPECT_EQ(send(request(), recorder), std::nullopt); });
+
+    ASSERT_TRUE(eventually([&] { return recorder.sawHead(); }));
+    EXPECT_EQ(recorder.status(), 200);
+    EXPECT_EQ(recorder.lineCount(), 0u) << "the body was not sent yet";
+    sender.join();
+    EXPECT_THAT(recorder.lines(), ElementsAre("data: late"));
+    EXPECT_GE(recorder.headToFirstLine(), 300ms);
+}
+
+struct FramingCase
+{
+    std::string name;
+    ScriptedResponse::Framing framing;
+};
+
+class CurlTransportFraming : public CurlTransportTest, public ::testing::WithParamInterface<FramingCase>
+{
+};
+
+// Lines and line ends do not depend on where the chunks fall nor on how the body is delimited.
+TEST_P(CurlTransportFraming, SplitsLinesAcrossChunks)
+{
+    ScriptedResponse response = reply({"data: one\r", "\ndata: tw", "o\r\rdata: thr", "ee\n\n", "tail"}, 5ms);
+    response.status = 429;
+    response.framing = GetParam().framing;
+    server.enqueue(response);
+    Recorder recorder;
+
+    EXPECT_EQ(send(request(), recorder), std::nullopt);
+
+    EXPECT_EQ(recorder.status(), 429);
+    EXPECT_EQ(recorder.heads(), 1);
+    EXPECT_FALSE(recorder.lineBeforeHead());
+    EXPECT_THAT(recorder.lines(), ElementsAre("data: one", "data: two", "", "data: three", "", "tail"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Framings, CurlTransportFraming,
+                         ::testing::Values(FramingCase{"Chunked", ScriptedResponse::Framing::chunked},
+                                           FramingCase{"ContentLength", ScriptedResponse::Framing::contentLength},
+                                           FramingCase{"CloseDelimited", ScriptedResponse::Framing::closeDelimited}),
+                         test::ParamName());
+
+// The scripted provider streams, with either line end, arrive as one JSON payload per data line.
+TEST_F(CurlTransportTest, CarriesBothProvidersStreams)
+{
+    const std::string text = "Ths is a sentense — with an émoji 😀 and \"quotes\".";
+    test::streams::Options crlf;
+    crlf.lineEnd = "\r\n";
+    server.enqueue(ScriptedResponse::events(test::streams::openAI(test::streams::split(text, 5), crlf)));
+    server.enqueue(ScriptedResponse::events(test::streams::anthropic(test::streams::split(text, 7), crlf)));
+
+    for (const char* provider : {"openai", "anthropic"}) {
+        SCOPED_TRACE(provider);
+        Recorder recorder;
+        ASSERT_EQ(send(request(), recorder), std::nullopt);
+        std::string collected;
+        for (const auto& line : recorder.lines()) {
+            if (line.rfind("data: ", 0) != 0 || line == "data: [DONE]") {
+                continue;
+            }
+            const Json event = Json::parse(line.substr(6));
+            if (event.contains("choices") && !event["choices"].empty()) {
+                collected += event["choices"][0]["delta"].value("content", "");
+            } else if (event.value("type", "") == "content_block_delta") {
+                collected += event["delta"]["text"].get<std::string>();
+            }
+        }
+        EXPECT_EQ(collected, text);
+    }
+}
+
+TEST_F(CurlTransportTest, PassesBytesThroughUntouched)
+{
+    const std::string invalid("caf\xc3 \xff\xfe\x80 \xe2\x82", 11);
+    server.enqueue(reply({"data: " + invalid + "\n", "\xf0\x9f", "\x98\x80 ok\n"}));
+    Recorder recorder;
+
+    EXPECT_EQ(send(request(), recorder), std::nullopt);
+
+    EXPECT_THAT(recorder.lines(), ElementsAre("data: " + invalid, "\xf0\x9f\x98\x80 ok"));
+}
+
+TEST_F(CurlTransportTest, IgnoresAnInterimContinueHead)
+{
+    ScriptedResponse response = reply({"line\n"});
+    response.interimContinue = true;
+    server.enqueue(response);
+    Recorder recorder;
+
+    EXPECT_EQ(send(request(), recorder), std::nullopt);
+
+    EXPECT_EQ(recorder.heads(), 1);
+    EXPECT_EQ(recorder.status(), 200);
+    EXPECT_THAT(recorder.lines(), ElementsAre("line"));
+}
+
+TEST_F(CurlTransportTest, ReadsABodyOfSeveralMegabytes)
+{
+    const std::string line = std::string(1000, 'a') + "\n";
+    std::string piece;
+    for (int i = 0; i < 64; ++i) {
+        piece += line;
+    }
+    ScriptedResponse response;
+    for (int i = 0; i < 128; ++i) { // 128 pieces of 64 lines: 8 MB
+        response.body.push_back({piece, 0ms});
+    }
+    server.enqueue(response);
+    Recorder recorder;
+
+    EXPECT_EQ(send(request(), recorder), std::nullopt);
+
+    const auto lines = recorder.lines();
+    ASSERT_EQ(lines.size(), 128u * 64u);
+    EXPECT_EQ(lines.front(), std::string(1000, 'a'));
+    EXPECT_EQ(lines.back(), std::string(1000, 'a'));
+}
+
+TEST_F(CurlTransportTest, ReusesTheConnectionAcrossTransports)
+{
+    server.respondWith([](const test::RecordedRequest&) {
+        return ScriptedResponse::events(test::streams::openAI(test::streams::split("Hello there, world.")));
+    });
+    Recorder first;
+    Recorder second;
+    CurlTransport another; // a second transport draws on the same pool
+
+    EXPECT_EQ(send(request(), first), std::nullopt);
+    EXPECT_EQ(another.send(request(), second, {}), std::nullopt);
+
+    EXPECT_EQ(first.lines(), second.lines());
+    EXPECT_EQ(first.lines().back(), "");
+    EXPECT_EQ(server.requests().size(), 2u);
+    EXPECT_EQ(server.connectionCount(), 1u);
+}
+
+TEST_F(CurlTransportTest, TimesOutWhenNothingArrivesForTheIdleTime)
+{
+    enqueueStalls();
+    HttpRequest impatient = request();
+    impatient.idleTimeout = 300ms;
+
+    Recorder beforeHead;
+    auto started = Clock::now();
+    EXPECT_EQ(send(impatient, beforeHead), ProviderError::timeout());
+    EXPECT_LT(Clock::now() - started, 3s);
+    EXPECT_FALSE(beforeHead.sawHead());
+
+    Recorder inBody;
+    started = Clock::now();
+    EXPECT_EQ(send(impatient, inBody), ProviderError::timeout());
+    EXPECT_LT(Clock::now() - started, 3s);
+    EXPECT_THAT(inBody.lines(), ElementsAre("data: first"));
+}
+
+TEST_F(CurlTransportTest, NeverCutsASlowDripThatKeepsComing)
+{
+    // Ten pieces 100 ms apart: a second in all, never 300 ms quiet.
+    ScriptedResponse drip = reply({"0\n", "1\n", "2\n", "3\n", "4\n", "5\n", "6\n", "7\n", "8\n", "9\n"}, 100ms);
+    drip.headDelay = 150ms;
+    server.enqueue(drip);
+    HttpRequest impatient = request();
+    impatient.idleTimeout = 300ms;
+    Recorder recorder;
+
+    EXPECT_EQ(send(impatient, recorder), std::nullopt);
+
+    EXPECT_EQ(recorder.lineCount(), 10u);
+}
+
+TEST_F(CurlTransportTest, StopsPromptlyWhenCancelled)
+{
+    enqueueStalls();
+
+    for (const bool afterHead : {false, true}) {
+        SCOPED_TRACE(afterHead ? "stalled mid-body" : "stalled before the head");
+        std::stop_source stop;
+        Recorder recorder;
+        recorder.watched = stop.get_token();
+        std::optional<std::optional<ProviderError>> result;
+        Clock::time_point returned;
+        std::jthread sender([&] {
+            result = send(request(), recorder, stop.get_token());
+            returned = Clock::now();
+        });
+        ASSERT_TRUE(eventually([&] { return afterHead ? recorder.lineCount() == 1 : server.requests().size() == 1u; }));
+        const auto stoppedAt = Clock::now();
+        stop.request_stop();
+        sender.join();
+
+        ASSERT_TRUE(result.has_value());
+        EXPECT_EQ(*result, std::nullopt);
+        EXPECT_LT(returned - stoppedAt, 1s);
+        EXPECT_FALSE(recorder.calledAfterStop());
+    }
+}
+
+TEST_F(CurlTransportTest, NeverCallsTheHandlerAfterAStopDuringADrip)
+{
+    server.respondWith([](const test::RecordedRequest&) {
+        ScriptedResponse drip;
+        for (int i = 0; i < 2000; ++i) {
+            drip.body.push_back({"data: " + std::to_string(i) + "\n", 1ms});
+        }
+        return drip;
+    });
+    std::stop_source stop;
+    Recorder recorder;
+    recorder.watched = stop.get_token();
+    std::jthread sender([&] { EXPECT_EQ(send(request(), recorder, stop.get_token()), std::nullopt); });
+
+    ASSERT_TRUE(eventually([&] { return recorder.lineCount() >= 20; }));
+    stop.request_stop();
+    sender.join();
+
+    EXPECT_FALSE(recorder.calledAfterStop());
+    EXPECT_LT(recorder.lineCount(), 2000u);
+}
+
+TEST_F(CurlTransportTest, ReturnsAtOnceWhenStoppedBeforeSending)
+{
+    std::stop_source stop;
+    stop.request_stop();
+    Recorder recorder;
+
+    EXPECT_EQ(send(request(), recorder, stop.get_token()), std::nullopt);
+
+    EXPECT_FALSE(recorder.sawHead());
+    EXPECT_EQ(server.connectionCount(), 0u);
+}
+
+TEST_F(CurlTransportTest, StopsReadingWhenTheHandlerSaysSo)
+{
+    server.enqueue(reply({"one\ntwo\nthree\n", "four\n"}));
+    server.enqueue(reply({"next\n"}));
+    Recorder stopping;
+    stopping.stopAfterLines = 2;
+    Recorder next;
+
+    EXPECT_EQ(send(request(), stopping), std::nullopt);
+    EXPECT_EQ(send(request(), next), std::nullopt);
+
+    EXPECT_THAT(stopping.lines(), ElementsAre("one", "two"));
+    EXPECT_THAT(next.lines(), ElementsAre("next")) << "the next request is not disturbed";
+}
+
+TEST_F(CurlTransportTest, ReportsAConnectionDroppedMidBodyAsTransport)
+{
+    for (const auto framing : {ScriptedResponse::Framing::chunked, ScriptedResponse::Framing::contentLength}) {
+        ScriptedResponse dropped = reply({"data: first\n", "data: cut "}, 20ms);
+        dropped.framing = framing;
+        dropped.ending = ScriptedResponse::Ending::drop;
+        server.enqueue(dropped);
+        Recorder recorder;
+
+        const auto error = send(request(), recorder);
+
+        ASSERT_TRUE(error.has_value());
+        EXPECT_EQ(error->kind(), ProviderError::Kind::transport);
+        EXPECT_FALSE(error->text().empty());
+        EXPECT_THAT(recorder.lines(), ElementsAre("data: first")) << "a cut-off line is not a line";
+    }
+}
+
+TEST_F(CurlTransportTest, ReportsARefusedConnectionWithoutTheKey)
+{
+    int closedPort = 0;
+    {
+        ScriptedProviderServer gone;
+        closedPort = gone.port();
+    }
+    HttpRequest refused = request();
+    refused.url = "http://127.0.0.1:" + std::to_string(closedPort) + "/v1/chat?key=" + secretKey;
+    Recorder recorder;
+
+    const auto error = send(refused, recorder);
+
+    ASSERT_TRUE(error.has_value());
+    EXPECT_EQ(error->kind(), ProviderError::Kind::transport);
+    EXPECT_THAT(error->text(), HasSubstr("onnect"));
+    EXPECT_THAT(error->description(), Not(HasSubstr(secretKey)));
+    EXPECT_FALSE(recorder.sawHead());
+}
+
+TEST_F(CurlTransportTest, ReportsAPeerThatDoesNotSpeakHttpAsInvalidResponse)
+{
+    server.enqueue(ScriptedResponse::garbage());
+    Recorder recorder;
+
+    EXPECT_EQ(send(request(), recorder), ProviderError::invalidResponse());
+    EXPECT_FALSE(recorder.sawHead());
+}
+
+TEST_F(CurlTransportTest, RejectsWhatCannotBeSent)
+{
+    HttpRequest ftp = request();
+    ftp.url = "ftp://127.0.0.1/file";
+    HttpRequest injected = request();
+    injected.headers.emplace_back("x-api-key", std::string(secretKey) + "\r\nX-Injected: yes");
+    Recorder recorder;
+
+    const auto unsupported = send(ftp, recorder);
+    const auto invalidHeader = send(injected, recorder);
+
+    ASSERT_TRUE(unsupported && invalidHeader);
+    EXPECT_EQ(unsupported->kind(), ProviderError::Kind::transport);
+    EXPECT_EQ(invalidHeader->kind(), ProviderError::Kind::transport);
+    EXPECT_THAT(invalidHeader->description(), Not(HasSubstr(secretKey)));
+    EXPECT_EQ(server.connectionCount(), 0u);
+}
+
+TEST_F(CurlTransportTest, HonoursTheHttpProxyVariable)
+{
+    server.enqueue(reply({"via proxy\n"}));
+    ::setenv("http_proxy", server.url("").c_str(), 1);
+    HttpRequest proxied = request();
+    proxied.url = "http://api.vesk.invalid/v1/chat/completions";
+    Recorder recorder;
+
+    EXPECT_EQ(send(proxied, recorder), std::nullopt);
+
+    EXPECT_THAT(recorder.lines(), ElementsAre("via proxy"));
+    ASSERT_EQ(server.requests().size(), 1u);
+    EXPECT_EQ(server.requests()[0].target, "http://api.vesk.invalid/v1/chat/completions");
+    EXPECT_EQ(server.requests()[0].header("Host"), "api.vesk.invalid");
+}
+
+} // namespace
+} // namespace vesk
