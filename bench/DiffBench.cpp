@@ -106,8 +106,13 @@ template <typename Call> double extraMiB(Call&& call)
     return static_cast<double>(peak > before ? peak - before : 0) / 1024.0;
 }
 
-void reportSize(benchmark::State& state, const TextPair& pair)
+// Measures memory in one untimed call, then times the call.
+template <typename Call> void measure(benchmark::State& state, const TextPair& pair, Call&& call)
 {
+    state.counters["extra_MiB"] = extraMiB(call);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(call());
+    }
     state.counters["tokens"] = static_cast<double>(pair.originalTokens.size());
     state.counters["corrected_tokens"] = static_cast<double>(pair.correctedTokens.size());
 }
@@ -115,35 +120,20 @@ void reportSize(benchmark::State& state, const TextPair& pair)
 void BM_DiffSegments(benchmark::State& state)
 {
     const TextPair& pair = textPair(static_cast<std::size_t>(state.range(0)));
-    const auto call = [&] { return segments(pair.originalTokens, pair.correctedTokens); };
-    state.counters["extra_MiB"] = extraMiB(call);
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(call());
-    }
-    reportSize(state, pair);
+    measure(state, pair, [&] { return segments(pair.originalTokens, pair.correctedTokens); });
 }
 
 void BM_DiffReferenceSegments(benchmark::State& state)
 {
     const TextPair& pair = textPair(static_cast<std::size_t>(state.range(0)));
-    const auto call = [&] { return vesk::reference::segments(pair.originalTokens, pair.correctedTokens); };
-    state.counters["extra_MiB"] = extraMiB(call);
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(call());
-    }
-    reportSize(state, pair);
+    measure(state, pair, [&] { return vesk::reference::segments(pair.originalTokens, pair.correctedTokens); });
 }
 
 // The whole plan, from the two texts: tokenising, comparing and grouping.
 void BM_DiffPlan(benchmark::State& state)
 {
     const TextPair& pair = textPair(static_cast<std::size_t>(state.range(0)));
-    const auto call = [&] { return plan(pair.original, pair.corrected); };
-    state.counters["extra_MiB"] = extraMiB(call);
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(call());
-    }
-    reportSize(state, pair);
+    measure(state, pair, [&] { return plan(pair.original, pair.corrected); });
 }
 
 BENCHMARK(BM_DiffSegments)->Arg(10'000)->Arg(50'000)->Unit(benchmark::kMillisecond);
