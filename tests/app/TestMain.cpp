@@ -1,0 +1,11 @@
+// The shell's tests need a QCoreApplication: signals, settings and the keyring expect one to exist.
+
+#include <QCoreApplication>
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    ::testing::InitGoogleTest(&argc, argv);
+    QCoreApplication app(argc, argv);
+    return RUN_ALL_TESTS();
+}
