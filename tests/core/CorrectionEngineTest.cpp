@@ -1,0 +1,157 @@
+// The engine that talks to the providers, over real HTTP to the scripted server on loopback.
+
+#include "core/CorrectionEngine.h"
+
+#include "core/CurlTransport.h"
+#include "core/InMemoryKeyStore.h"
+#include "core/PromptBuilder.h"
+#include "support/ScriptedProviderServer.h"
+
+#include <condition_variable>
+#include <gtest/gtest.h>
+#include <mutex>
+
+namespace vesk {
+namespace {
+
+using namespace std::chrono_literals;
+using test::ScriptedResponse;
+namespace streams = test::streams;
+
+// Collects what a stream delivers on its worker thread.
+class Recorder
+{
+public:
+    CorrectionStreamCallbacks callbacks()
+    {
+        return {[this](CorrectionEvent event) {
+                    const std::scoped_lock lock(m_mutex);
+                    m_events.push_back(std::move(event));
+                    m_changed.notify_all();
+                },
+                [this](std::optional<ProviderError> error) {
+                    const std::scoped_lock lock(m_mutex);
+                    m_finished = true;
+                    m_error = std::move(error);
+                    m_changed.notify_all();
+                }};
+    }
+
+    bool waitForFinish(std::chrono::milliseconds timeout = 10s)
+    {
+        std::unique_lock lock(m_mutex);
+        return m_changed.wait_for(lock, timeout, [this] { return m_finished; });
+    }
+    bool waitForEvents(std::size_t count, std::chrono::milliseconds timeout = 10s)
+    {
+        std::unique_lock lock(m_mutex);
+        return m_changed.wait_for(lock, timeout, [&] { return m_events.size() >= count; });
+    }
+    std::vector<CorrectionEvent> events()
+    {
+        const std::scoped_lock lock(m_mutex);
+        return m_events;
+    }
+    std::optional<ProviderError> error()
+    {
+        const std::scoped_lock lock(m_mutex);
+        return m_error;
+    }
+    bool finished()
+    {
+        const std::scoped_lock lock(m_mutex);
+        return m_finished;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<CorrectionEvent> m_events;
+    std::optional<ProviderError> m_error;
+    bool m_finished = false;
+};
+
+class CorrectionEngineTest : public ::testing::Test
+{
+protected:
+    CorrectionEngine engine() { return CorrectionEngine::providers(m_keys, std::make_shared<CurlTransport>(), {}, {}); }
+    CorrectionRun run(ProviderID provider = ProviderID::openai) const
+    {
+        return {provider, std::string(defaultModel(provider)), CorrectionSettings{}, m_server.url("")};
+    }
+
+    test::ScriptedProviderServer m_server;
+    std::shared_ptr<InMemoryKeyStore> m_keys = std::make_shared<InMemoryKeyStore>(
+        std::map<ProviderID, std::string>{{ProviderID::openai, "sk-o"}, {ProviderID::anthropic, "sk-a"}});
+    Recorder m_recorder;
+};
+
+TEST_F(CorrectionEngineTest, StreamsDeltasThenDoneWithUsage)
+{
+    m_server.enqueue(ScriptedResponse::events(streams::anthropic({"Hello", ", world."})));
+    auto stream = engine().stream(run(ProviderID::anthropic), "helo world", m_recorder.callbacks());
+    ASSERT_TRUE(m_recorder.waitForFinish());
+    EXPECT_EQ(m_recorder.error(), std::nullopt);
+    EXPECT_EQ(m_recorder.events(),
+              (std::vector{CorrectionEvent::makeDelta("Hello"), CorrectionEvent::makeDelta(", world."),
+                           CorrectionEvent::makeDone({78, 9})}));
+    const auto request = m_server.requests().at(0);
+    EXPECT_EQ(request.header("x-api-key"), "sk-a");
+    EXPECT_EQ(Json::parse(request.body)["system"], PromptBuilder::systemPrompt(CorrectionSettings{}));
+}
+
+TEST_F(CorrectionEngineTest, MissingKeyEndsAtOnceWithoutARequest)
+{
+    m_keys->remove(ProviderID::openai);
+    auto stream = engine().stream(run(), "helo", m_recorder.callbacks());
+    ASSERT_TRUE(m_recorder.waitForFinish());
+    EXPECT_EQ(m_recorder.error(), ProviderError::missingAPIKey(ProviderID::openai));
+    EXPECT_TRUE(m_recorder.events().empty());
+    EXPECT_TRUE(m_server.requests().empty());
+}
+
+TEST_F(CorrectionEngineTest, RejectedReplyDeliversItsDeltasFirstAndNoDone)
+{
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Here's the corrected text: ", "Hello."})));
+    auto stream = engine().stream(run(), "helo", m_recorder.callbacks());
+    ASSERT_TRUE(m_recorder.waitForFinish());
+    EXPECT_EQ(m_recorder.error(), ProviderError::invalidCorrectionOutput("response included an explanatory wrapper"));
+    const auto events = m_recorder.events();
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_EQ(events[1], CorrectionEvent::makeDelta("Hello."));
+}
+
+TEST_F(CorrectionEngineTest, ReplyWithoutUsageIsDoneWithZeroCounts)
+{
+    streams::Options options;
+    options.usage = false;
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Hello."}, options)));
+    auto stream = engine().stream(run(), "helo", m_recorder.callbacks());
+    ASSERT_TRUE(m_recorder.waitForFinish());
+    EXPECT_EQ(m_recorder.events().back(), CorrectionEvent::makeDone({0, 0}));
+}
+
+TEST_F(CorrectionEngineTest, CancelStopsTheRequestAndEveryCallback)
+{
+    ScriptedResponse stalled = ScriptedResponse::events(streams::openAI({"Hel"}, {.done = false}));
+    stalled.body.resize(2); // the role chunk and the first piece, then silence
+    stalled.ending = ScriptedResponse::Ending::stall;
+    m_server.enqueue(stalled);
+
+    auto stream = engine().stream(run(), "helo", m_recorder.callbacks());
+    ASSERT_TRUE(m_recorder.waitForEvents(1));
+    const auto started = std::chrono::steady_clock::now();
+    stream->cancel();
+    // The server notices the hang-up: one more request is answered on a fresh connection at once.
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Hi."})));
+    Recorder second;
+    auto next = engine().stream(run(), "hi", second.callbacks());
+    ASSERT_TRUE(second.waitForFinish());
+    EXPECT_LT(std::chrono::steady_clock::now() - started, 5s);
+    std::this_thread::sleep_for(100ms);
+    EXPECT_FALSE(m_recorder.finished()) << "a cancelled stream reports nothing, not even its end";
+    EXPECT_EQ(m_recorder.events().size(), 1U);
+}
+
+} // namespace
+} // namespace vesk
