@@ -9,12 +9,19 @@ fi
 home=$(mktemp -d "${TMPDIR:-/tmp}/vesk-keyring.XXXXXX")
 trap 'rm -rf "$home"' EXIT INT TERM
 chmod 700 "$home"
-# The keyring files and the daemon's control socket go into the throwaway home.
-# dbus-run-session sets DBUS_SESSION_BUS_ADDRESS; nothing may fall back to a bus under the real runtime dir.
+# The keyring files and the daemon's control socket go into the throwaway home; dbus-run-session sets
+# DBUS_SESSION_BUS_ADDRESS, so nothing falls back to a bus under the real runtime directory.
 status=0
 HOME=$home XDG_DATA_HOME=$home/.local/share XDG_RUNTIME_DIR=$home \
     dbus-run-session -- sh -c '
-        # An empty line unlocks (and on first use creates) the login keyring with an empty password.
+        # An empty line unlocks (and on first use creates) the login keyring with an empty password. The
+        # daemon forks away and outlives the session bus, so stop it by the pid the bus knows it by.
         printf "\n" | gnome-keyring-daemon --unlock --components=secrets >/dev/null
-        exec "$@"' sh "$@" || status=$?
+        daemon=$(dbus-send --session --print-reply=literal --dest=org.freedesktop.DBus /org/freedesktop/DBus \
+            org.freedesktop.DBus.GetConnectionUnixProcessID string:org.freedesktop.secrets 2>/dev/null |
+            awk "{ print \$2 }")
+        status=0
+        "$@" || status=$?
+        [ -z "$daemon" ] || kill "$daemon" 2>/dev/null || true
+        exit "$status"' sh "$@" || status=$?
 exit "$status"
