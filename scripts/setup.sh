@@ -8,7 +8,9 @@ build=${VESK_BUILD_DIR:-$root/build}
 packages=(
     g++ cmake make pkg-config
     libicu-dev nlohmann-json3-dev libcurl4-openssl-dev ca-certificates
+    qt6-base-dev qtkeychain-qt6-dev
     googletest libgtest-dev libgmock-dev libbenchmark-dev
+    dbus gnome-keyring libsecret-tools
 )
 
 missing=()

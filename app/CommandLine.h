@@ -1,0 +1,37 @@
+#pragma once
+
+// The terminal's ways into Vesk: `vesk correct`, `vesk settings`, `vesk key …`. They run without a
+// display.
+
+#include "core/APIKeyStore.h"
+#include "core/ProviderTransport.h"
+
+#include <functional>
+#include <iosfwd>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vesk::app {
+
+class AppSettings;
+
+struct CommandLineContext
+{
+    std::istream& in;
+    std::ostream& out;
+    std::ostream& err;
+    AppSettings& settings;
+    std::shared_ptr<APIKeyStore> keyring;
+    std::shared_ptr<ProviderTransport> transport;
+    std::function<std::optional<std::string>(const char*)> environment; // reads a variable
+};
+
+// Exit status: 0 done, 1 the correction or key operation failed, 2 wrong usage.
+int runCommandLine(const std::vector<std::string>& args, const CommandLineContext& context);
+
+// True when the arguments name a terminal subcommand rather than the desktop app.
+bool isCommandLine(const std::vector<std::string>& args);
+
+} // namespace vesk::app

@@ -1,0 +1,196 @@
+// The `vesk` binary run as a person runs it from a shell, against the scripted provider server on
+// loopback. Settings live in a fresh config directory per test; keys come from the environment, and the
+// keyring is made unreachable so nothing on the machine is touched.
+
+#include "core/Json.h"
+#include "core/PromptBuilder.h"
+#include "support/Process.h"
+#include "support/ScriptedProviderServer.h"
+
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace vesk {
+namespace {
+
+using test::ProcessOptions;
+using test::ProcessResult;
+using test::ScriptedResponse;
+namespace streams = test::streams;
+
+constexpr const char* openAIKey = "sk-test-0123456789abcdef";
+constexpr const char* anthropicKey = "sk-ant-test key";
+
+class CommandLineTest : public ::testing::Test
+{
+protected:
+    ProcessResult vesk(const std::vector<std::string>& args, const std::string& input = {},
+                       std::map<std::string, std::string> environment = {}) const
+    {
+        ProcessOptions options;
+        options.input = input;
+        options.setEnvironment = {{"XDG_CONFIG_HOME", m_home.filePath("config").toStdString()},
+                                  {"HOME", m_home.path().toStdString()},
+                                  {"OPENAI_API_KEY", openAIKey},
+                                  {"ANTHROPIC_API_KEY", anthropicKey},
+                                  {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus"},
+                                  {"XDG_RUNTIME_DIR", m_home.filePath("run").toStdString()}};
+        for (auto& [name, value] : environment) {
+            options.setEnvironment[name] = value;
+        }
+        options.unsetEnvironment = {"http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "ALL_PROXY"};
+        return test::runProcess(VESK_BINARY, args, options);
+    }
+
+    test::ScriptedProviderServer m_server;
+    QTemporaryDir m_home;
+};
+
+TEST_F(CommandLineTest, CorrectsThroughOpenAIWithTheExactRequest)
+{
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"The", " cat", " sat."})));
+    const ProcessResult r = vesk({"correct", "--json", "--endpoint", m_server.url("")}, "teh cat sat");
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+
+    const Json out = Json::parse(r.out);
+    EXPECT_EQ(out["corrected"], "The cat sat.");
+    EXPECT_EQ(out["changeCount"], 2);
+    EXPECT_EQ(out["changes"][0]["original"], "teh");
+    EXPECT_EQ(out["changes"][0]["replacement"], "The");
+    EXPECT_EQ(out["provider"], "openai");
+    EXPECT_EQ(out["model"], "gpt-4o-mini");
+    EXPECT_EQ(out["usage"], Json::parse(R"({"promptTokens":78,"completionTokens":9})"));
+    EXPECT_DOUBLE_EQ(out["estimatedCost"].get<double>(), 78 * 0.15e-6 + 9 * 0.60e-6);
+
+    const auto requests = m_server.requests();
+    ASSERT_EQ(requests.size(), 1U);
+    const auto& request = requests[0];
+    EXPECT_EQ(request.method, "POST");
+    EXPECT_EQ(request.target, "/v1/chat/completions");
+    EXPECT_EQ(request.header("Authorization"), std::string("Bearer ") + openAIKey);
+    EXPECT_EQ(request.header("Content-Type"), "application/json");
+    EXPECT_EQ(request.header("x-api-key"), "");
+    const Json body = Json::parse(request.body);
+    const Json expected = {{"model", "gpt-4o-mini"},
+                           {"temperature", 0.2},
+                           {"stream", true},
+                           {"stream_options", {{"include_usage", true}}},
+                           {"messages",
+                            {{{"role", "system"}, {"content", PromptBuilder::systemPrompt(CorrectionSettings{})}},
+                             {{"role", "user"}, {"content", PromptBuilder::userMessage("teh cat sat")}}}}};
+    EXPECT_EQ(body, expected);
+}
+
+TEST_F(CommandLineTest, CorrectsThroughAnthropicWithOverrides)
+{
+    m_server.enqueue(ScriptedResponse::events(streams::anthropic({"Hola, ", "mundo."})));
+    const ProcessResult r =
+        vesk({"correct", "--json", "--provider", "anthropic", "--model=claude-sonnet-4-6", "--endpoint",
+              m_server.url(""), "--strength", "clarityFlow", "--tone", "friendly", "--language", "spanish",
+              "--meaning-lock", "off", "--preserve-formatting", "off", "--instructions", "keep names"},
+             "hola mundo");
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const Json out = Json::parse(r.out);
+    EXPECT_EQ(out["corrected"], "Hola, mundo.");
+    EXPECT_EQ(out["provider"], "anthropic");
+    EXPECT_EQ(out["model"], "claude-sonnet-4-6");
+
+    const auto request = m_server.requests().at(0);
+    EXPECT_EQ(request.target, "/v1/messages");
+    EXPECT_EQ(request.header("x-api-key"), anthropicKey);
+    EXPECT_EQ(request.header("anthropic-version"), "2023-06-01");
+    EXPECT_EQ(request.header("Authorization"), "");
+    const CorrectionSettings settings{
+        CorrectionStrength::clarityFlow, Tone::friendly, LanguageMode::spanish, false, false, "keep names"};
+    const Json expected = {{"model", "claude-sonnet-4-6"},
+                           {"max_tokens", 256},
+                           {"temperature", 0.2},
+                           {"stream", true},
+                           {"system", PromptBuilder::systemPrompt(settings)},
+                           {"messages", {{{"role", "user"}, {"content", PromptBuilder::userMessage("hola mundo")}}}}};
+    EXPECT_EQ(Json::parse(request.body), expected);
+}
+
+TEST_F(CommandLineTest, PrintsJustTheTextAndTheOriginalWhenNothingChanged)
+{
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Fine as is."})));
+    const ProcessResult r = vesk({"correct", "--endpoint", m_server.url("")}, "Fine as is.");
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(r.out, "Fine as is.");
+}
+
+TEST_F(CommandLineTest, RejectedKeyFailsWithTheKeyMasked)
+{
+    const std::string body =
+        streams::openAIErrorBody(std::string("Incorrect API key provided: ") + openAIKey + ". Check it.");
+    m_server.enqueue(ScriptedResponse::text(401, "application/json", body));
+    const ProcessResult plain = vesk({"correct", "--endpoint", m_server.url("")}, "helo");
+    EXPECT_EQ(plain.exitCode, 1);
+    EXPECT_EQ(plain.out, "");
+    EXPECT_EQ(plain.err, "OpenAI rejected the key\nCheck the key and paste it again.\n"
+                         "HTTP 401 Incorrect API key provided: [redacted]. Check it.\n");
+
+    m_server.enqueue(ScriptedResponse::text(401, "application/json", body));
+    const ProcessResult json = vesk({"correct", "--json", "--endpoint", m_server.url("")}, "helo");
+    EXPECT_EQ(json.exitCode, 1);
+    EXPECT_EQ(Json::parse(json.out)["failure"],
+              Json::parse(R"({"title":"OpenAI rejected the key","message":"Check the key and paste it again.",)"
+                          R"("detail":"HTTP 401 Incorrect API key provided: [redacted]. Check it."})"));
+    EXPECT_EQ(json.out.find(openAIKey), std::string::npos);
+}
+
+TEST_F(CommandLineTest, MissingKeyFailsBeforeAnyRequest)
+{
+    const ProcessResult r = vesk({"correct", "--endpoint", m_server.url("")}, "helo", {{"OPENAI_API_KEY", ""}});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.err, "No OpenAI key yet\nAdd your API key in Settings.\n");
+    EXPECT_TRUE(m_server.requests().empty());
+}
+
+TEST_F(CommandLineTest, BadInputAndUsageNeverReachTheProvider)
+{
+    const ProcessResult badOption = vesk({"correct", "--strength", "Heavy"}, "helo");
+    EXPECT_EQ(badOption.exitCode, 2);
+    EXPECT_EQ(badOption.out, "");
+    EXPECT_NE(badOption.err.find("unknown strength \"Heavy\""), std::string::npos) << badOption.err;
+
+    EXPECT_EQ(vesk({"frobnicate"}).exitCode, 2);
+    EXPECT_EQ(vesk({"correct", "--review", "on"}).exitCode, 2) << "review is a saved setting only";
+
+    const ProcessResult empty = vesk({"correct", "--endpoint", m_server.url("")}, " \n");
+    EXPECT_EQ(empty.exitCode, 1);
+    EXPECT_EQ(empty.out, "");
+
+    const ProcessResult invalid = vesk({"correct", "--endpoint", m_server.url("")}, "caf\xC3");
+    EXPECT_EQ(invalid.exitCode, 1);
+    EXPECT_NE(invalid.err.find("not valid UTF-8"), std::string::npos);
+    EXPECT_TRUE(m_server.requests().empty());
+}
+
+TEST_F(CommandLineTest, SettingsPersistAndShapeTheNextCorrection)
+{
+    const ProcessResult set = vesk({"settings", "--provider", "anthropic", "--endpoint", m_server.url(""), "--review",
+                                    "off", "--tone", "concise"});
+    ASSERT_EQ(set.exitCode, 0) << set.err;
+    const Json printed = Json::parse(vesk({"settings"}).out);
+    EXPECT_EQ(printed["selectedProvider"], "anthropic");
+    EXPECT_EQ(printed["reviewBeforeReplacing"], false);
+    EXPECT_EQ(printed["correction"]["tone"], "concise");
+    EXPECT_EQ(printed["endpoints"]["anthropic"], m_server.url(""));
+
+    m_server.enqueue(ScriptedResponse::events(streams::anthropic({"Done."})));
+    const ProcessResult r = vesk({"correct"}, "done");
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(r.out, "Done.");
+    EXPECT_EQ(m_server.requests().at(0).target, "/v1/messages");
+}
+
+TEST_F(CommandLineTest, UnreachableServerFailsAsNoResponse)
+{
+    const ProcessResult refused = vesk({"correct", "--endpoint", "http://127.0.0.1:1"}, "helo");
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_EQ(refused.err.substr(0, refused.err.find('\n')), "OpenAI didn't respond");
+}
+
+} // namespace
+} // namespace vesk
