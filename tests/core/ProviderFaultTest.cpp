@@ -1,0 +1,215 @@
+// What real servers do wrong, over real HTTP on loopback: every fault ends in its named failure, within
+// its limit, without a crash. The idle limit is shortened to keep the suite quick.
+
+#include "core/CurlTransport.h"
+#include "core/ProviderClient.h"
+#include "support/ParamName.h"
+#include "support/ScriptedProviderServer.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+
+namespace vesk {
+namespace {
+
+using namespace std::chrono_literals;
+using test::BodyChunk;
+using test::ScriptedResponse;
+namespace streams = test::streams;
+
+constexpr auto shortIdle = 400ms;
+
+// The production transport with a shorter idle limit than the minute users get.
+class ShortIdleTransport final : public ProviderTransport
+{
+public:
+    std::optional<ProviderError> send(const HttpRequest& request, ResponseHandler& handler,
+                                      std::stop_token stop) override
+    {
+        HttpRequest shortened = request;
+        shortened.idleTimeout = shortIdle;
+        return m_transport.send(shortened, handler, std::move(stop));
+    }
+
+private:
+    CurlTransport m_transport{CurlTransport::makePool()};
+};
+
+struct Outcome
+{
+    std::string text;
+    std::optional<ProviderError> error;
+    bool done = false;
+};
+
+struct FaultRow
+{
+    const char* name;
+    ProviderID provider;
+    std::function<ScriptedResponse()> response;
+    std::function<void(const Outcome&)> check;
+};
+
+class ProviderFaults : public ::testing::TestWithParam<FaultRow>
+{
+};
+
+TEST_P(ProviderFaults, EndAsNamed)
+{
+    test::ScriptedProviderServer server;
+    server.enqueue(GetParam().response());
+    const ProviderClient client(GetParam().provider, std::make_shared<ShortIdleTransport>(), server.url(""));
+    Outcome outcome;
+    const auto started = std::chrono::steady_clock::now();
+    outcome.error = client.stream("Fix it.", "helo wrld", "m", "sk-live-secret", [&](CorrectionEvent event) {
+        outcome.text += event.text;
+        outcome.done = outcome.done || event.kind == CorrectionEvent::Kind::done;
+    });
+    EXPECT_LT(std::chrono::steady_clock::now() - started, 10s);
+    GetParam().check(outcome);
+}
+
+std::function<void(const Outcome&)> corrected(std::string text)
+{
+    return [text](const Outcome& o) {
+        EXPECT_EQ(o.error, std::nullopt) << o.error->description();
+        EXPECT_EQ(o.text, text);
+        EXPECT_TRUE(o.done);
+    };
+}
+
+std::function<void(const Outcome&)> fails(ProviderError expected)
+{
+    return [expected](const Outcome& o) {
+        ASSERT_TRUE(o.error.has_value());
+        EXPECT_EQ(*o.error, expected) << o.error->description();
+        EXPECT_FALSE(o.done);
+    };
+}
+
+std::function<void(const Outcome&)> failsAs(ProviderError::Kind kind)
+{
+    return [kind](const Outcome& o) {
+        ASSERT_TRUE(o.error.has_value());
+        EXPECT_EQ(o.error->kind(), kind) << o.error->description();
+        EXPECT_EQ(o.error->description().find("sk-live-secret"), std::string::npos);
+        EXPECT_FALSE(o.done);
+    };
+}
+
+ScriptedResponse stalledAfter(std::vector<std::string> events, std::size_t keep)
+{
+    ScriptedResponse response = ScriptedResponse::events(events);
+    response.body.resize(keep);
+    response.ending = ScriptedResponse::Ending::stall;
+    return response;
+}
+
+std::string bigReply()
+{
+    std::string text;
+    while (text.size() < 3'000'000) {
+        text += "The quick brown fox jumps over the lazy dog. ";
+    }
+    return text + "End.";
+}
+
+std::vector<std::string> withComments(std::vector<std::string> events)
+{
+    std::vector<std::string> out{": OPENROUTER PROCESSING\n\n", ":\n\n"};
+    for (auto& e : events) {
+        out.push_back(std::move(e));
+        out.emplace_back(": ping\n\n");
+    }
+    return out;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Servers, ProviderFaults,
+    ::testing::Values(
+        FaultRow{"OpenAIUnauthorizedJson", ProviderID::openai,
+                 [] {
+                     return ScriptedResponse::text(401, "application/json",
+                                                   streams::openAIErrorBody("Incorrect API key sk-live-secret"));
+                 },
+                 fails(ProviderError::http(401, "Incorrect API key [redacted]"))},
+        FaultRow{"AnthropicRateLimited", ProviderID::anthropic,
+                 [] {
+                     return ScriptedResponse::text(429, "application/json",
+                                                   streams::anthropicErrorBody("rate_limit_error", "Slow down"));
+                 },
+                 fails(ProviderError::http(429, "Slow down"))},
+        FaultRow{"GatewayHtml", ProviderID::openai,
+                 [] { return ScriptedResponse::text(502, "text/html", streams::htmlErrorBody(502)); },
+                 [](const Outcome& o) {
+                     // The body's lines come back joined by line feeds and trimmed.
+                     ASSERT_TRUE(o.error.has_value());
+                     EXPECT_EQ(o.error->status(), 502);
+                     EXPECT_TRUE(o.error->text().starts_with("<html>\n<head><title>502 Bad Gateway"));
+                     EXPECT_TRUE(o.error->text().ends_with("</body>\n</html>"));
+                 }},
+        FaultRow{"PlainTextOverloaded", ProviderID::anthropic,
+                 [] { return ScriptedResponse::text(529, "text/plain", "  Overloaded\r\n"); },
+                 fails(ProviderError::http(529, "Overloaded"))},
+        FaultRow{"NeverAnswers", ProviderID::openai, [] { return ScriptedResponse::stallBeforeHead(); },
+                 fails(ProviderError::timeout())},
+        FaultRow{"StallsMidStream", ProviderID::anthropic,
+                 [] {
+                     return stalledAfter(streams::anthropic({"Hello", " world"}), 4);
+                 },
+                 fails(ProviderError::timeout())},
+        FaultRow{"DropsMidStream", ProviderID::openai,
+                 [] {
+                     ScriptedResponse r = ScriptedResponse::events(streams::openAI({"Hello", " world"}));
+                     r.body.resize(2);
+                     r.ending = ScriptedResponse::Ending::drop;
+                     return r;
+                 },
+                 failsAs(ProviderError::Kind::transport)},
+        FaultRow{"SlowDripLongerThanTheIdleLimit", ProviderID::openai,
+                 [] {
+                     return ScriptedResponse::events(streams::openAI({"Hello", ",", " world", "."}), shortIdle / 3);
+                 },
+                 corrected("Hello, world.")},
+        FaultRow{"CommentsAndKeepAlives", ProviderID::openai,
+                 [] {
+                     return ScriptedResponse::events(withComments(streams::openAI({"Hello", " world."})));
+                 },
+                 corrected("Hello world.")},
+        FaultRow{"CrlfLineEnds", ProviderID::anthropic,
+                 [] {
+                     return ScriptedResponse::events(streams::anthropic({"Hello", " world."}, {.lineEnd = "\r\n"}));
+                 },
+                 corrected("Hello world.")},
+        FaultRow{"NoDoneSentinel", ProviderID::openai,
+                 [] { return ScriptedResponse::events(streams::openAI({"Hello."}, {.done = false})); },
+                 corrected("Hello.")},
+        FaultRow{"DataWithoutSpace", ProviderID::openai,
+                 [] {
+                     return ScriptedResponse::events(
+                         {"data:{\"choices\":[{\"delta\":{\"content\":\"Hello.\"}}]}\n\n", "data:[DONE]\n\n"});
+                 },
+                 corrected("Hello.")},
+        FaultRow{"InBandErrorOnly", ProviderID::anthropic,
+                 [] { return ScriptedResponse::events(streams::anthropic({}, {.failMidStream = true})); },
+                 fails(ProviderError::invalidCorrectionOutput("empty response"))},
+        FaultRow{"InBandErrorOpenAI", ProviderID::openai,
+                 [] { return ScriptedResponse::events(streams::openAI({}, {.failMidStream = true})); },
+                 fails(ProviderError::invalidCorrectionOutput("empty response"))},
+        FaultRow{"SeveralMegabytes", ProviderID::openai,
+                 [] { return ScriptedResponse::events(streams::openAI(streams::split(bigReply(), 4096))); },
+                 corrected(bigReply())},
+        FaultRow{"InvalidUtf8PayloadIsSkipped", ProviderID::openai,
+                 [] {
+                     return ScriptedResponse::events(
+                         {"data: {\"choices\":[{\"delta\":{\"content\":\"Hello\"}}]}\n\n",
+                          "data: {\"choices\":[{\"delta\":{\"content\":\"\xC3\x28\"}}]}\n\n",
+                          "data: {\"choices\":[{\"delta\":{\"content\":\" world.\"}}]}\n\n", "data: [DONE]\n\n"});
+                 },
+                 corrected("Hello world.")},
+        FaultRow{"NotHttp", ProviderID::openai, [] { return ScriptedResponse::garbage(); },
+                 fails(ProviderError::invalidResponse())}),
+    test::ParamName());
+
+} // namespace
+} // namespace vesk
