@@ -30,7 +30,6 @@ protected:
         ProcessOptions options;
         options.input = input;
         options.setEnvironment = {{"XDG_CONFIG_HOME", m_home.filePath("config").toStdString()},
-                                  {"HOME", m_home.path().toStdString()},
                                   {"OPENAI_API_KEY", openAIKey},
                                   {"ANTHROPIC_API_KEY", anthropicKey},
                                   {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus"},
@@ -39,6 +38,17 @@ protected:
             options.setEnvironment[name] = value;
         }
         options.unsetEnvironment = {"http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "ALL_PROXY"};
+        return test::runProcess(VESK_BINARY, args, options);
+    }
+
+    // The session's real keyring (the test runs inside its own D-Bus session), and no keys from the
+    // environment.
+    ProcessResult veskWithKeyring(const std::vector<std::string>& args, const std::string& input = {}) const
+    {
+        ProcessOptions options;
+        options.input = input;
+        options.setEnvironment = {{"XDG_CONFIG_HOME", m_home.filePath("config").toStdString()}};
+        options.unsetEnvironment = {"OPENAI_API_KEY", "ANTHROPIC_API_KEY", "http_proxy", "HTTP_PROXY"};
         return test::runProcess(VESK_BINARY, args, options);
     }
 
@@ -190,6 +200,32 @@ TEST_F(CommandLineTest, UnreachableServerFailsAsNoResponse)
     const ProcessResult refused = vesk({"correct", "--endpoint", "http://127.0.0.1:1"}, "helo");
     EXPECT_EQ(refused.exitCode, 1);
     EXPECT_EQ(refused.err.substr(0, refused.err.find('\n')), "OpenAI didn't respond");
+}
+
+// Runs inside a D-Bus session with a throwaway GNOME keyring (see tests/support/with-keyring.sh).
+TEST_F(CommandLineTest, KeyringKeysAreSetUsedAndRemoved)
+{
+    const std::string key = "sk-from-the-keyring-42";
+    const ProcessResult set = veskWithKeyring({"key", "set", "openai"}, "  " + key + "\n");
+    ASSERT_EQ(set.exitCode, 0) << set.err;
+    EXPECT_EQ(set.out.find(key), std::string::npos) << "the key is never echoed";
+    EXPECT_EQ(veskWithKeyring({"key", "status"}).out, "openai: key saved\nanthropic: no key\n");
+
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Hello."})));
+    const ProcessResult r = veskWithKeyring({"correct", "--endpoint", m_server.url("")}, "helo");
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(m_server.requests().at(0).header("Authorization"), "Bearer " + key) << "saved trimmed";
+
+    ASSERT_EQ(veskWithKeyring({"key", "remove", "openai"}).exitCode, 0);
+    EXPECT_EQ(veskWithKeyring({"key", "remove", "openai"}).exitCode, 0) << "removing nothing succeeds";
+    EXPECT_EQ(veskWithKeyring({"key", "status"}).out, "openai: no key\nanthropic: no key\n");
+    const ProcessResult missing = veskWithKeyring({"correct", "--endpoint", m_server.url("")}, "helo");
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_EQ(missing.err, "No OpenAI key yet\nAdd your API key in Settings.\n");
+
+    const ProcessResult empty = veskWithKeyring({"key", "set", "anthropic"}, "\n");
+    EXPECT_EQ(empty.exitCode, 1);
+    EXPECT_EQ(veskWithKeyring({"key", "set", "mistral"}, key).exitCode, 2);
 }
 
 } // namespace
