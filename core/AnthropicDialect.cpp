@@ -34,11 +34,7 @@ bool readUsage(const Json& usage, std::optional<std::int64_t>& input, std::optio
 
 AnthropicDialect::AnthropicDialect(std::string_view baseUrl)
 {
-    // A base pasted with a trailing slash would otherwise give "//v1/…", which some proxies reject.
-    while (baseUrl.ends_with('/')) {
-        baseUrl.remove_suffix(1);
-    }
-    m_endpoint = std::string(baseUrl).append(path);
+    m_endpoint = endpointUrl(baseUrl, path);
 }
 
 Expected<HttpRequest, std::string> AnthropicDialect::makeRequest(std::string_view system, std::string_view text,

@@ -47,4 +47,16 @@ makeJsonRequest(std::string url, std::vector<std::pair<std::string, std::string>
     return request;
 }
 
+std::string endpointUrl(std::string_view baseUrl, std::string_view path)
+{
+    while (baseUrl.ends_with('/')) {
+        baseUrl.remove_suffix(1);
+    }
+    const std::size_t versionEnd = path.find('/', 1);
+    if (versionEnd != std::string_view::npos && baseUrl.ends_with(path.substr(0, versionEnd))) {
+        path.remove_prefix(versionEnd);
+    }
+    return std::string(baseUrl).append(path);
+}
+
 } // namespace vesk

@@ -26,6 +26,11 @@ struct HttpRequest
     [[nodiscard]] std::string_view header(std::string_view name) const;
 };
 
+// The address of a provider's fixed API path under a base address. Trailing slashes on the base are
+// dropped, and so is a version segment the path already has: OpenAI-compatible servers are usually
+// documented with bases like "http://localhost:11434/v1", which must not become ".../v1/v1/...".
+std::string endpointUrl(std::string_view baseUrl, std::string_view path);
+
 // The request builder both dialects share: POST, a 60-second idle time-out, "Content-Type:
 // application/json", then the provider's headers, then the JSON body. Fails only when the body cannot
 // be encoded (text that is not valid UTF-8); the error is a readable description.

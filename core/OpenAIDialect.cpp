@@ -7,11 +7,7 @@ namespace vesk {
 
 OpenAIDialect::OpenAIDialect(std::string_view baseUrl)
 {
-    // "http://localhost:11434/" and "http://localhost:11434" must reach the same endpoint.
-    while (baseUrl.ends_with('/')) {
-        baseUrl.remove_suffix(1);
-    }
-    m_endpoint = std::string(baseUrl).append(path);
+    m_endpoint = endpointUrl(baseUrl, path);
 }
 
 // No "max_tokens": the reply is limited by the model's own output cap.

@@ -142,19 +142,22 @@ TEST_P(Endpoints, AppendTheFixedPathToTheBase)
     EXPECT_EQ(requestOf(*makeDialect(GetParam().provider, GetParam().baseUrl), "x").url, GetParam().url);
 }
 
-INSTANTIATE_TEST_SUITE_P(ProviderRequest, Endpoints,
-                         ::testing::Values(EndpointRow{"AnthropicDefault", ProviderID::anthropic, "",
-                                                       "https://api.anthropic.com/v1/messages"},
-                                           EndpointRow{"OpenAIDefault", ProviderID::openai, "",
-                                                       "https://api.openai.com/v1/chat/completions"},
-                                           EndpointRow{"Ollama", ProviderID::openai, "http://localhost:11434",
-                                                       "http://localhost:11434/v1/chat/completions"},
-                                           EndpointRow{"TrailingSlash", ProviderID::openai, "http://localhost:11434/",
-                                                       "http://localhost:11434/v1/chat/completions"},
-                                           EndpointRow{"AnthropicProxy", ProviderID::anthropic,
-                                                       "https://gateway.example.com//",
-                                                       "https://gateway.example.com/v1/messages"}),
-                         test::ParamName());
+INSTANTIATE_TEST_SUITE_P(
+    ProviderRequest, Endpoints,
+    ::testing::Values(
+        EndpointRow{"AnthropicDefault", ProviderID::anthropic, "", "https://api.anthropic.com/v1/messages"},
+        EndpointRow{"OpenAIDefault", ProviderID::openai, "", "https://api.openai.com/v1/chat/completions"},
+        EndpointRow{"Ollama", ProviderID::openai, "http://localhost:11434",
+                    "http://localhost:11434/v1/chat/completions"},
+        EndpointRow{"TrailingSlash", ProviderID::openai, "http://localhost:11434/",
+                    "http://localhost:11434/v1/chat/completions"},
+        EndpointRow{"BaseWithVersion", ProviderID::openai, "http://localhost:11434/v1/",
+                    "http://localhost:11434/v1/chat/completions"},
+        EndpointRow{"VersionInsideAWord", ProviderID::openai, "http://gw.example.com/openai-v1",
+                    "http://gw.example.com/openai-v1/v1/chat/completions"},
+        EndpointRow{"AnthropicProxy", ProviderID::anthropic, "https://gateway.example.com//",
+                    "https://gateway.example.com/v1/messages"}),
+    test::ParamName());
 
 struct MaxTokensRow
 {
