@@ -42,7 +42,8 @@ template <typename Mutate> void AppSettings::update(Mutate mutate)
 
 void AppSettings::save()
 {
-    const std::string encoded = toJson(m_snapshot).dump();
+    // Never throws: text that is not UTF-8 (it cannot come from the settings pages) is stored replaced.
+    const std::string encoded = toJson(m_snapshot).dump(-1, ' ', false, Json::error_handler_t::replace);
     m_storage->setValue(storageKey, QByteArray::fromStdString(encoded));
     m_storage->sync();
     if (m_storage->status() != QSettings::NoError) {

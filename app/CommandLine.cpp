@@ -81,10 +81,15 @@ template <typename E> E parseCase(const std::string& option, const std::string& 
     throw UsageError{"unknown " + option + " \"" + value + "\" (one of " + known + ")"};
 }
 
+bool isValidUtf8(const std::string& text);
+
 Overrides parseOptions(const std::vector<std::string>& args, std::size_t first, bool allowJson, bool allowReview)
 {
     Overrides o;
     for (std::size_t i = first; i < args.size(); ++i) {
+        if (!isValidUtf8(args[i])) {
+            throw UsageError{"arguments must be UTF-8 text"};
+        }
         std::string name = args[i];
         std::optional<std::string> value;
         if (const auto eq = name.find('='); name.starts_with("--") && eq != std::string::npos) {
@@ -232,6 +237,7 @@ private:
 
 bool isValidUtf8(const std::string& text)
 {
+    // The input and every argument end up in JSON, which only carries UTF-8.
     for (int32_t i = 0; i < static_cast<int32_t>(text.size());) {
         UChar32 c = 0;
         U8_NEXT(text.data(), i, static_cast<int32_t>(text.size()), c);

@@ -165,6 +165,7 @@ TEST_F(CommandLineTest, BadInputAndUsageNeverReachTheProvider)
     EXPECT_NE(badOption.err.find("unknown strength \"Heavy\""), std::string::npos) << badOption.err;
 
     EXPECT_EQ(vesk({"frobnicate"}).exitCode, 2);
+    EXPECT_EQ(vesk({"settings", "--instructions", "caf\xC3"}).exitCode, 2);
     EXPECT_EQ(vesk({"correct", "--review", "on"}).exitCode, 2) << "review is a saved setting only";
 
     const ProcessResult empty = vesk({"correct", "--endpoint", m_server.url("")}, " \n");
