@@ -85,11 +85,11 @@ bool isValidUtf8(const std::string& text);
 
 Overrides parseOptions(const std::vector<std::string>& args, std::size_t first, bool allowJson, bool allowReview)
 {
+    if (!std::all_of(args.begin(), args.end(), isValidUtf8)) {
+        throw UsageError{"arguments must be UTF-8 text"};
+    }
     Overrides o;
     for (std::size_t i = first; i < args.size(); ++i) {
-        if (!isValidUtf8(args[i])) {
-            throw UsageError{"arguments must be UTF-8 text"};
-        }
         std::string name = args[i];
         std::optional<std::string> value;
         if (const auto eq = name.find('='); name.starts_with("--") && eq != std::string::npos) {
