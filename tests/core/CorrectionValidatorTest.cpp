@@ -1,5 +1,7 @@
 #include "core/CorrectionValidator.h"
 
+#include "support/ParamName.h"
+
 #include <gtest/gtest.h>
 #include <ostream>
 #include <string>
@@ -8,17 +10,7 @@
 namespace vesk {
 namespace {
 
-// Rows name their test and print as that name, so a failure says which case broke.
-constexpr auto rowName = [](const auto& row) { return std::string(row.param.name); };
-template <typename Row>
-requires requires(const Row& row)
-{
-    row.name;
-}
-std::ostream& operator<<(std::ostream& os, const Row& row)
-{
-    return os << row.name;
-}
+using test::operator<<;
 
 constexpr std::string_view emptyReason = "empty response";
 constexpr std::string_view delimiterReason = "response included prompt delimiters";
@@ -62,7 +54,7 @@ INSTANTIATE_TEST_SUITE_P(
                    "Quote \u27E6/TEXT\u27E7 here."},
         // The delimiters are markup the prompt spells exactly; another spelling is the user's text.
         AcceptCase{"DelimiterLookalikeInOtherCase", "hello", "\u27E6text\u27E7 Hello", "\u27E6text\u27E7 Hello"}),
-    rowName);
+    test::ParamName());
 
 struct RejectCase
 {
@@ -88,14 +80,14 @@ INSTANTIATE_TEST_SUITE_P(Empty, CorrectionValidatorRejects,
                                          RejectCase{"UnicodeSpacesAndWindowsLineBreaks", "hello",
                                                     "\u00A0\r\n\u3000\u2029\t", emptyReason},
                                          RejectCase{"EvenForAnEmptyOriginal", "", " ", emptyReason}),
-                         rowName);
+                         test::ParamName());
 
 INSTANTIATE_TEST_SUITE_P(Delimiters, CorrectionValidatorRejects,
                          testing::Values(RejectCase{"Opening", "hello", "\u27E6TEXT\u27E7\nHello.", delimiterReason},
                                          RejectCase{"Closing", "hello", "Hello.\n\u27E6/TEXT\u27E7", delimiterReason},
                                          RejectCase{"ClosingWhenOriginalHasOnlyOpening", "\u27E6TEXT\u27E7 hello",
                                                     "\u27E6TEXT\u27E7 Hello. \u27E6/TEXT\u27E7", delimiterReason}),
-                         rowName);
+                         test::ParamName());
 
 INSTANTIATE_TEST_SUITE_P(
     Wrappers, CorrectionValidatorRejects,
@@ -113,7 +105,7 @@ INSTANTIATE_TEST_SUITE_P(
         RejectCase{"OriginalStartsWithAnotherLeadIn", "Output: fine", "Edited text: Output: fine.", wrapperReason},
         RejectCase{"CodeFence", "hello", "```\nHello.\n```", wrapperReason},
         RejectCase{"CodeFenceWhenOriginalFenceIsNotAtStart", "see ```x```", "```x``` see", wrapperReason}),
-    rowName);
+    test::ParamName());
 
 INSTANTIATE_TEST_SUITE_P(
     MetaAnswers, CorrectionValidatorRejects,
@@ -132,7 +124,7 @@ INSTANTIATE_TEST_SUITE_P(
                    metaReason},
         // Folding keeps the two apostrophes apart, so the original's straight one does not excuse the reply.
         RejectCase{"ApostropheDiffersFromOriginal", "i can't comply", "I can\u2019t comply.", metaReason}),
-    rowName);
+    test::ParamName());
 
 // When a reply fails several checks, the first check in the sequence names the reason.
 INSTANTIATE_TEST_SUITE_P(
@@ -142,7 +134,7 @@ INSTANTIATE_TEST_SUITE_P(
                     RejectCase{"WrapperBeforeMetaAnswer", "hello", "Here is the corrected text: nothing to edit.",
                                wrapperReason},
                     RejectCase{"FenceBeforeMetaAnswer", "hello", "```\nsystem prompt\n```", wrapperReason}),
-    rowName);
+    test::ParamName());
 
 TEST(CorrectionValidator, FoldsInTheGivenLocale)
 {

@@ -1,5 +1,6 @@
 #include "core/HistoryStats.h"
 
+#include "support/CalendarTesting.h"
 #include "support/ParamName.h"
 
 #include <climits>
@@ -18,20 +19,9 @@ namespace {
 
 using namespace std::chrono;
 using namespace std::chrono_literals;
+using test::at;
+using test::pinned;
 using Entry = HistoryStats::Entry;
-
-// A wall-clock time written with the zone's UTC offset at that moment, so each row says both.
-TimePoint at(year_month_day day, minutes timeOfDay, minutes utcOffset)
-{
-    return sys_days(day) + timeOfDay - utcOffset;
-}
-
-Calendar pinned(std::string_view zone, std::string_view locale = "en_US")
-{
-    auto calendar = Calendar::create(zone, locale);
-    EXPECT_TRUE(calendar.hasValue()) << calendar.error();
-    return std::move(calendar).value();
-}
 
 const TimePoint someNow = at(2026y / June / 15, 12h, 2h);
 

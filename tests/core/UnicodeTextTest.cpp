@@ -1,5 +1,7 @@
 #include "core/UnicodeText.h"
 
+#include "support/ParamName.h"
+
 #include <cstddef>
 #include <gtest/gtest.h>
 #include <ostream>
@@ -9,17 +11,7 @@
 namespace vesk::unicode {
 namespace {
 
-// Rows name their test and print as that name, so a failure says which case broke.
-constexpr auto rowName = [](const auto& row) { return std::string(row.param.name); };
-template <typename Row>
-requires requires(const Row& row)
-{
-    row.name;
-}
-std::ostream& operator<<(std::ostream& os, const Row& row)
-{
-    return os << row.name;
-}
+using test::operator<<;
 
 struct TrimCase
 {
@@ -47,7 +39,7 @@ INSTANTIATE_TEST_SUITE_P(UnicodeText, Trimming,
                                          // Zero-width space and the BOM are format characters, not white space.
                                          TrimCase{"ZeroWidthSpaceKept", "\u200BHello\uFEFF", "\u200BHello\uFEFF"},
                                          TrimCase{"InvalidBytesKept", " \xFF Hello \xC3 ", "\xFF Hello \xC3"}),
-                         rowName);
+                         test::ParamName());
 
 struct WordCase
 {
@@ -73,7 +65,7 @@ INSTANTIATE_TEST_SUITE_P(
                     WordCase{"PunctuationIsPartOfAWord", "well-known, isn't it?", 3},
                     WordCase{"ZeroWidthSpaceDoesNotSplit", "one\u200Btwo", 1},
                     WordCase{"InvalidBytesAreWords", "\xFF \xFE", 2}),
-    rowName);
+    test::ParamName());
 
 struct FoldCase
 {
@@ -115,7 +107,7 @@ INSTANTIATE_TEST_SUITE_P(
                              "A\xFF"
                              "B\xC3",
                              "en_US", "a\uFFFDb\uFFFD"}),
-    rowName);
+    test::ParamName());
 
 TEST(UnicodeText, FoldingWithoutLocaleUsesTheUsersLocale)
 {

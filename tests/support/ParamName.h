@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <ostream>
 #include <string>
 
 namespace vesk::test {
@@ -10,8 +11,20 @@ struct ParamName
 {
     template <typename P> std::string operator()(const ::testing::TestParamInfo<P>& row) const
     {
-        return row.param.name;
+        return std::string(row.param.name);
     }
 };
+
+// Prints a row as its name instead of its bytes. Bring it into a test's namespace with
+// `using test::operator<<;`.
+template <typename Row>
+requires requires(const Row& row)
+{
+    row.name;
+}
+std::ostream& operator<<(std::ostream& os, const Row& row)
+{
+    return os << row.name;
+}
 
 } // namespace vesk::test
