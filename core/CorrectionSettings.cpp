@@ -1,5 +1,7 @@
 #include "core/CorrectionSettings.h"
 
+#include <type_traits>
+
 namespace vesk {
 
 const CorrectionSettings& CorrectionSettings::standard()
@@ -22,60 +24,43 @@ Json toJson(const CorrectionSettings& settings)
 
 namespace {
 
-const Json* requiredKey(const Json& object, const char* key, std::string& error)
+// The value under `key` if it is there with the JSON type T decodes from, else nothing and the reason.
+template <typename T> const Json* requiredValue(const Json& object, const char* key, std::string& error)
 {
     const auto found = object.find(key);
     if (found == object.end()) {
         error = std::string("missing key \"") + key + "\"";
         return nullptr;
     }
+    const bool typed = std::is_same_v<T, bool> ? found->is_boolean() : found->is_string();
+    if (!typed) {
+        error = std::string("\"") + key + (std::is_same_v<T, bool> ? "\" is not a Boolean" : "\" is not a string");
+        return nullptr;
+    }
     return &*found;
+}
+
+template <typename T> bool decode(const Json& object, const char* key, T& out, std::string& error)
+{
+    const Json* value = requiredValue<T>(object, key, error);
+    if (value != nullptr) {
+        out = value->get<T>();
+    }
+    return value != nullptr;
 }
 
 template <typename E> bool decodeCase(const Json& object, const char* key, E& out, std::string& error)
 {
-    const Json* value = requiredKey(object, key, error);
-    if (value == nullptr) {
+    std::string raw;
+    if (!decode(object, key, raw, error)) {
         return false;
     }
-    if (!value->is_string()) {
-        error = std::string("\"") + key + "\" is not a string";
-        return false;
-    }
-    const auto decoded = fromRawValue<E>(value->get_ref<const std::string&>());
+    const auto decoded = fromRawValue<E>(raw);
     if (!decoded) {
         error = std::string("\"") + key + "\" has an unknown value";
         return false;
     }
     out = *decoded;
-    return true;
-}
-
-bool decodeBool(const Json& object, const char* key, bool& out, std::string& error)
-{
-    const Json* value = requiredKey(object, key, error);
-    if (value == nullptr) {
-        return false;
-    }
-    if (!value->is_boolean()) {
-        error = std::string("\"") + key + "\" is not a Boolean";
-        return false;
-    }
-    out = value->get<bool>();
-    return true;
-}
-
-bool decodeString(const Json& object, const char* key, std::string& out, std::string& error)
-{
-    const Json* value = requiredKey(object, key, error);
-    if (value == nullptr) {
-        return false;
-    }
-    if (!value->is_string()) {
-        error = std::string("\"") + key + "\" is not a string";
-        return false;
-    }
-    out = value->get<std::string>();
     return true;
 }
 
@@ -90,9 +75,9 @@ Expected<CorrectionSettings, std::string> correctionSettingsFromJson(const Json&
     std::string error;
     const bool ok = decodeCase(json, "strength", s.strength, error) && decodeCase(json, "tone", s.tone, error) &&
                     decodeCase(json, "language", s.language, error) &&
-                    decodeBool(json, "meaningLock", s.meaningLock, error) &&
-                    decodeBool(json, "preserveFormatting", s.preserveFormatting, error) &&
-                    decodeString(json, "customInstructions", s.customInstructions, error);
+                    decode(json, "meaningLock", s.meaningLock, error) &&
+                    decode(json, "preserveFormatting", s.preserveFormatting, error) &&
+                    decode(json, "customInstructions", s.customInstructions, error);
     if (!ok) {
         return Unexpected{std::move(error)};
     }
