@@ -27,8 +27,8 @@ void CorrectionSession::assertMainThread() const
 
 void CorrectionSession::changed() const
 {
-    if (m_onChanged) {
-        m_onChanged();
+    if (const auto onChanged = m_onChanged) {
+        onChanged();
     }
 }
 
@@ -127,6 +127,10 @@ void CorrectionSession::finish(std::optional<ProviderError> error)
         m_state = Result{m_reply, CorrectionDiff::plan(m_original, m_reply)};
     }
     changed();
+    // A copy: the hook may replace itself or end the session's use (the coordinator accepting).
+    if (const auto onFinished = m_onFinished) {
+        onFinished();
+    }
 }
 
 void CorrectionSession::cancel()

@@ -70,6 +70,8 @@ public:
 
     // Called after any observed property (state, original, draft, overlaying, run) changed.
     void setOnChanged(std::function<void()> onChanged) { m_onChanged = std::move(onChanged); }
+    // Called after a run ended on its own in a result or a failure (never for a cancelled run).
+    void setOnFinished(std::function<void()> onFinished) { m_onFinished = std::move(onFinished); }
 
     void setOriginal(std::string original);
     void setDraft(std::string draft);
@@ -106,6 +108,7 @@ private:
     // Posted work holds this weakly, so a closed session is never kept alive or touched by its run.
     std::shared_ptr<CorrectionSession*> m_self;
     std::function<void()> m_onChanged;
+    std::function<void()> m_onFinished;
     std::thread::id m_mainThreadId;
 };
 

@@ -241,3 +241,31 @@ TEST_F(CorrectionSessionTest, RepeatedIdenticalStreamingTextDoesNotNotify)
 
 } // namespace
 } // namespace vesk
+
+namespace vesk {
+namespace {
+
+TEST_F(CorrectionSessionTest, FinishHookRunsForResultsAndFailuresNotForCancels)
+{
+    auto session = makeSession("hello");
+    int finished = 0;
+    session->setOnFinished([&] { ++finished; });
+    session->start();
+    complete(fake.last(), {"Hello."});
+    EXPECT_EQ(finished, 1);
+
+    session->start();
+    fake.last().callbacks.onFinish(ProviderError::timeout());
+    executor.drain();
+    EXPECT_EQ(finished, 2);
+
+    session->start();
+    FakeStream& cancelled = fake.last();
+    session->cancel();
+    cancelled.callbacks.onFinish(std::nullopt);
+    executor.drain();
+    EXPECT_EQ(finished, 2);
+}
+
+} // namespace
+} // namespace vesk
