@@ -1,0 +1,161 @@
+#include "app/ShortcutSettings.h"
+
+#include "app/platform/fake/FakeGlobalShortcut.h"
+#include "support/ParamName.h"
+
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace vesk::app {
+namespace {
+
+constexpr const char* storageKey = "KeyboardShortcuts_fixGrammar";
+const KeyCombination altG{Qt::Key_G, Qt::AltModifier};
+const KeyCombination ctrlAltK{Qt::Key_K, Qt::ControlModifier | Qt::AltModifier};
+
+class ShortcutSettingsTest : public ::testing::Test
+{
+protected:
+    std::unique_ptr<QSettings> storage() const
+    {
+        return std::make_unique<QSettings>(m_dir.filePath("vesk.conf"), QSettings::IniFormat);
+    }
+    void store(const QByteArray& value) const { storage()->setValue(storageKey, value); }
+    QVariant stored() const { return storage()->value(storageKey); }
+
+    QTemporaryDir m_dir;
+    FakeGlobalShortcut m_platform;
+};
+
+TEST_F(ShortcutSettingsTest, NothingStoredMeansAltGAndIsRegisteredAtOnce)
+{
+    const ShortcutSettings settings(storage(), &m_platform);
+    EXPECT_EQ(settings.shortcut(ShortcutSettings::fixGrammar), altG);
+    EXPECT_EQ(m_platform.registered(ShortcutSettings::fixGrammar), altG);
+    EXPECT_FALSE(stored().isValid()) << "the default is not written";
+}
+
+TEST_F(ShortcutSettingsTest, ReadsStoredValues)
+{
+    store(R"({"key":"K","modifiers":["control","alt"]})");
+    EXPECT_EQ(ShortcutSettings(storage()).shortcut(ShortcutSettings::fixGrammar), ctrlAltK);
+
+    store("none");
+    const ShortcutSettings cleared(storage(), &m_platform);
+    EXPECT_EQ(cleared.shortcut(ShortcutSettings::fixGrammar), std::nullopt);
+    EXPECT_EQ(m_platform.registered(ShortcutSettings::fixGrammar), std::nullopt);
+
+    for (const QByteArray& unreadable : {QByteArray("{not json"), QByteArray(R"({"key":"G","modifiers":["hyper"]})"),
+                                         QByteArray(R"(["alt","G"])"), QByteArray("")}) {
+        store(unreadable);
+        EXPECT_EQ(ShortcutSettings(storage()).shortcut(ShortcutSettings::fixGrammar), altG)
+            << "falls back to the default for " << unreadable.toStdString();
+    }
+}
+
+TEST_F(ShortcutSettingsTest, SetClearAndResetPersistRegisterAndNotifyOnRealChanges)
+{
+    ShortcutSettings settings(storage(), &m_platform);
+    QSignalSpy changed(&settings, &ShortcutSettings::shortcutChanged);
+
+    settings.setShortcut(ShortcutSettings::fixGrammar, ctrlAltK);
+    EXPECT_EQ(stored().toByteArray(), R"({"key":"K","modifiers":["control","alt"]})");
+    EXPECT_EQ(m_platform.registered(ShortcutSettings::fixGrammar), ctrlAltK);
+    settings.setShortcut(ShortcutSettings::fixGrammar, ctrlAltK);
+    EXPECT_EQ(changed.count(), 1) << "the same value again does not notify";
+
+    settings.setShortcut(ShortcutSettings::fixGrammar, std::nullopt);
+    EXPECT_EQ(stored().toByteArray(), "none");
+    EXPECT_EQ(m_platform.registered(ShortcutSettings::fixGrammar), std::nullopt);
+
+    settings.reset(ShortcutSettings::fixGrammar);
+    EXPECT_FALSE(stored().isValid());
+    EXPECT_EQ(m_platform.registered(ShortcutSettings::fixGrammar), altG);
+    EXPECT_EQ(changed.count(), 3);
+    EXPECT_EQ(changed.at(2).at(0).toString(), ShortcutSettings::fixGrammar);
+}
+
+TEST_F(ShortcutSettingsTest, RecordingRefusesTakenKeysAndKeepsTheCurrentShortcut)
+{
+    m_platform.setTaken(ctrlAltK);
+    ShortcutSettings settings(storage(), &m_platform);
+    QString reason;
+    EXPECT_FALSE(settings.record(ShortcutSettings::fixGrammar, ctrlAltK, &reason));
+    EXPECT_EQ(reason, "Ctrl+Alt+K is already taken by another program.");
+    EXPECT_EQ(settings.shortcut(ShortcutSettings::fixGrammar), altG);
+    EXPECT_EQ(m_platform.registered(ShortcutSettings::fixGrammar), altG) << "the old keys are taken again";
+
+    EXPECT_FALSE(settings.record(ShortcutSettings::fixGrammar, {Qt::Key_F4, Qt::AltModifier}, &reason));
+    EXPECT_EQ(reason, "Alt+F4 closes the window on most desktops; choose another shortcut.");
+
+    const KeyCombination superJ{Qt::Key_J, Qt::MetaModifier};
+    EXPECT_TRUE(settings.record(ShortcutSettings::fixGrammar, superJ, &reason));
+    EXPECT_EQ(settings.shortcut(ShortcutSettings::fixGrammar), superJ);
+    EXPECT_EQ(m_platform.registered(ShortcutSettings::fixGrammar), superJ);
+}
+
+TEST_F(ShortcutSettingsTest, ShortcutsArePausedWhileRecording)
+{
+    ShortcutSettings settings(storage(), &m_platform);
+    QSignalSpy pressed(&m_platform, &GlobalShortcut::pressed);
+    settings.setRecording(true);
+    m_platform.press(ShortcutSettings::fixGrammar);
+    EXPECT_EQ(pressed.count(), 0) << "recording Alt+G must not start a correction";
+    settings.setRecording(false);
+    m_platform.press(ShortcutSettings::fixGrammar);
+    EXPECT_EQ(pressed.count(), 1);
+}
+
+using test::operator<<;
+
+struct ValidationCase
+{
+    const char* name;
+    KeyCombination combination;
+    const char* reason; // empty: allowed
+};
+
+class ShortcutValidationTest : public ::testing::TestWithParam<ValidationCase>
+{
+};
+
+TEST_P(ShortcutValidationTest, GivesAReadableReason)
+{
+    EXPECT_EQ(ShortcutSettings::disallowedReason(GetParam().combination), QString::fromUtf8(GetParam().reason));
+}
+
+constexpr Qt::KeyboardModifiers ctrlAlt = Qt::ControlModifier | Qt::AltModifier;
+
+INSTANTIATE_TEST_SUITE_P(
+    Rules, ShortcutValidationTest,
+    ::testing::Values(
+        ValidationCase{"AltG", {Qt::Key_G, Qt::AltModifier}, ""},
+        ValidationCase{"CtrlShiftSpace", {Qt::Key_Space, Qt::ControlModifier | Qt::ShiftModifier}, ""},
+        ValidationCase{"FunctionKeyAlone", {Qt::Key_F9, Qt::NoModifier}, ""},
+        ValidationCase{"LetterAlone",
+                       {Qt::Key_G, Qt::NoModifier},
+                       "G alone would start a correction every time you type it. Add Ctrl, Alt or Super."},
+        ValidationCase{
+            "ShiftOnly", {Qt::Key_G, Qt::ShiftModifier}, "Shift+G types a character. Add Ctrl, Alt or Super."},
+        ValidationCase{"BareModifier",
+                       {Qt::Key_Alt, Qt::AltModifier},
+                       "A shortcut needs a key besides Ctrl, Alt, Shift or Super."},
+        ValidationCase{"AltTab",
+                       {Qt::Key_Tab, Qt::AltModifier},
+                       "Alt+Tab switches between windows on most desktops; choose another shortcut."},
+        ValidationCase{"AltSpace",
+                       {Qt::Key_Space, Qt::AltModifier},
+                       "Alt+Space opens the window menu on most desktops; choose another shortcut."},
+        ValidationCase{"CtrlAltDelete",
+                       {Qt::Key_Delete, ctrlAlt},
+                       "Ctrl+Alt+Del logs out or opens the system monitor on most desktops; choose another shortcut."},
+        ValidationCase{
+            "ConsoleSwitch", {Qt::Key_F3, ctrlAlt}, "Ctrl+Alt+F3 switches to a text console; choose another shortcut."},
+        ValidationCase{"OwnCopyStroke",
+                       {Qt::Key_C, Qt::ControlModifier},
+                       "Ctrl+C is what Vesk sends to copy your selection, so it can't also start a correction."}),
+    test::ParamName());
+
+} // namespace
+} // namespace vesk::app
