@@ -1,0 +1,43 @@
+#include "app/platform/fake/FakeInputSynthesizer.h"
+
+#include "app/platform/fake/FakeClipboard.h"
+
+#include <QPointer>
+#include <QTimer>
+
+namespace vesk::app {
+
+void FakeInputSynthesizer::whenModifiersReleased(std::function<void()> ready)
+{
+    ++m_modifierWaits;
+    QTimer::singleShot(0, &m_timers, std::move(ready));
+}
+
+bool FakeInputSynthesizer::post(Keystroke stroke, const std::optional<WindowRef>& target)
+{
+    if (!m_canPostInput) {
+        return false;
+    }
+    m_posted.append({stroke, target});
+    if (m_reaction) {
+        m_reaction(m_posted.constLast());
+    }
+    return true;
+}
+
+void FakeInputSynthesizer::copiesSelection(FakeClipboard& clipboard, std::optional<QString> selection,
+                                           std::chrono::milliseconds delay)
+{
+    setReaction([this, target = QPointer<FakeClipboard>(&clipboard), selection, delay](const PostedStroke& posted) {
+        if (posted.stroke != Keystroke::copy || !selection) {
+            return;
+        }
+        QTimer::singleShot(delay, &m_timers, [target, selection] {
+            if (target) {
+                target->setText(*selection);
+            }
+        });
+    });
+}
+
+} // namespace vesk::app

@@ -1,0 +1,47 @@
+#pragma once
+
+// Records the keystrokes Vesk would post; a test's hook plays the target application's part.
+
+#include "app/platform/InputSynthesizer.h"
+
+#include <QList>
+#include <QObject>
+#include <chrono>
+
+namespace vesk::app {
+
+class FakeClipboard;
+
+class FakeInputSynthesizer : public InputSynthesizer
+{
+public:
+    struct PostedStroke
+    {
+        Keystroke stroke;
+        std::optional<WindowRef> target;
+    };
+    // Called for every stroke that is posted, after it is recorded.
+    using Reaction = std::function<void(const PostedStroke&)>;
+
+    bool canPostInput() const override { return m_canPostInput; }
+    void whenModifiersReleased(std::function<void()> ready) override;
+    bool post(Keystroke stroke, const std::optional<WindowRef>& target) override;
+
+    void setCanPostInput(bool canPost) { m_canPostInput = canPost; }
+    void setReaction(Reaction reaction) { m_reaction = std::move(reaction); }
+    // A target application that copies `selection` to `clipboard` `delay` after each copy stroke; with no
+    // selection it ignores the stroke, as an application with nothing selected does.
+    void copiesSelection(FakeClipboard& clipboard, std::optional<QString> selection,
+                         std::chrono::milliseconds delay = std::chrono::milliseconds(5));
+    [[nodiscard]] const QList<PostedStroke>& posted() const { return m_posted; }
+    [[nodiscard]] int modifierWaits() const { return m_modifierWaits; }
+
+private:
+    bool m_canPostInput = true;
+    Reaction m_reaction;
+    QList<PostedStroke> m_posted;
+    int m_modifierWaits = 0;
+    QObject m_timers;
+};
+
+} // namespace vesk::app

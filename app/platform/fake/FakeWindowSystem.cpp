@@ -1,0 +1,18 @@
+#include "app/platform/fake/FakeWindowSystem.h"
+
+#include <QTimer>
+
+namespace vesk::app {
+
+void FakeWindowSystem::activate(const WindowRef& window, std::function<void(bool)> done)
+{
+    m_activations.append(window);
+    QTimer::singleShot(0, &m_timers, [this, window, done = std::move(done)] {
+        if (m_activationSucceeds) {
+            m_active = window;
+        }
+        done(m_activationSucceeds);
+    });
+}
+
+} // namespace vesk::app

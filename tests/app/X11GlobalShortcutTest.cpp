@@ -1,0 +1,136 @@
+#include "app/platform/x11/X11GlobalShortcut.h"
+
+#include "X11Testing.h"
+
+#include <QSignalSpy>
+#include <QTest>
+#include <X11/Xlib.h>
+
+namespace vesk::app {
+namespace {
+
+using test::keys;
+
+const KeyCombination altG{Qt::Key_G, Qt::AltModifier};
+constexpr const char* name = "fixGrammar";
+
+// A second X client, as another program holding keys would be.
+class OtherClient
+{
+public:
+    OtherClient() : m_display(XOpenDisplay(nullptr)) {}
+    ~OtherClient()
+    {
+        if (m_display) {
+            XCloseDisplay(m_display);
+        }
+    }
+    OtherClient(const OtherClient&) = delete;
+    OtherClient& operator=(const OtherClient&) = delete;
+
+    Display* display() const { return m_display; }
+    // Grabs Alt+G with exactly `modifiers` (no lock variants), as a careless program would.
+    void grabAltG(unsigned modifiers)
+    {
+        XGrabKey(m_display, XKeysymToKeycode(m_display, 'g'), modifiers, DefaultRootWindow(m_display), False,
+                 GrabModeAsync, GrabModeAsync);
+        XSync(m_display, False);
+    }
+
+private:
+    Display* m_display;
+};
+
+class X11GlobalShortcutTest : public test::X11Test
+{
+protected:
+    void SetUp() override
+    {
+        X11Test::SetUp();
+        if (IsSkipped()) {
+            return;
+        }
+        m_shortcut = std::make_unique<X11GlobalShortcut>();
+        m_pressed = std::make_unique<QSignalSpy>(m_shortcut.get(), &GlobalShortcut::pressed);
+        m_released = std::make_unique<QSignalSpy>(m_shortcut.get(), &GlobalShortcut::released);
+    }
+    void registerAltG()
+    {
+        QString error;
+        ASSERT_TRUE(m_shortcut->setShortcut(name, altG, &error)) << error.toStdString();
+    }
+    // Events reach us through the event loop; a short wait lets the last ones in.
+    static void settle() { QTest::qWait(100); }
+
+    std::unique_ptr<X11GlobalShortcut> m_shortcut;
+    std::unique_ptr<QSignalSpy> m_pressed;
+    std::unique_ptr<QSignalSpy> m_released;
+};
+
+TEST_F(X11GlobalShortcutTest, ReportsPressAndReleaseWithAndWithoutNumLock)
+{
+    registerAltG();
+    keys({"key", "alt+g"});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_released->count() == 1; }, 2000));
+    EXPECT_EQ(m_pressed->count(), 1);
+    EXPECT_EQ(m_pressed->at(0).at(0).toString(), name);
+
+    keys({"key", "Num_Lock", "alt+g", "Num_Lock"});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_released->count() == 2; }, 2000)) << "the lock variant is grabbed";
+    EXPECT_EQ(m_pressed->count(), 2);
+
+    keys({"key", "ctrl+alt+g", "g"});
+    settle();
+    EXPECT_EQ(m_pressed->count(), 2) << "other modifiers are another shortcut";
+}
+
+TEST_F(X11GlobalShortcutTest, HeldKeyFiresOnceDespiteAutoRepeat)
+{
+    registerAltG();
+    keys({"keydown", "alt+g", "sleep", "0.9", "keyup", "g", "keyup", "alt"});
+    settle();
+    EXPECT_EQ(m_pressed->count(), 1);
+    EXPECT_EQ(m_released->count(), 1);
+}
+
+TEST_F(X11GlobalShortcutTest, KeysHeldByAnotherProgramAreRefusedAndNothingStaysGrabbed)
+{
+    {
+        OtherClient other;
+        ASSERT_NE(other.display(), nullptr);
+        // Only the Num Lock variant is taken: our other three grabs succeed and must be undone.
+        other.grabAltG(Mod1Mask | Mod2Mask);
+        QString error;
+        EXPECT_FALSE(m_shortcut->setShortcut(name, altG, &error));
+        EXPECT_EQ(error, "Alt+G is already taken by another program. Choose another shortcut, or free it in that "
+                         "program's or your desktop's keyboard settings.");
+    }
+    // With the other program gone, a newcomer gets every variant: none of ours was left behind.
+    OtherClient newcomer;
+    X11GlobalShortcut newcomerShortcut(newcomer.display());
+    QString error;
+    EXPECT_TRUE(newcomerShortcut.setShortcut("newcomer", altG, &error)) << error.toStdString();
+}
+
+TEST_F(X11GlobalShortcutTest, PausingLetsTheKeysGoUntilResumed)
+{
+    registerAltG();
+    m_shortcut->setPaused(true);
+    {
+        // While paused, the keys are free: another client can take them.
+        OtherClient other;
+        QString error;
+        X11GlobalShortcut competitor(other.display());
+        EXPECT_TRUE(competitor.setShortcut("other", altG, &error)) << error.toStdString();
+    }
+    keys({"key", "alt+g"});
+    settle();
+    EXPECT_EQ(m_pressed->count(), 0);
+
+    m_shortcut->setPaused(false);
+    keys({"key", "alt+g"});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_pressed->count() == 1; }, 2000));
+}
+
+} // namespace
+} // namespace vesk::app
