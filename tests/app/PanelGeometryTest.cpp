@@ -1,0 +1,85 @@
+#include "app/PanelGeometry.h"
+
+#include <gtest/gtest.h>
+#include <ostream>
+
+QT_BEGIN_NAMESPACE
+inline void PrintTo(const QRect& rect, std::ostream* os)
+{
+    *os << "(" << rect.x() << ", " << rect.y() << ") " << rect.width() << "x" << rect.height();
+}
+QT_END_NAMESPACE
+
+namespace vesk::app {
+namespace {
+
+// A 1920 × 1080 screen with a 32-point top bar, and a second one to its right.
+const QRect mainFrame(0, 0, 1920, 1080);
+const QRect mainAvailable(0, 32, 1920, 1048);
+const QRect secondFrame(1920, 0, 1280, 1024);
+const QRect secondAvailable(1920, 0, 1280, 984);
+const QList<PanelGeometry::ScreenArea> twoScreens{{mainFrame, mainAvailable}, {secondFrame, secondAvailable}};
+
+TEST(PanelGeometryTest, OpensCentredInTheAvailableArea)
+{
+    EXPECT_EQ(PanelGeometry::initial({640, 240}, mainAvailable), QRect(640, 436, 640, 240));
+}
+
+TEST(PanelGeometryTest, ScreenSmallerThanThePanelShrinksIt)
+{
+    const QRect tiny(10, 20, 600, 200);
+    EXPECT_EQ(PanelGeometry::initial({640, 240}, tiny), tiny);
+    EXPECT_EQ(PanelGeometry::initial({640, 100}, tiny), QRect(10, 70, 600, 100));
+}
+
+TEST(PanelGeometryTest, EmptySizeBecomesOnePoint)
+{
+    EXPECT_EQ(PanelGeometry::clamped({0, -5}, mainAvailable), QSize(1, 1));
+}
+
+TEST(PanelGeometryTest, PointerPicksTheScreen)
+{
+    EXPECT_EQ(PanelGeometry::availableAreaAt({2500, 500}, twoScreens), secondAvailable);
+    EXPECT_EQ(PanelGeometry::availableAreaAt({100, 5}, twoScreens), mainAvailable) << "the top bar is on the screen";
+    EXPECT_EQ(PanelGeometry::availableAreaAt({-400, 500}, twoScreens), mainAvailable) << "off every screen";
+    EXPECT_EQ(PanelGeometry::availableAreaAt({0, 0}, {}), std::nullopt);
+}
+
+TEST(PanelGeometryTest, PointerOnTheSecondScreenCentresThePanelThere)
+{
+    const QRect placed = PanelGeometry::initial({640, 240}, *PanelGeometry::availableAreaAt({3000, 900}, twoScreens));
+    EXPECT_EQ(placed, QRect(2240, 372, 640, 240));
+}
+
+TEST(PanelGeometryTest, GrowingKeepsTheTopEdgeAndTheCentre)
+{
+    const QRect old(640, 436, 640, 240);
+    EXPECT_EQ(PanelGeometry::resized(old, {640, 420}, mainAvailable), QRect(640, 436, 640, 420));
+    EXPECT_EQ(PanelGeometry::resized(old, {600, 180}, mainAvailable), QRect(660, 436, 600, 180));
+}
+
+TEST(PanelGeometryTest, GrowingPastTheBottomMovesUpInsideTheArea)
+{
+    const QRect old(640, 900, 640, 120);
+    EXPECT_EQ(PanelGeometry::resized(old, {640, 400}, mainAvailable), QRect(640, 680, 640, 400));
+    EXPECT_EQ(PanelGeometry::resized(old, {640, 5000}, mainAvailable), QRect(640, 32, 640, 1048));
+}
+
+TEST(PanelGeometryTest, GrowingPastTheSidesStaysInsideTheArea)
+{
+    EXPECT_EQ(PanelGeometry::resized(QRect(1900, 100, 20, 100), {640, 100}, mainAvailable), QRect(1280, 100, 640, 100));
+    EXPECT_EQ(PanelGeometry::resized(QRect(0, 100, 20, 100), {640, 100}, mainAvailable), QRect(0, 100, 640, 100));
+    EXPECT_EQ(PanelGeometry::resized(QRect(2000, 10, 640, 240), {640, 300}, secondAvailable),
+              QRect(2000, 10, 640, 300));
+}
+
+TEST(PanelGeometryTest, ResizeIgnoresEmptySizesAndCentresAPanelWithoutFrame)
+{
+    const QRect old(640, 436, 640, 240);
+    EXPECT_EQ(PanelGeometry::resized(old, {0, 300}, mainAvailable), old);
+    EXPECT_EQ(PanelGeometry::resized(old, {640, -1}, mainAvailable), old);
+    EXPECT_EQ(PanelGeometry::resized(QRect(), {640, 240}, mainAvailable), QRect(640, 436, 640, 240));
+}
+
+} // namespace
+} // namespace vesk::app
