@@ -1,0 +1,225 @@
+#include "app/SessionModel.h"
+
+#include "FakeCorrectionEngine.h"
+#include "app/ComposerModel.h"
+#include "support/ManualExecutor.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QSignalSpy>
+#include <gtest/gtest.h>
+
+namespace vesk::app {
+namespace {
+
+using Session = CorrectionSession;
+
+QVariantMap run(const char* text, const char* kind)
+{
+    return {{"text", QString::fromUtf8(text)}, {"kind", QString::fromUtf8(kind)}};
+}
+
+class SessionModelTest : public ::testing::Test
+{
+protected:
+    std::unique_ptr<Session> makeSession(std::string original, std::optional<std::string> sourceApp = "Mousepad")
+    {
+        return std::make_unique<Session>(Session::Reading{}, std::move(original), "", std::move(sourceApp),
+                                         fake.engine(), executor.executor());
+    }
+
+    test::FakeCorrectionEngine fake;
+    test::ManualExecutor executor;
+    SessionModel model;
+};
+
+TEST_F(SessionModelTest, FollowsTheSessionThroughItsPhases)
+{
+    auto session = makeSession("teh cat sat");
+    model.setSession(session.get());
+    QSignalSpy changed(&model, &SessionModel::changed);
+    EXPECT_EQ(model.phase(), "reading");
+    EXPECT_EQ(model.statusLine(), "Reading selection Mousepad");
+
+    session->start();
+    fake.last().callbacks.onEvent(CorrectionEvent::makeDelta("the cat"));
+    executor.drain();
+    EXPECT_EQ(model.phase(), "writing");
+    EXPECT_EQ(model.title(), "Correcting");
+    EXPECT_EQ(model.streamingText(), "the cat");
+    EXPECT_EQ(model.statusLine(), "Writing the correction");
+
+    fake.complete({" sat."});
+    executor.drain();
+    EXPECT_EQ(model.phase(), "result");
+    EXPECT_EQ(model.title(), "Review");
+    EXPECT_EQ(model.changeCount(), 2);
+    EXPECT_EQ(model.subtitle(), QString::fromUtf8("2 changes · Grammar · Preserve original · from Mousepad"));
+    EXPECT_EQ(model.primaryTitle(), "Replace in Mousepad");
+    EXPECT_EQ(model.streamingText(), "");
+    EXPECT_EQ(model.diffPieces(), (QVariantList{run("teh", "deleted"), run("the", "inserted"), run(" cat sat", "same"),
+                                                run(".", "inserted")}));
+    EXPECT_GE(changed.count(), 3);
+}
+
+TEST_F(SessionModelTest, UnchangedReplyLooksGood)
+{
+    auto session = makeSession("Fine.");
+    model.setSession(session.get());
+    session->start();
+    fake.complete({"Fine."});
+    executor.drain();
+    EXPECT_EQ(model.phase(), "noChanges");
+    EXPECT_EQ(model.title(), "Looks good");
+    EXPECT_EQ(model.primaryTitle(), "Keep original");
+    EXPECT_EQ(model.diffPieces(), (QVariantList{run("Fine.", "same")}));
+}
+
+TEST_F(SessionModelTest, FailureShowsItsMessageAndRetryRunsAgain)
+{
+    auto session = makeSession("hello");
+    model.setSession(session.get());
+    session->start();
+    fake.last().callbacks.onFinish(ProviderError::missingAPIKey(ProviderID::anthropic));
+    executor.drain();
+    EXPECT_EQ(model.phase(), "error");
+    EXPECT_EQ(model.title(), "Couldn't correct");
+    EXPECT_EQ(model.failureTitle(), "No Anthropic key yet");
+    EXPECT_EQ(model.failureMessage(), "Add your API key in Settings.");
+    EXPECT_TRUE(model.offersOpenSettings());
+
+    model.retry();
+    EXPECT_EQ(fake.streams.size(), 2U);
+    EXPECT_EQ(model.phase(), "writing");
+    EXPECT_FALSE(model.offersOpenSettings());
+    EXPECT_EQ(model.failureMessage(), "");
+}
+
+TEST_F(SessionModelTest, RegenerateKeepsTheResultOnScreenUntilTheNewOneArrives)
+{
+    auto session = makeSession("teh cat");
+    model.setSession(session.get());
+    session->start();
+    fake.complete({"the cat"});
+    executor.drain();
+
+    model.regenerate();
+    EXPECT_EQ(fake.streams.size(), 2U);
+    EXPECT_EQ(model.phase(), "result");
+    EXPECT_TRUE(model.isOverlaying());
+
+    fake.complete({"teh cat"});
+    executor.drain();
+    EXPECT_FALSE(model.isOverlaying());
+    EXPECT_EQ(model.phase(), "noChanges");
+}
+
+TEST_F(SessionModelTest, SessionNoLongerFollowedIsNotListenedTo)
+{
+    auto first = makeSession("one");
+    auto second = makeSession("two", std::nullopt);
+    model.setSession(first.get());
+    first->start();
+    model.setSession(second.get());
+    QSignalSpy changed(&model, &SessionModel::changed);
+
+    fake.complete({"One."});
+    executor.drain();
+    EXPECT_EQ(changed.count(), 0);
+    EXPECT_EQ(model.phase(), "reading");
+    EXPECT_EQ(model.statusLine(), "Reading selection");
+
+    auto outlivesTheModel = makeSession("three");
+    {
+        SessionModel shortLived;
+        shortLived.setSession(outlivesTheModel.get());
+    }
+    outlivesTheModel->start(); // would reach the destroyed model if the hook held it
+    EXPECT_EQ(fake.streams.size(), 2U);
+}
+
+TEST_F(SessionModelTest, SubtitleUsesTheRunsSettingsOnceThereIsARun)
+{
+    fake.settings.strength = CorrectionStrength::fullRewrite;
+    fake.settings.tone = Tone::concise;
+    auto session = makeSession("hello", std::nullopt);
+    model.setSession(session.get());
+    EXPECT_EQ(model.subtitle(), "") << "no settings known before the run";
+    session->start();
+    EXPECT_EQ(model.subtitle(), QString::fromUtf8("Rewrite · Concise"));
+}
+
+class ComposerModelTest : public ::testing::Test
+{
+protected:
+    test::FakeCorrectionEngine fake;
+    test::ManualExecutor executor;
+    ComposerModel composer{[this](std::string original) {
+        return std::make_unique<Session>(Session::Editing{}, std::move(original), "", std::nullopt, fake.engine(),
+                                         executor.executor());
+    }};
+};
+
+TEST_F(ComposerModelTest, FixGrammarCorrectsTheEditorsText)
+{
+    EXPECT_TRUE(composer.session()->isEditing());
+    composer.setText("  \n ");
+    composer.fixGrammar();
+    EXPECT_TRUE(fake.streams.empty()) << "blank text has nothing to fix";
+
+    composer.setText("teh cat");
+    composer.fixGrammar();
+    ASSERT_EQ(fake.streams.size(), 1U);
+    EXPECT_EQ(fake.last().text, "teh cat");
+    EXPECT_EQ(composer.session()->phase(), "writing");
+    EXPECT_FALSE(composer.session()->isEditing());
+
+    composer.session()->cancel();
+    EXPECT_TRUE(composer.session()->isEditing());
+    EXPECT_TRUE(fake.last().cancelled);
+}
+
+TEST_F(ComposerModelTest, CopyPutsTheCorrectionOnTheClipboardAndRecordsOnce)
+{
+    composer.setText("teh cat");
+    EXPECT_FALSE(composer.copyResult()) << "nothing to copy yet";
+    composer.fixGrammar();
+    fake.complete({"the cat"});
+    executor.drain();
+
+    EXPECT_TRUE(composer.copyResult());
+    EXPECT_TRUE(composer.copyResult());
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), "the cat");
+    ASSERT_EQ(fake.records.size(), 1U);
+    EXPECT_EQ(fake.records.front().sourceApp, std::nullopt);
+    EXPECT_EQ(fake.records.front().changeCount, 1);
+}
+
+TEST_F(ComposerModelTest, EveryNewDraftLoadsAndOnlyStartingDraftsCorrect)
+{
+    const ComposerDraft reuse{QUuid::createUuid(), "Reused text", false};
+    composer.load(reuse);
+    EXPECT_EQ(composer.text(), "Reused text");
+    EXPECT_TRUE(fake.streams.empty());
+
+    composer.setText("edited since");
+    composer.load(reuse);
+    EXPECT_EQ(composer.text(), "edited since") << "a draft loads once";
+
+    composer.load(ComposerDraft{QUuid::createUuid(), "teh original", true});
+    composer.load(ComposerDraft{QUuid::createUuid(), "teh original", true});
+    EXPECT_EQ(fake.streams.size(), 2U) << "the same text rerun twice runs twice";
+    EXPECT_TRUE(fake.streams.front()->cancelled) << "the newer run replaces the older";
+    EXPECT_EQ(composer.text(), "teh original");
+}
+
+TEST_F(ComposerModelTest, CounterCountsUserPerceivedCharacters)
+{
+    composer.setText(QString::fromUtf8("e\xCC\x81"));
+    EXPECT_EQ(composer.characterCountText(), "1 character");
+    composer.setText(QString(1234, 'x'));
+    EXPECT_EQ(composer.characterCountText(), QLocale().toString(1234) + " characters");
+}
+
+} // namespace
+} // namespace vesk::app
