@@ -1,0 +1,149 @@
+#include "app/ReviewPanelController.h"
+
+#include "app/MotionPreference.h"
+#include "app/PanelGeometry.h"
+#include "app/ReviewActions.h"
+#include "app/SessionModel.h"
+
+#include <QCursor>
+#include <QGuiApplication>
+#include <QLoggingCategory>
+#include <QQmlContext>
+#include <QQmlError>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QScreen>
+#include <QSurfaceFormat>
+#include <cmath>
+
+Q_LOGGING_CATEGORY(lcUi, "vesk.ui")
+
+namespace vesk::app {
+
+namespace {
+
+const QSize initialSize(640, 240);
+const QUrl viewUrl(QStringLiteral("qrc:/vesk/views/ReviewView.qml"));
+
+std::optional<QRect> availableAreaUnderPointer()
+{
+    QList<PanelGeometry::ScreenArea> areas;
+    // Qt lists the primary screen first, which is the fallback when the pointer is on no screen.
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        areas.append({screen->geometry(), screen->availableGeometry()});
+    }
+    return PanelGeometry::availableAreaAt(QCursor::pos(), areas);
+}
+
+} // namespace
+
+struct ReviewPanelController::Private
+{
+    explicit Private(AppSettings& settings) : model(&settings) {}
+
+    void place();
+    void fitContent();
+
+    SessionModel model;
+    ReviewActions actions;
+    std::unique_ptr<QQuickView> view;
+};
+
+void ReviewPanelController::Private::place()
+{
+    const std::optional<QRect> available = availableAreaUnderPointer();
+    if (!available) {
+        view->resize(initialSize);
+        return;
+    }
+    view->setGeometry(PanelGeometry::initial(initialSize, *available));
+}
+
+void ReviewPanelController::Private::fitContent()
+{
+    const QQuickItem* root = view->rootObject();
+    if (root == nullptr) {
+        return;
+    }
+    const QSize content(static_cast<int>(std::ceil(root->implicitWidth())),
+                        static_cast<int>(std::ceil(root->implicitHeight())));
+    const QScreen* screen = view->screen();
+    if (screen == nullptr) {
+        if (content.width() > 0 && content.height() > 0) {
+            view->resize(content);
+        }
+        return;
+    }
+    view->setGeometry(PanelGeometry::resized(view->geometry(), content, screen->availableGeometry()));
+}
+
+ReviewPanelController::ReviewPanelController(AppSettings& settings, QObject* parent)
+    : QObject(parent), d(std::make_unique<Private>(settings))
+{
+    d->view = std::make_unique<QQuickView>();
+    // A frameless tool window above everything: it stays out of the task bar, and the window manager
+    // still gives it keyboard focus so Return, Escape and Ctrl+R reach it.
+    d->view->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    // Transparent around the rounded body and its shadow; needs an alpha channel in the window itself.
+    QSurfaceFormat format = d->view->format();
+    format.setAlphaBufferSize(8);
+    d->view->setFormat(format);
+    d->view->setColor(Qt::transparent);
+    d->view->setResizeMode(QQuickView::SizeRootObjectToView);
+    d->view->setTitle(QStringLiteral("Vesk"));
+    d->view->rootContext()->setContextProperty(QStringLiteral("review"), &d->model);
+    d->view->rootContext()->setContextProperty(QStringLiteral("actions"), &d->actions);
+    d->view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), false);
+    d->view->resize(initialSize);
+}
+
+ReviewPanelController::~ReviewPanelController()
+{
+    d->model.setSession(nullptr);
+}
+
+void ReviewPanelController::show(CorrectionSession& session, Actions actions)
+{
+    d->actions.set(std::move(actions.accept), std::move(actions.close), std::move(actions.openSettings));
+    d->model.setSession(&session);
+    d->view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), prefersReducedMotion());
+
+    // A new view for every correction, so nothing of the last one (scroll position, hover, focus) carries
+    // over.
+    d->view->setSource(QUrl());
+    d->view->setSource(viewUrl);
+    if (d->view->status() == QQuickView::Error) {
+        for (const QQmlError& error : d->view->errors()) {
+            qCWarning(lcUi) << "review view:" << error.toString();
+        }
+        return;
+    }
+    QQuickItem* root = d->view->rootObject();
+    connect(root, &QQuickItem::implicitWidthChanged, this, [this] { d->fitContent(); });
+    connect(root, &QQuickItem::implicitHeightChanged, this, [this] { d->fitContent(); });
+
+    d->place();
+    d->fitContent();
+    d->view->show();
+    d->view->raise();
+    d->view->requestActivate();
+}
+
+void ReviewPanelController::hide()
+{
+    d->view->hide();
+    d->model.setSession(nullptr);
+    d->actions.clear();
+}
+
+bool ReviewPanelController::isVisible() const
+{
+    return d->view->isVisible();
+}
+
+QQuickWindow* ReviewPanelController::window() const
+{
+    return d->view.get();
+}
+
+} // namespace vesk::app

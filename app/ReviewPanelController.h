@@ -1,0 +1,47 @@
+#pragma once
+
+// The small floating review panel that follows one correction session through its phases. One controller
+// lives for the whole app and is reused for every correction.
+
+#include "core/CorrectionSession.h"
+
+#include <QObject>
+#include <functional>
+#include <memory>
+
+class QQuickWindow;
+
+namespace vesk::app {
+
+class AppSettings;
+class SessionModel;
+
+class ReviewPanelController : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Actions
+    {
+        std::function<void()> accept;
+        std::function<void()> close;
+        std::function<void()> openSettings;
+    };
+
+    explicit ReviewPanelController(AppSettings& settings, QObject* parent = nullptr);
+    ~ReviewPanelController() override;
+
+    // Shows `session` (which must outlive the show, until hide() or the next show) centred on the screen
+    // under the pointer, and takes keyboard focus so Return, Escape and Ctrl+R reach it.
+    void show(CorrectionSession& session, Actions actions);
+    void hide();
+    [[nodiscard]] bool isVisible() const;
+    // The panel's window, for placement checks and screenshots.
+    [[nodiscard]] QQuickWindow* window() const;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+} // namespace vesk::app

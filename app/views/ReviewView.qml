@@ -1,0 +1,310 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+// The review panel's content: header, the body of the session's phase, and the buttons with their keys.
+// Context: `review` (the session model), `actions` (accept, close, openSettings), `reduceMotion`.
+Item {
+    id: root
+
+    readonly property string phase: review.phase
+    readonly property bool hasCorrection: phase === "result" || phase === "noChanges"
+    readonly property bool isWorking: phase === "reading" || phase === "writing" || review.isOverlaying
+    readonly property int shadowMargin: 14
+
+    function primaryAction() {
+        if (phase === "error")
+            review.retry()
+        else if (phase === "result" && !review.isOverlaying)
+            actions.accept()
+        else if (phase === "noChanges")
+            actions.close()
+    }
+
+    function regenerate() {
+        if (hasCorrection)
+            review.regenerate()
+    }
+
+    implicitWidth: 640
+    implicitHeight: body.implicitHeight + 2 * shadowMargin
+
+    Shortcut {
+        sequences: ["Return", "Enter"]
+        onActivated: root.primaryAction()
+    }
+    Shortcut {
+        sequence: "Escape"
+        onActivated: actions.close()
+    }
+    Shortcut {
+        sequence: "Ctrl+R"
+        onActivated: root.regenerate()
+    }
+
+    // A soft shadow drawn as fading outlines; cheaper than an effect and good enough at this size.
+    Repeater {
+        model: root.shadowMargin
+
+        Rectangle {
+            required property int index
+
+            x: root.shadowMargin - index
+            y: root.shadowMargin - index + 3
+            width: body.width + 2 * index
+            height: body.height + 2 * index
+            radius: 12 + index
+            color: "transparent"
+            border.width: 1
+            border.color: Qt.rgba(0, 0, 0, 0.16 * Math.pow(1 - index / root.shadowMargin, 2))
+        }
+    }
+
+    Rectangle {
+        id: body
+
+        x: root.shadowMargin
+        y: root.shadowMargin
+        width: root.width - 2 * root.shadowMargin
+        height: root.height - 2 * root.shadowMargin
+        implicitHeight: column.implicitHeight + 2 * 16
+        radius: 12
+        color: "#f01f1f21"
+        border.width: 1
+        border.color: "#1fffffff"
+
+        // The whole background drags the panel around.
+        DragHandler {
+            target: null
+            onActiveChanged: if (active) root.Window.window.startSystemMove()
+        }
+
+        Column {
+            id: column
+
+            x: 18
+            y: 16
+            width: body.width - 36
+            spacing: 10
+
+            // Header: title and close button, subtitle under them.
+            Item {
+                width: parent.width
+                height: Math.max(titleLabel.implicitHeight, closeButton.height)
+
+                Text {
+                    id: titleLabel
+
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: review.title
+                    color: "#f5f5f7"
+                    font.pixelSize: 14
+                    font.weight: Font.DemiBold
+                }
+
+                AbstractButton {
+                    id: closeButton
+
+                    anchors.right: parent.right
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: 22
+                    height: 22
+                    hoverEnabled: true
+                    focusPolicy: Qt.NoFocus
+                    Accessible.name: "Close"
+                    onClicked: actions.close()
+
+                    ToolTip.visible: hovered
+                    ToolTip.delay: 600
+                    ToolTip.text: "Close"
+
+                    background: Rectangle {
+                        radius: 11
+                        color: closeButton.down ? "#4affffff" : closeButton.hovered ? "#2effffff" : "#17ffffff"
+                    }
+                    contentItem: Text {
+                        text: "✕"
+                        color: "#b8ffffff"
+                        font.pixelSize: 11
+                        horizontalAlignment: Text.AlignHCenter
+                        verticalAlignment: Text.AlignVCenter
+                    }
+                }
+            }
+
+            Text {
+                width: parent.width
+                visible: text.length > 0
+                text: review.subtitle
+                color: "#98989d"
+                font.pixelSize: 12
+                elide: Text.ElideRight
+                topPadding: -6
+            }
+
+            ProgressHairline {
+                objectName: "progressHairline"
+                width: parent.width
+                visible: root.phase === "writing" || review.isOverlaying
+                animated: !reduceMotion
+            }
+
+            // Body of the phase.
+            Item {
+                width: parent.width
+                height: visible ? childrenRect.height : 0
+                visible: root.phase === "reading"
+
+                Row {
+                    spacing: 10
+                    topPadding: 6
+                    bottomPadding: 6
+
+                    Text {
+                        anchors.verticalCenter: parent.verticalCenter
+                        text: "Reading your selection…"
+                        color: "#d1d1d6"
+                        font.pixelSize: 14
+                    }
+                    TypingDots {
+                        objectName: "typingDots"
+                        anchors.verticalCenter: parent.verticalCenter
+                        animated: !reduceMotion
+                    }
+                }
+            }
+
+            Text {
+                width: parent.width
+                visible: root.phase === "writing"
+                text: review.streamingText
+                color: "#e5e5ea"
+                font.pixelSize: 14
+                lineHeight: 1.2
+                wrapMode: Text.Wrap
+                textFormat: Text.PlainText
+                maximumLineCount: 12
+                elide: Text.ElideRight
+            }
+
+            CappedScroll {
+                width: parent.width
+                visible: root.phase === "result"
+                maxHeight: 300
+
+                DiffText {
+                    width: parent.width
+                    pieces: review.diffPieces
+                }
+            }
+
+            Row {
+                visible: root.phase === "noChanges"
+                spacing: 10
+                topPadding: 4
+                bottomPadding: 4
+
+                StatusSymbol {
+                    anchors.verticalCenter: parent.verticalCenter
+                    glyph: "✓"
+                    tint: "#30d158"
+                }
+                Text {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: "No changes needed"
+                    color: "#f5f5f7"
+                    font.pixelSize: 14
+                }
+            }
+
+            Row {
+                visible: root.phase === "error"
+                width: parent.width
+                spacing: 10
+
+                StatusSymbol {
+                    glyph: "!"
+                    tint: "#ff9f0a"
+                }
+                Column {
+                    width: parent.width - 32
+                    spacing: 4
+
+                    Text {
+                        width: parent.width
+                        visible: text.length > 0
+                        text: review.failureTitle
+                        color: "#f5f5f7"
+                        font.pixelSize: 14
+                        font.weight: Font.DemiBold
+                        wrapMode: Text.Wrap
+                    }
+                    Text {
+                        width: parent.width
+                        text: review.failureMessage
+                        color: "#c7c7cc"
+                        font.pixelSize: 13
+                        wrapMode: Text.Wrap
+                    }
+                    KeycapButton {
+                        visible: review.offersOpenSettings
+                        text: "Open Settings"
+                        onClicked: actions.openSettings()
+                    }
+                }
+            }
+
+            // Footer: status on the left, buttons on the right.
+            Item {
+                width: parent.width
+                height: buttons.height + 6
+
+                Text {
+                    anchors.left: parent.left
+                    anchors.right: buttons.left
+                    anchors.rightMargin: 12
+                    anchors.verticalCenter: buttons.verticalCenter
+                    text: review.isOverlaying ? "Writing the correction" : review.statusLine
+                    color: "#8e8e93"
+                    font.pixelSize: 12
+                    elide: Text.ElideRight
+                }
+
+                Row {
+                    id: buttons
+
+                    anchors.right: parent.right
+                    anchors.bottom: parent.bottom
+                    spacing: 8
+
+                    KeycapButton {
+                        text: "Cancel"
+                        hint: "esc"
+                        onClicked: actions.close()
+                    }
+                    KeycapButton {
+                        visible: root.hasCorrection
+                        enabled: !review.isOverlaying
+                        text: "Regenerate"
+                        hint: "Ctrl R"
+                        onClicked: root.regenerate()
+                    }
+                    KeycapButton {
+                        visible: root.hasCorrection
+                        enabled: !review.isOverlaying
+                        primary: true
+                        text: review.primaryTitle
+                        hint: "↩"
+                        onClicked: root.primaryAction()
+                    }
+                    KeycapButton {
+                        visible: root.phase === "error"
+                        primary: true
+                        text: "Retry"
+                        hint: "↩"
+                        onClicked: review.retry()
+                    }
+                }
+            }
+        }
+    }
+}

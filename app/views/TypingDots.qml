@@ -1,0 +1,38 @@
+import QtQuick
+
+// Three dots that pulse one after another while text is on its way; still when motion is reduced.
+Row {
+    id: dots
+
+    property bool animated: true
+    property color color: "#a1a1a6"
+    property int dotSize: 6
+
+    spacing: 4
+
+    Repeater {
+        model: 3
+
+        Rectangle {
+            id: dot
+
+            required property int index
+
+            width: dots.dotSize
+            height: dots.dotSize
+            radius: dots.dotSize / 2
+            color: dots.color
+            // Still dots keep the stagger, so they still read as "in progress".
+            opacity: dots.animated ? 0.3 : 0.35 + 0.25 * index
+
+            SequentialAnimation on opacity {
+                running: dots.animated
+                loops: Animation.Infinite
+                PauseAnimation { duration: dot.index * 160 }
+                NumberAnimation { to: 1.0; duration: 320; easing.type: Easing.OutQuad }
+                NumberAnimation { to: 0.3; duration: 320; easing.type: Easing.InQuad }
+                PauseAnimation { duration: (2 - dot.index) * 160 + 200 }
+            }
+        }
+    }
+}

@@ -1,0 +1,198 @@
+#include "FakeCorrectionEngine.h"
+#include "ViewTesting.h"
+#include "app/AppSettings.h"
+#include "app/ReviewPanelController.h"
+#include "support/ManualExecutor.h"
+
+#include <QQuickItem>
+#include <QQuickView>
+#include <QScreen>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace vesk::app {
+namespace {
+
+using Session = CorrectionSession;
+
+class ReviewPanelTest : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite() { test::useSoftwareRendering(); }
+
+    void SetUp() override { qputenv("VESK_REDUCE_MOTION", "0"); }
+    void TearDown() override { qunsetenv("VESK_REDUCE_MOTION"); }
+
+    std::unique_ptr<Session> makeSession(std::string original, std::optional<std::string> sourceApp = "Mousepad")
+    {
+        return std::make_unique<Session>(Session::Reading{}, std::move(original), "", std::move(sourceApp),
+                                         fake.engine(), executor.executor());
+    }
+
+    void show(Session& session)
+    {
+        panel.show(session, {[this] { ++accepted; }, [this] { ++closed; }, [this] { ++settingsOpened; }});
+        test::settle(panel.window());
+    }
+
+    // Runs the session to a finished reply.
+    void finish(Session& session, const std::string& reply)
+    {
+        session.start();
+        fake.complete({reply});
+        executor.drain();
+        test::settle(panel.window());
+    }
+
+    void fail(Session& session, ProviderError error)
+    {
+        session.start();
+        fake.last().callbacks.onFinish(std::move(error));
+        executor.drain();
+        test::settle(panel.window());
+    }
+
+    QObject* child(const char* name) const
+    {
+        const auto* view = qobject_cast<QQuickView*>(panel.window());
+        return view->rootObject()->findChild<QObject*>(QString::fromLatin1(name));
+    }
+
+    // The panel over a desktop-like backdrop, so its shadow and corners show as they would on a composited
+    // desktop: the offscreen platform's windows have no alpha channel, so the backdrop is the window's own
+    // clear colour while the picture is taken.
+    void screenshot(const QString& name) const
+    {
+        QQuickWindow* window = panel.window();
+        window->setColor(QColor("#6b7a96"));
+        test::settle(window);
+        const QImage image = window->grabWindow();
+        window->setColor(Qt::transparent);
+        ASSERT_FALSE(image.isNull());
+        EXPECT_TRUE(image.save(test::artifactsDir().filePath(name)));
+    }
+
+    QTemporaryDir dir;
+    AppSettings settings{std::make_unique<QSettings>(dir.filePath("vesk.conf"), QSettings::IniFormat)};
+    test::FakeCorrectionEngine fake;
+    test::ManualExecutor executor;
+    ReviewPanelController panel{settings};
+    int accepted = 0;
+    int closed = 0;
+    int settingsOpened = 0;
+};
+
+TEST_F(ReviewPanelTest, EveryPhaseRendersWithoutQmlWarnings)
+{
+    const test::WarningRecorder recorder;
+    auto session = makeSession("Their going too the libary tomorow, and they wants to borrow some book.");
+    show(*session);
+    EXPECT_TRUE(panel.isVisible());
+    screenshot("panel-reading.png");
+
+    session->start();
+    fake.last().callbacks.onEvent(CorrectionEvent::makeDelta("They're going to the library tomorrow, and"));
+    executor.drain();
+    test::settle(panel.window());
+    screenshot("panel-writing.png");
+
+    fake.complete({" they want to borrow some books."});
+    executor.drain();
+    test::settle(panel.window());
+    screenshot("panel-result.png");
+
+    finish(*session, "Their going too the libary tomorow, and they wants to borrow some book.");
+    screenshot("panel-no-changes.png");
+
+    fail(*session, ProviderError::http(401, "invalid x-api-key"));
+    screenshot("panel-error.png");
+
+    EXPECT_EQ(recorder.warnings(), "");
+}
+
+TEST_F(ReviewPanelTest, OpensCentredAndGrowsDownwardWithItsContent)
+{
+    auto session = makeSession("teh cat");
+    show(*session);
+    const QRect available = panel.window()->screen()->availableGeometry();
+    const QRect opened = panel.window()->geometry();
+    EXPECT_EQ(opened.width(), 640);
+    EXPECT_NEAR(opened.center().x(), available.center().x(), 1);
+    EXPECT_LE(opened.height(), 240) << "the reading phase needs less than the initial size";
+
+    std::string longText;
+    for (int i = 0; i < 40; ++i) {
+        longText += "Teh quick brown fox jumps over the lazy dog. ";
+    }
+    finish(*session, longText + "Done.");
+    const QRect grown = panel.window()->geometry();
+    EXPECT_EQ(grown.top(), opened.top());
+    EXPECT_EQ(grown.center().x(), opened.center().x());
+    EXPECT_GT(grown.height(), opened.height());
+    EXPECT_TRUE(available.contains(grown));
+    EXPECT_LT(grown.height(), 500) << "a long diff scrolls instead of growing without end";
+}
+
+TEST_F(ReviewPanelTest, KeysActOnTheResult)
+{
+    auto session = makeSession("teh cat");
+    show(*session);
+    finish(*session, "the cat");
+    ASSERT_TRUE(QTest::qWaitForWindowActive(panel.window(), 1000));
+
+    QTest::keyClick(panel.window(), Qt::Key_Return);
+    EXPECT_EQ(accepted, 1);
+    QTest::keyClick(panel.window(), Qt::Key_R, Qt::ControlModifier);
+    EXPECT_EQ(fake.streams.size(), 2U) << "Ctrl+R runs the correction again";
+    EXPECT_TRUE(session->overlaying());
+    QTest::keyClick(panel.window(), Qt::Key_Return);
+    EXPECT_EQ(accepted, 1) << "nothing to accept while a re-run works";
+    QTest::keyClick(panel.window(), Qt::Key_Escape);
+    EXPECT_EQ(closed, 1);
+}
+
+TEST_F(ReviewPanelTest, ReturnClosesWithoutChangesAndRetriesAFailure)
+{
+    auto session = makeSession("Fine.");
+    show(*session);
+    finish(*session, "Fine.");
+    ASSERT_TRUE(QTest::qWaitForWindowActive(panel.window(), 1000));
+    QTest::keyClick(panel.window(), Qt::Key_Return);
+    EXPECT_EQ(closed, 1) << "\"Keep original\" ends the correction";
+    EXPECT_EQ(accepted, 0);
+
+    fail(*session, ProviderError::timeout());
+    QTest::keyClick(panel.window(), Qt::Key_Return);
+    EXPECT_EQ(fake.streams.size(), 3U) << "Return retries";
+}
+
+TEST_F(ReviewPanelTest, ReducedMotionStillsTheIndicators)
+{
+    auto session = makeSession("hello");
+    show(*session);
+    ASSERT_NE(child("typingDots"), nullptr);
+    EXPECT_TRUE(child("typingDots")->property("animated").toBool());
+
+    qputenv("VESK_REDUCE_MOTION", "1");
+    show(*session);
+    EXPECT_FALSE(child("typingDots")->property("animated").toBool());
+    session->start();
+    test::settle(panel.window());
+    ASSERT_NE(child("progressHairline"), nullptr);
+    EXPECT_FALSE(child("progressHairline")->property("animated").toBool());
+}
+
+TEST_F(ReviewPanelTest, HideLetsGoOfTheSession)
+{
+    auto session = makeSession("hello");
+    show(*session);
+    panel.hide();
+    EXPECT_FALSE(panel.isVisible());
+    session.reset(); // a session destroyed after hide() must not be touched again
+    auto next = makeSession("again");
+    show(*next);
+    EXPECT_TRUE(panel.isVisible());
+}
+
+} // namespace
+} // namespace vesk::app
