@@ -1,0 +1,38 @@
+#pragma once
+
+// The home window's navigation: which section the sidebar shows.
+
+#include "app/HomeWindow.h"
+
+#include <QObject>
+#include <QString>
+
+namespace vesk::app {
+
+class HomeModel : public QObject
+{
+    Q_OBJECT
+    // The selected section's raw value: "overview", "composer", "activity" or "settings".
+    Q_PROPERTY(QString selection READ selection WRITE setSelection NOTIFY selectionChanged)
+
+public:
+    using QObject::QObject;
+
+    [[nodiscard]] static QString rawValue(HomeSection section);
+    [[nodiscard]] static std::optional<HomeSection> fromRawValue(const QString& raw);
+
+    [[nodiscard]] HomeSection section() const { return m_section; }
+    void select(HomeSection section);
+
+    [[nodiscard]] QString selection() const { return rawValue(m_section); }
+    // Unknown raw values are ignored.
+    void setSelection(const QString& raw);
+
+signals:
+    void selectionChanged();
+
+private:
+    HomeSection m_section = HomeSection::overview;
+};
+
+} // namespace vesk::app

@@ -1,0 +1,87 @@
+#include "app/HomeWindow.h"
+
+#include "app/ComposerModel.h"
+#include "app/CorrectionEnvironment.h"
+#include "app/HomeModel.h"
+#include "app/MotionPreference.h"
+
+#include <QLoggingCategory>
+#include <QQmlContext>
+#include <QQmlError>
+#include <QQuickView>
+
+Q_DECLARE_LOGGING_CATEGORY(lcUi)
+
+namespace vesk::app {
+
+struct HomeWindow::Private
+{
+    explicit Private(CorrectionEnvironment& environment)
+        : composer(
+              [&environment](std::string original) {
+                  return environment.makeSession(CorrectionSession::Editing{}, std::move(original), std::nullopt);
+              },
+              &environment.settings())
+    {
+    }
+
+    void ensureView();
+
+    HomeModel home;
+    ComposerModel composer;
+    std::unique_ptr<QQuickView> view;
+};
+
+void HomeWindow::Private::ensureView()
+{
+    if (view) {
+        return;
+    }
+    view = std::make_unique<QQuickView>();
+    view->setTitle(QStringLiteral("Vesk"));
+    view->setResizeMode(QQuickView::SizeRootObjectToView);
+    view->setMinimumSize(QSize(820, 540));
+    view->resize(920, 620);
+    view->setColor(QColor(QStringLiteral("#1c1c1e")));
+    view->rootContext()->setContextProperty(QStringLiteral("home"), &home);
+    view->rootContext()->setContextProperty(QStringLiteral("composer"), &composer);
+    view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), prefersReducedMotion());
+    view->setSource(QUrl(QStringLiteral("qrc:/vesk/views/HomeView.qml")));
+    for (const QQmlError& error : view->errors()) {
+        qCWarning(lcUi) << "home view:" << error.toString();
+    }
+}
+
+HomeWindow::HomeWindow(CorrectionEnvironment& environment, QObject* parent)
+    : QObject(parent), d(std::make_unique<Private>(environment))
+{
+}
+
+HomeWindow::~HomeWindow() = default;
+
+void HomeWindow::show(HomeSection section)
+{
+    d->home.select(section);
+    d->ensureView();
+    d->view->show();
+    d->view->raise();
+    d->view->requestActivate();
+}
+
+void HomeWindow::openComposer(const ComposerDraft& draft)
+{
+    show(HomeSection::composer);
+    d->composer.load(draft);
+}
+
+bool HomeWindow::isVisible() const
+{
+    return d->view && d->view->isVisible();
+}
+
+QQuickWindow* HomeWindow::window() const
+{
+    return d->view.get();
+}
+
+} // namespace vesk::app

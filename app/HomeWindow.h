@@ -1,0 +1,47 @@
+#pragma once
+
+// The app's one ordinary window: a sidebar with Overview, Write, Activity and Settings beside the
+// selected section.
+
+#include <QObject>
+#include <QString>
+#include <QUuid>
+#include <memory>
+
+class QQuickWindow;
+
+namespace vesk::app {
+
+class CorrectionEnvironment;
+
+enum class HomeSection { overview, composer, activity, settings };
+
+// Text waiting to be loaded into the composer; every draft is new, even with the same text.
+struct ComposerDraft
+{
+    QUuid id = QUuid::createUuid();
+    QString text;
+    bool startsCorrection = false;
+};
+
+class HomeWindow : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit HomeWindow(CorrectionEnvironment& environment, QObject* parent = nullptr);
+    ~HomeWindow() override;
+
+    // Creates the window on first use, selects `section`, shows and raises it.
+    void show(HomeSection section);
+    // Selects the composer and loads the draft (starting a correction when the draft says so).
+    void openComposer(const ComposerDraft& draft);
+    [[nodiscard]] bool isVisible() const;
+    [[nodiscard]] QQuickWindow* window() const;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+} // namespace vesk::app

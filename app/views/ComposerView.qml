@@ -1,0 +1,323 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+// The Write section: an editor, "Fix grammar", and the correction of the editor's text below it.
+// Context: `composer` (ComposerModel), `reduceMotion`.
+Item {
+    id: root
+
+    // Only the visible section takes the keyboard shortcuts.
+    property bool active: true
+    readonly property var session: composer.session
+    readonly property string phase: session.isEditing ? "editing" : session.phase
+    readonly property bool hasCorrection: phase === "result" || phase === "noChanges"
+
+    function regenerate() {
+        if (hasCorrection)
+            session.regenerate()
+    }
+
+    onPhaseChanged: {
+        // Return retries a failed run, so the failure takes the keyboard from the editor.
+        if (phase === "error")
+            root.forceActiveFocus()
+    }
+
+    Shortcut {
+        enabled: root.active
+        sequences: ["Ctrl+Return", "Ctrl+Enter"]
+        onActivated: composer.fixGrammar()
+    }
+    Shortcut {
+        enabled: root.active && (root.phase === "reading" || root.phase === "writing")
+        sequence: "Escape"
+        onActivated: root.session.cancel()
+    }
+    Shortcut {
+        enabled: root.active && root.hasCorrection
+        sequence: "Ctrl+R"
+        onActivated: root.regenerate()
+    }
+    Shortcut {
+        enabled: root.active && root.phase === "error" && !editor.activeFocus
+        sequences: ["Return", "Enter"]
+        onActivated: root.session.retry()
+    }
+
+    SectionHeader {
+        id: header
+
+        width: parent.width
+        title: "Write"
+    }
+
+    Rectangle {
+        id: editorCard
+
+        anchors.top: header.bottom
+        anchors.topMargin: 18
+        width: parent.width
+        height: Math.max(140, (root.height - header.height) * 0.42)
+        radius: 10
+        color: "#232325"
+        border.width: 1
+        border.color: editor.activeFocus ? "#0a84ff" : "#343437"
+
+        ScrollView {
+            anchors.fill: parent
+            anchors.margins: 2
+
+            TextArea {
+                id: editor
+
+                text: composer.text
+                onTextChanged: composer.text = text
+                placeholderText: "Type or paste text to fix"
+                placeholderTextColor: "#6e6e73"
+                Accessible.name: "Text to fix"
+                wrapMode: TextEdit.Wrap
+                color: "#f5f5f7"
+                selectionColor: "#0a63c9"
+                selectedTextColor: "#ffffff"
+                font.pixelSize: 14
+                padding: 12
+                background: null
+            }
+        }
+    }
+
+    Item {
+        id: controls
+
+        anchors.top: editorCard.bottom
+        anchors.topMargin: 10
+        width: parent.width
+        height: fixButton.height
+
+        TextMetrics {
+            id: counterWidth
+
+            font: counter.font
+            text: "88,888 characters"
+        }
+        Text {
+            id: counter
+
+            anchors.verticalCenter: parent.verticalCenter
+            width: counterWidth.width
+            text: composer.characterCountText
+            color: "#8e8e93"
+            font.pixelSize: 12
+        }
+
+        KeycapButton {
+            id: fixButton
+
+            anchors.right: parent.right
+            primary: true
+            enabled: composer.canFix
+            text: "Fix grammar"
+            hint: "Ctrl ↩"
+            onClicked: composer.fixGrammar()
+        }
+    }
+
+    Rectangle {
+        id: resultCard
+
+        anchors.top: controls.bottom
+        anchors.topMargin: 16
+        anchors.bottom: parent.bottom
+        width: parent.width
+        radius: 10
+        color: "#202022"
+        border.width: 1
+        border.color: "#2e2e31"
+        visible: root.phase !== "editing"
+
+        ProgressHairline {
+            x: 10
+            y: 1
+            width: parent.width - 20
+            visible: root.phase === "writing" || root.phase === "reading" || root.session.isOverlaying
+            animated: !reduceMotion
+        }
+
+        // Writing.
+        Column {
+            x: 18
+            y: 16
+            width: parent.width - 36
+            spacing: 12
+            visible: root.phase === "reading" || root.phase === "writing"
+
+            Item {
+                width: parent.width
+                height: cancelButton.height
+
+                Row {
+                    anchors.verticalCenter: parent.verticalCenter
+                    spacing: 10
+
+                    Text {
+                        anchors.verticalCenter: parent.verticalCenter
+                        text: "Writing the correction"
+                        color: "#d1d1d6"
+                        font.pixelSize: 14
+                    }
+                    TypingDots {
+                        anchors.verticalCenter: parent.verticalCenter
+                        animated: !reduceMotion
+                    }
+                }
+                KeycapButton {
+                    id: cancelButton
+
+                    anchors.right: parent.right
+                    text: "Cancel"
+                    hint: "esc"
+                    onClicked: root.session.cancel()
+                }
+            }
+            Text {
+                width: parent.width
+                text: root.session.streamingText
+                visible: text.length > 0
+                color: "#aeaeb2"
+                font.pixelSize: 14
+                lineHeight: 1.2
+                wrapMode: Text.Wrap
+                textFormat: Text.PlainText
+            }
+        }
+
+        // No changes.
+        Row {
+            anchors.centerIn: parent
+            spacing: 10
+            visible: root.phase === "noChanges"
+
+            StatusSymbol {
+                anchors.verticalCenter: parent.verticalCenter
+                glyph: "✓"
+                tint: "#30d158"
+            }
+            Text {
+                anchors.verticalCenter: parent.verticalCenter
+                text: "No changes needed"
+                color: "#f5f5f7"
+                font.pixelSize: 14
+            }
+        }
+
+        // Result.
+        Item {
+            anchors.fill: parent
+            anchors.margins: 18
+            anchors.topMargin: 14
+            visible: root.phase === "result"
+
+            Item {
+                id: resultBar
+
+                width: parent.width
+                height: copyButton.height
+
+                Text {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: root.session.changeCountText
+                    color: "#98989d"
+                    font.pixelSize: 12
+                    font.weight: Font.Medium
+                }
+                Row {
+                    anchors.right: parent.right
+                    spacing: 8
+
+                    KeycapButton {
+                        enabled: !root.session.isOverlaying
+                        text: "Regenerate"
+                        hint: "Ctrl R"
+                        onClicked: root.regenerate()
+                    }
+                    KeycapButton {
+                        id: copyButton
+
+                        property bool copied: false
+
+                        enabled: !root.session.isOverlaying
+                        primary: true
+                        text: copied ? "Copied" : "Copy"
+                        implicitWidth: Math.max(contentItem.implicitWidth + 20, 76)
+                        onClicked: {
+                            if (composer.copyResult()) {
+                                copied = true
+                                copiedTimer.restart()
+                            }
+                        }
+
+                        Timer {
+                            id: copiedTimer
+
+                            interval: 1500
+                            onTriggered: copyButton.copied = false
+                        }
+                    }
+                }
+            }
+
+            CappedScroll {
+                anchors.top: resultBar.bottom
+                anchors.topMargin: 12
+                width: parent.width
+                maxHeight: parent.height - resultBar.height - 12
+
+                DiffText {
+                    width: parent.width
+                    pieces: root.session.diffPieces
+                }
+            }
+        }
+
+        // Failure.
+        Row {
+            x: 18
+            y: 18
+            width: parent.width - 36
+            spacing: 10
+            visible: root.phase === "error"
+
+            StatusSymbol {
+                glyph: "!"
+                tint: "#ff9f0a"
+            }
+            Column {
+                width: parent.width - 32
+                spacing: 8
+
+                Text {
+                    width: parent.width
+                    visible: text.length > 0
+                    text: root.session.failureTitle
+                    color: "#f5f5f7"
+                    font.pixelSize: 14
+                    font.weight: Font.DemiBold
+                    wrapMode: Text.Wrap
+                }
+                Text {
+                    width: parent.width
+                    text: root.session.failureMessage
+                    color: "#c7c7cc"
+                    font.pixelSize: 13
+                    wrapMode: Text.Wrap
+                }
+                KeycapButton {
+                    primary: true
+                    text: "Retry"
+                    hint: "↩"
+                    onClicked: root.session.retry()
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,33 @@
+import QtQuick
+
+// The header of a home window section: title on the left, optional controls on the right.
+Item {
+    id: header
+
+    property string title: ""
+    default property alias trailing: trailingRow.data
+
+    implicitHeight: 52
+
+    Text {
+        anchors.left: parent.left
+        anchors.verticalCenter: parent.verticalCenter
+        text: header.title
+        color: "#f5f5f7"
+        font.pixelSize: 20
+        font.weight: Font.DemiBold
+    }
+    Row {
+        id: trailingRow
+
+        anchors.right: parent.right
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: 8
+    }
+    Rectangle {
+        anchors.bottom: parent.bottom
+        width: parent.width
+        height: 1
+        color: "#2c2c2f"
+    }
+}

@@ -1,0 +1,46 @@
+import QtQuick
+
+// One section in the home window's sidebar: icon and title, highlighted when selected or hovered.
+Rectangle {
+    id: row
+
+    property string icon: ""
+    property string title: ""
+    property bool selected: false
+    signal activated()
+
+    implicitHeight: 32
+    radius: 7
+    color: selected ? "#3a3a3e" : hover.hovered ? "#2a2a2d" : "transparent"
+
+    Accessible.role: Accessible.PageTab
+    Accessible.name: title
+
+    HoverHandler {
+        id: hover
+    }
+    TapHandler {
+        onTapped: row.activated()
+    }
+
+    Text {
+        id: iconLabel
+
+        x: 10
+        width: 20
+        anchors.verticalCenter: parent.verticalCenter
+        horizontalAlignment: Text.AlignHCenter
+        text: row.icon
+        color: row.selected ? "#0a84ff" : "#a1a1a6"
+        font.pixelSize: 15
+    }
+    Text {
+        anchors.left: iconLabel.right
+        anchors.leftMargin: 9
+        anchors.verticalCenter: parent.verticalCenter
+        text: row.title
+        color: row.selected ? "#f5f5f7" : "#d1d1d6"
+        font.pixelSize: 13
+        font.weight: row.selected ? Font.DemiBold : Font.Normal
+    }
+}
