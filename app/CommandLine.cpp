@@ -19,7 +19,8 @@ namespace vesk::app {
 namespace {
 
 constexpr const char* usageText = R"(usage:
-  vesk                      start the desktop app
+  vesk                      start the desktop app (or show the running one)
+  vesk fix                  correct the selection in the focused app, like the shortcut
   vesk correct [options] [--json]
                             correct UTF-8 text from standard input and print the result
   vesk settings [options] [--review on|off]
@@ -366,11 +367,6 @@ int keyCommand(const std::vector<std::string>& args, const CommandLineContext& c
 }
 
 } // namespace
-
-bool isCommandLine(const std::vector<std::string>& args)
-{
-    return !args.empty();
-}
 
 int runCommandLine(const std::vector<std::string>& args, const CommandLineContext& context)
 {

@@ -31,7 +31,4 @@ struct CommandLineContext
 // Exit status: 0 done, 1 the correction or key operation failed, 2 wrong usage.
 int runCommandLine(const std::vector<std::string>& args, const CommandLineContext& context);
 
-// True when the arguments name a terminal subcommand rather than the desktop app.
-bool isCommandLine(const std::vector<std::string>& args);
-
 } // namespace vesk::app

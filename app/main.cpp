@@ -1,21 +1,44 @@
-// The `vesk` binary: terminal subcommands now; the desktop app starts here when run without arguments.
+// The `vesk` binary: without arguments the desktop app; with a subcommand, the terminal's ways in.
 #include "app/AppIdentity.h"
 #include "app/AppSettings.h"
 #include "app/CommandLine.h"
+#include "app/DesktopApp.h"
 #include "app/KeychainKeyStore.h"
+#include "app/SingleInstance.h"
 #include "core/CurlTransport.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QLoggingCategory>
 #include <cstdlib>
 #include <iostream>
 
-int main(int argc, char** argv)
-{
-    QCoreApplication::setOrganizationName(vesk::app::organizationName);
-    QCoreApplication::setApplicationName(vesk::app::applicationName);
-    const std::vector<std::string> args(argv + 1, argv + argc);
+namespace {
 
+int runDesktop(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    application.setDesktopFileName(QString::fromLatin1(vesk::app::applicationId));
+    vesk::app::DesktopApp app;
+    if (!app.start()) {
+        std::cerr << "Vesk is already running; its window is shown.\n";
+        return 0;
+    }
+    return QApplication::exec();
+}
+
+// Asks the running app to correct the current selection, exactly like the shortcut.
+int runFix()
+{
+    QString error;
+    if (!vesk::app::SingleInstance::send(QStringLiteral("fix"), &error)) {
+        std::cerr << error.toStdString() << "\n";
+        return 1;
+    }
+    return 0;
+}
+
+int runCommandLine(int argc, char** argv, const std::vector<std::string>& args)
+{
     QCoreApplication application(argc, argv);
     // A terminal command's standard error carries its own messages only; QT_LOGGING_RULES brings the
     // diagnostics back (for example "vesk.*=true").
@@ -33,5 +56,22 @@ int main(int argc, char** argv)
             return value ? std::optional<std::string>(value) : std::nullopt;
         },
     };
-    return vesk::app::runCommandLine(args.empty() ? std::vector<std::string>{"--help"} : args, context);
+    return vesk::app::runCommandLine(args, context);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication::setOrganizationName(vesk::app::organizationName);
+    QCoreApplication::setApplicationName(vesk::app::applicationName);
+    const std::vector<std::string> args(argv + 1, argv + argc);
+    if (args.empty()) {
+        return runDesktop(argc, argv);
+    }
+    if (args.size() == 1 && args[0] == "fix") {
+        QCoreApplication application(argc, argv);
+        return runFix();
+    }
+    return runCommandLine(argc, argv, args);
 }

@@ -1,0 +1,234 @@
+#include "app/DesktopApp.h"
+
+#include "app/AppSettings.h"
+#include "app/CorrectionEnvironment.h"
+#include "app/GrammarCoordinator.h"
+#include "app/HomeWindow.h"
+#include "app/KeychainKeyStore.h"
+#include "app/OnboardingWindow.h"
+#include "app/ReviewPanelController.h"
+#include "app/ShortcutSettings.h"
+#include "app/SingleInstance.h"
+#include "app/platform/Platform.h"
+#include "core/CurlTransport.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QApplication>
+#include <QIcon>
+#include <QLoggingCategory>
+#include <QMenu>
+#include <QPainter>
+#include <QPixmap>
+#include <QSystemTrayIcon>
+#include <QTimer>
+
+namespace vesk::app {
+
+Q_LOGGING_CATEGORY(lcApp, "vesk.app")
+
+namespace {
+
+constexpr const char* fixGrammar = ShortcutSettings::fixGrammar;
+
+// A rounded "V" badge; drawn so the app needs no icon theme.
+QIcon appIcon()
+{
+    QIcon icon;
+    for (const int size : {16, 22, 24, 32, 48, 64, 128}) {
+        QPixmap pixmap(size, size);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setBrush(QColor(0x0a, 0x84, 0xff));
+        painter.setPen(Qt::NoPen);
+        painter.drawRoundedRect(QRectF(0, 0, size, size), size * 0.22, size * 0.22);
+        QPen pen(Qt::white, std::max(1.5, size * 0.12), Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
+        painter.setPen(pen);
+        const QPointF points[] = {{size * 0.28, size * 0.3}, {size * 0.5, size * 0.72}, {size * 0.72, size * 0.3}};
+        painter.drawPolyline(points, 3);
+        painter.end();
+        icon.addPixmap(pixmap);
+    }
+    return icon;
+}
+
+} // namespace
+
+struct DesktopApp::Private
+{
+    AppSettings settings;
+    std::shared_ptr<KeychainKeyStore> keys = std::make_shared<KeychainKeyStore>();
+    std::unique_ptr<Platform> platform = createPlatform();
+    CorrectionEnvironment environment{settings, keys, std::make_shared<CurlTransport>()};
+    ReviewPanelController panel{settings};
+    HomeWindow home{environment};
+    OnboardingWindow onboarding;
+    ShortcutSettings shortcuts{nullptr, platform->shortcut.get()};
+    SingleInstance instance;
+    std::unique_ptr<GrammarCoordinator> coordinator;
+    QSystemTrayIcon* tray = nullptr;
+    QMenu menu;
+    QAction* finishSetup = nullptr;
+    QTimer trustTimer;
+    bool trusted = false;
+};
+
+DesktopApp::DesktopApp(QObject* parent) : QObject(parent), d(std::make_unique<Private>())
+{
+    GrammarCoordinator::Panel panel{[this](CorrectionSession& session, GrammarCoordinator::PanelActions actions) {
+                                        d->panel.show(session, {std::move(actions.accept), std::move(actions.close),
+                                                                std::move(actions.openSettings)});
+                                    },
+                                    [this] { d->panel.hide(); }};
+    d->coordinator =
+        std::make_unique<GrammarCoordinator>(*d->platform, d->environment, panel, static_cast<AppRouter&>(*this));
+    connect(&d->onboarding, &OnboardingWindow::settingsRequested, this, [this] {
+        d->onboarding.close();
+        openHome(HomeSection::settings);
+    });
+}
+
+DesktopApp::~DesktopApp() = default;
+
+bool DesktopApp::start()
+{
+    if (!d->instance.listen()) {
+        QString error;
+        SingleInstance::send(QStringLiteral("show"), &error);
+        return false;
+    }
+    connect(&d->instance, &SingleInstance::messageReceived, this, &DesktopApp::handleMessage);
+    QApplication::setWindowIcon(appIcon());
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    registerShortcut();
+    buildTray();
+    if (!d->settings.hasOnboarded()) {
+        QTimer::singleShot(0, this, [this] { openOnboarding(); });
+    }
+    // Whether keystrokes can be posted can change while Vesk runs (a session switch, an X server
+    // restart); the answer is cheap, so it is asked every second.
+    d->trusted = d->platform->input->canPostInput();
+    connect(&d->trustTimer, &QTimer::timeout, this, &DesktopApp::refreshTrust);
+    d->trustTimer.start(1000);
+    if (!d->platform->limitation.isEmpty()) {
+        qCWarning(lcApp).noquote() << d->platform->limitation;
+    }
+    return true;
+}
+
+void DesktopApp::refreshTrust()
+{
+    const bool trusted = d->platform->input->canPostInput();
+    if (trusted != d->trusted) {
+        d->trusted = trusted;
+        qCInfo(lcApp) << "Posting input to other apps is now" << (trusted ? "possible" : "impossible");
+    }
+}
+
+void DesktopApp::handleMessage(const QString& message)
+{
+    if (message == QLatin1String("fix")) {
+        d->coordinator->correctSelection();
+    } else if (message == QLatin1String("show")) {
+        openHome(HomeSection::overview);
+    } else {
+        qCWarning(lcApp) << "Unknown request from another launch:" << message;
+    }
+}
+
+void DesktopApp::registerShortcut()
+{
+    // The settings object registers the stored shortcut with the platform and keeps it registered.
+    const QString error = d->shortcuts.registrationError(fixGrammar);
+    if (!error.isEmpty()) {
+        qCWarning(lcApp).noquote() << "The shortcut isn't active:" << error;
+    }
+    // On the release: while the shortcut's keys are down the keyboard is grabbed by us, and a copy
+    // stroke would land in our own window.
+    connect(d->platform->shortcut.get(), &GlobalShortcut::released, this, [this](const QString& name) {
+        if (name == QLatin1String(fixGrammar)) {
+            d->coordinator->correctSelection();
+        }
+    });
+}
+
+void DesktopApp::buildTray()
+{
+    QMenu& menu = d->menu;
+    connect(menu.addAction(QStringLiteral("Fix Grammar")), &QAction::triggered, this,
+            [this] { d->coordinator->correctSelection(); });
+    d->finishSetup = menu.addAction(QStringLiteral("Finish Setup"));
+    connect(d->finishSetup, &QAction::triggered, this, [this] { openOnboarding(); });
+    menu.addSeparator();
+
+    const auto addPicker = [this, &menu](const QString& title, auto cases, auto current, auto assign) {
+        QMenu* picker = menu.addMenu(title);
+        auto* group = new QActionGroup(picker);
+        for (const auto value : cases) {
+            QAction* action = picker->addAction(QString::fromUtf8(vesk::title(value).data()));
+            action->setCheckable(true);
+            group->addAction(action);
+            connect(action, &QAction::triggered, this, [this, value, assign] {
+                CorrectionSettings correction = d->settings.correction();
+                assign(correction, value);
+                d->settings.setCorrection(correction);
+            });
+            connect(picker, &QMenu::aboutToShow, action,
+                    [this, action, value, current] { action->setChecked(current(d->settings.correction()) == value); });
+        }
+    };
+    addPicker(
+        QStringLiteral("Strength"), allCases<CorrectionStrength>(),
+        [](const CorrectionSettings& c) { return c.strength; },
+        [](CorrectionSettings& c, CorrectionStrength v) { c.strength = v; });
+    addPicker(
+        QStringLiteral("Tone"), allCases<Tone>(), [](const CorrectionSettings& c) { return c.tone; },
+        [](CorrectionSettings& c, Tone v) { c.tone = v; });
+    menu.addSeparator();
+    connect(menu.addAction(QStringLiteral("Write")), &QAction::triggered, this,
+            [this] { openHome(HomeSection::composer); });
+    connect(menu.addAction(QStringLiteral("Activity")), &QAction::triggered, this,
+            [this] { openHome(HomeSection::activity); });
+    connect(menu.addAction(QStringLiteral("Settings")), &QAction::triggered, this,
+            [this] { openHome(HomeSection::settings); });
+    menu.addSeparator();
+    connect(menu.addAction(QStringLiteral("Quit Vesk")), &QAction::triggered, qApp, &QCoreApplication::quit);
+    connect(&menu, &QMenu::aboutToShow, this, [this] { d->finishSetup->setVisible(!d->settings.hasOnboarded()); });
+    d->finishSetup->setVisible(!d->settings.hasOnboarded());
+
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        // Without a tray the home window is the only way in, so it stays up.
+        qCInfo(lcApp) << "No system tray; showing the home window instead.";
+        openHome(HomeSection::overview);
+        return;
+    }
+    d->tray = new QSystemTrayIcon(appIcon(), this);
+    d->tray->setToolTip(QStringLiteral("Vesk"));
+    d->tray->setContextMenu(&menu);
+    connect(d->tray, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger) {
+            openHome(HomeSection::overview);
+        }
+    });
+    d->tray->show();
+}
+
+void DesktopApp::openOnboarding()
+{
+    const bool hasKey = d->keys->hasKey(d->settings.selectedProvider());
+    d->onboarding.show(hasKey, d->platform->input->canPostInput(), d->platform->limitation);
+}
+
+void DesktopApp::openHome(HomeSection section)
+{
+    d->home.show(section);
+}
+
+void DesktopApp::openComposer(const ComposerDraft& draft)
+{
+    d->home.openComposer(draft);
+}
+
+} // namespace vesk::app

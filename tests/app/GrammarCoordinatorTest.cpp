@@ -1,0 +1,223 @@
+// The correction flow against the fake platform, with real HTTP to the scripted provider server.
+
+#include "app/GrammarCoordinator.h"
+
+#include "app/AppRouter.h"
+#include "app/AppSettings.h"
+#include "app/CorrectionEnvironment.h"
+#include "app/platform/fake/FakePlatform.h"
+#include "core/CurlTransport.h"
+#include "core/InMemoryKeyStore.h"
+#include "support/ScriptedProviderServer.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace vesk::app {
+namespace {
+
+using namespace std::chrono_literals;
+using test::ScriptedResponse;
+namespace streams = test::streams;
+
+bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 5000)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition()) {
+        if (timer.elapsed() > timeoutMs) {
+            return false;
+        }
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    return true;
+}
+
+struct RecordingRouter final : AppRouter
+{
+    void openOnboarding() override { ++onboarding; }
+    void openHome(HomeSection section) override { sections.push_back(section); }
+    void openComposer(const ComposerDraft& draft) override { drafts.push_back(draft); }
+    int onboarding = 0;
+    std::vector<HomeSection> sections;
+    std::vector<ComposerDraft> drafts;
+};
+
+const WindowRef mousepad{42, "Mousepad", "Mousepad", false};
+
+class GrammarCoordinatorTest : public ::testing::Test
+{
+protected:
+    GrammarCoordinatorTest()
+    {
+        m_settings.setEndpoint(ProviderID::openai, m_server.url(""));
+        m_fake.windows.setActiveWindow(mousepad);
+        m_fake.clipboard.setText("the user's clipboard");
+    }
+
+    GrammarCoordinator::Panel panel()
+    {
+        return {[this](CorrectionSession& session, GrammarCoordinator::PanelActions actions) {
+                    ++m_shows;
+                    m_shown = &session;
+                    m_actions = std::move(actions);
+                },
+                [this] {
+                    ++m_hides;
+                    m_shown = nullptr;
+                }};
+    }
+
+    // The focused app copies `selection` when asked, the way a text field with that selection does.
+    void select(std::optional<QString> selection) { m_fake.input.copiesSelection(m_fake.clipboard, selection); }
+
+    bool resultShown()
+    {
+        return waitUntil([this] {
+            return m_shown != nullptr && std::holds_alternative<CorrectionSession::Result>(m_shown->state());
+        });
+    }
+
+    std::vector<Keystroke> strokes() const
+    {
+        std::vector<Keystroke> out;
+        for (const auto& posted : m_fake.input.posted()) {
+            out.push_back(posted.stroke);
+        }
+        return out;
+    }
+
+    test::ScriptedProviderServer m_server;
+    QTemporaryDir m_dir;
+    AppSettings m_settings{std::make_unique<QSettings>(m_dir.filePath("vesk.conf"), QSettings::IniFormat)};
+    FakePlatform m_fake = createFakePlatform();
+    std::vector<AcceptedCorrection> m_records;
+    CorrectionEnvironment m_environment{
+        m_settings,
+        std::make_shared<InMemoryKeyStore>(std::map<ProviderID, std::string>{{ProviderID::openai, "sk-test"}}),
+        std::make_shared<CurlTransport>(), [this](const AcceptedCorrection& a) { m_records.push_back(a); }};
+    RecordingRouter m_router;
+    GrammarCoordinator m_coordinator{*m_fake.platform, m_environment, panel(), m_router};
+    CorrectionSession* m_shown = nullptr;
+    GrammarCoordinator::PanelActions m_actions;
+    int m_shows = 0;
+    int m_hides = 0;
+};
+
+TEST_F(GrammarCoordinatorTest, ReviewedCorrectionIsPastedAndTheClipboardComesBack)
+{
+    select("teh cat");
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"The", " cat."})));
+    m_coordinator.correctSelection();
+    ASSERT_EQ(m_shows, 1);
+    EXPECT_TRUE(std::holds_alternative<CorrectionSession::Reading>(m_shown->state()));
+
+    ASSERT_TRUE(resultShown());
+    EXPECT_EQ(m_shown->original(), "teh cat");
+    EXPECT_EQ(m_shown->sourceApp(), "Mousepad");
+    EXPECT_EQ(m_fake.clipboard.text(), "the user's clipboard") << "restored right after the copy";
+
+    bool pasted = false;
+    QObject::connect(&m_coordinator, &GrammarCoordinator::pasted, [&] { pasted = true; });
+    m_actions.accept();
+    EXPECT_EQ(m_hides, 1);
+    EXPECT_FALSE(m_coordinator.isBusy());
+    ASSERT_TRUE(waitUntil([&] { return pasted; }));
+    EXPECT_EQ(strokes(), (std::vector{Keystroke::copy, Keystroke::paste}));
+    EXPECT_EQ(m_fake.input.posted().back().target, mousepad);
+    EXPECT_EQ(m_fake.windows.activations().back(), mousepad);
+    EXPECT_EQ(m_fake.clipboard.text(), "the user's clipboard");
+    ASSERT_EQ(m_records.size(), 1U);
+    EXPECT_EQ(m_records[0].corrected, "The cat.");
+    EXPECT_EQ(m_records[0].sourceApp, "Mousepad");
+}
+
+TEST_F(GrammarCoordinatorTest, NewestPressWins)
+{
+    select("first");
+    m_coordinator.correctSelection();
+    CorrectionSession* first = m_shown;
+    select("second");
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Second."})));
+    m_coordinator.correctSelection();
+    EXPECT_EQ(m_shows, 2);
+    EXPECT_NE(m_shown, first);
+    ASSERT_TRUE(resultShown());
+    EXPECT_EQ(m_shown->original(), "second");
+    ASSERT_TRUE(m_server.waitForRequests(1));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_server.requests().size(), 1U) << "the first capture's text was dropped";
+}
+
+TEST_F(GrammarCoordinatorTest, CloseDuringCaptureDropsTheTextButRestoresTheClipboard)
+{
+    select("some text");
+    m_coordinator.correctSelection();
+    m_actions.close();
+    EXPECT_FALSE(m_coordinator.isBusy());
+    EXPECT_EQ(m_hides, 1);
+    EXPECT_EQ(m_fake.windows.activations().back(), mousepad) << "focus goes back where the user was";
+    ASSERT_TRUE(waitUntil([&] { return m_fake.clipboard.text() == "the user's clipboard"; }));
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(m_server.requests().empty());
+    EXPECT_TRUE(m_router.drafts.empty());
+}
+
+TEST_F(GrammarCoordinatorTest, ReviewOffPastesAtOnceButNotAnUnchangedText)
+{
+    m_settings.setReviewBeforeReplacing(false);
+    select("teh cat");
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"The cat."})));
+    bool pasted = false;
+    QObject::connect(&m_coordinator, &GrammarCoordinator::pasted, [&] { pasted = true; });
+    m_coordinator.correctSelection();
+    ASSERT_TRUE(waitUntil([&] { return pasted; }));
+    EXPECT_EQ(strokes().back(), Keystroke::paste);
+
+    select("Fine.");
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Fine."})));
+    m_coordinator.correctSelection();
+    ASSERT_TRUE(resultShown());
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(m_coordinator.isBusy()) << "the panel stays up saying no changes were needed";
+    EXPECT_EQ(strokes().back(), Keystroke::copy);
+}
+
+TEST_F(GrammarCoordinatorTest, NothingSelectedOpensTheComposer)
+{
+    select(std::nullopt);
+    m_coordinator.correctSelection();
+    ASSERT_TRUE(waitUntil([&] { return !m_router.drafts.empty(); }));
+    EXPECT_FALSE(m_coordinator.isBusy());
+    EXPECT_EQ(m_hides, 1);
+    EXPECT_TRUE(m_router.drafts[0].text.isEmpty());
+    EXPECT_EQ(m_fake.clipboard.text(), "the user's clipboard");
+}
+
+TEST_F(GrammarCoordinatorTest, WithoutInputPostingOnboardingOpensAndNothingElse)
+{
+    m_fake.input.setCanPostInput(false);
+    m_coordinator.correctSelection();
+    EXPECT_EQ(m_router.onboarding, 1);
+    EXPECT_EQ(m_shows, 0);
+    EXPECT_TRUE(m_fake.input.posted().isEmpty());
+}
+
+TEST_F(GrammarCoordinatorTest, FailureOffersSettings)
+{
+    select("helo");
+    m_server.enqueue(ScriptedResponse::text(401, "application/json", streams::openAIErrorBody("bad key")));
+    m_coordinator.correctSelection();
+    ASSERT_TRUE(waitUntil(
+        [&] { return m_shown != nullptr && std::holds_alternative<CorrectionSession::Failed>(m_shown->state()); }));
+    m_actions.accept(); // nothing to accept: the panel stays as it is
+    EXPECT_TRUE(m_coordinator.isBusy());
+    m_actions.openSettings();
+    EXPECT_FALSE(m_coordinator.isBusy());
+    EXPECT_EQ(m_router.sections, std::vector{HomeSection::settings});
+}
+
+} // namespace
+} // namespace vesk::app
