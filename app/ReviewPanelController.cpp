@@ -4,14 +4,17 @@
 #include "app/PanelGeometry.h"
 #include "app/ReviewActions.h"
 #include "app/SessionModel.h"
+#include "app/platform/Platform.h"
 
 #include <QCursor>
 #include <QGuiApplication>
 #include <QLoggingCategory>
+#include <QPainterPath>
 #include <QQmlContext>
 #include <QQmlError>
 #include <QQuickItem>
 #include <QQuickView>
+#include <QRegion>
 #include <QScreen>
 #include <QSurfaceFormat>
 #include <cmath>
@@ -23,6 +26,7 @@ namespace vesk::app {
 namespace {
 
 const QSize initialSize(640, 240);
+constexpr qreal cornerRadius = 12; // the body's corners in ReviewView.qml
 const QUrl viewUrl(QStringLiteral("qrc:/vesk/views/ReviewView.qml"));
 
 std::optional<QRect> availableAreaUnderPointer()
@@ -43,11 +47,24 @@ struct ReviewPanelController::Private
 
     void place();
     void fitContent();
+    void updateMask();
 
     SessionModel model;
     ReviewActions actions;
     std::unique_ptr<QQuickView> view;
+    bool composited = true;
 };
+
+void ReviewPanelController::Private::updateMask()
+{
+    if (composited) {
+        view->setMask(QRegion());
+        return;
+    }
+    QPainterPath outline;
+    outline.addRoundedRect(QRectF(QPointF(0, 0), view->size()), cornerRadius, cornerRadius);
+    view->setMask(QRegion(outline.toFillPolygon().toPolygon()));
+}
 
 void ReviewPanelController::Private::place()
 {
@@ -95,6 +112,9 @@ ReviewPanelController::ReviewPanelController(AppSettings& settings, QObject* par
     d->view->rootContext()->setContextProperty(QStringLiteral("actions"), &d->actions);
     d->view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), false);
     d->view->resize(initialSize);
+    d->view->rootContext()->setContextProperty(QStringLiteral("composited"), true);
+    connect(d->view.get(), &QWindow::widthChanged, this, [this] { d->updateMask(); });
+    connect(d->view.get(), &QWindow::heightChanged, this, [this] { d->updateMask(); });
 }
 
 ReviewPanelController::~ReviewPanelController()
@@ -110,6 +130,10 @@ void ReviewPanelController::show(CorrectionSession& session, Actions actions)
 
     // A new view for every correction, so nothing of the last one (scroll position, hover, focus) carries
     // over.
+    // Without a compositor the see-through corners and shadow would come out black: the body fills the
+    // window and a mask rounds its corners instead.
+    d->composited = desktopComposites();
+    d->view->rootContext()->setContextProperty(QStringLiteral("composited"), d->composited);
     d->view->setSource(QUrl());
     d->view->setSource(viewUrl);
     if (d->view->status() == QQuickView::Error) {
@@ -124,6 +148,7 @@ void ReviewPanelController::show(CorrectionSession& session, Actions actions)
 
     d->place();
     d->fitContent();
+    d->updateMask();
     d->view->show();
     d->view->raise();
     d->view->requestActivate();

@@ -10,6 +10,7 @@
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QTimer>
+#include <X11/Xlib.h>
 
 namespace vesk::app {
 
@@ -71,6 +72,18 @@ QString limitationFor(const QString& platformName)
 }
 
 } // namespace
+
+bool desktopComposites()
+{
+    _XDisplay* display = qtX11Display();
+    if (display == nullptr) {
+        return QGuiApplication::platformName() != QLatin1String("offscreen");
+    }
+    // A compositing manager owns the _NET_WM_CM_S<screen> selection while it runs.
+    const QByteArray name = "_NET_WM_CM_S" + QByteArray::number(DefaultScreen(display));
+    const Atom selection = XInternAtom(display, name.constData(), False);
+    return XGetSelectionOwner(display, selection) != None;
+}
 
 std::unique_ptr<Platform> createPlatform()
 {

@@ -21,6 +21,10 @@ struct Platform
     QString limitation;
 };
 
+// Whether a compositor draws windows with transparency (always under Wayland; on X11 only when a
+// compositing manager runs). Without one, see-through window areas come out black.
+bool desktopComposites();
+
 // The back end for this session: X11 when Qt runs on xcb; otherwise a limited platform whose shortcut and
 // input do nothing and say why. Needs a QGuiApplication.
 std::unique_ptr<Platform> createPlatform();

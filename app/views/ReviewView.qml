@@ -9,7 +9,8 @@ Item {
     readonly property string phase: review.phase
     readonly property bool hasCorrection: phase === "result" || phase === "noChanges"
     readonly property bool isWorking: phase === "reading" || phase === "writing" || review.isOverlaying
-    readonly property int shadowMargin: 14
+    // Room for the drawn shadow, which only a compositor can show.
+    readonly property int shadowMargin: composited ? 14 : 0
 
     function primaryAction() {
         if (phase === "error")
