@@ -1,10 +1,8 @@
 #include "core/CurlTransport.h"
 
-#include "core/Json.h"
 #include "support/ParamName.h"
 #include "support/ScriptedProviderServer.h"
 
-#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <functional>
@@ -19,9 +17,9 @@ namespace vesk {
 namespace {
 
 using namespace std::chrono_literals;
-using test::BodyChunk;
 using test::ScriptedProviderServer;
 using test::ScriptedResponse;
+using test::operator<<;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -35,61 +33,48 @@ class Recorder : public ResponseHandler
 public:
     void onHead(int status) override
     {
-        noteCall();
         const std::lock_guard lock(m_mutex);
+        noteCall();
         ++m_heads;
         m_status = status;
         m_headAt = Clock::now();
     }
     bool onLine(std::string_view line) override
     {
+        const std::lock_guard lock(m_mutex);
         noteCall();
-        bool keepGoing = true;
-        {
-            const std::lock_guard lock(m_mutex);
-            if (m_heads == 0) {
-                m_lineBeforeHead = true;
-            }
-            if (m_lines.empty()) {
-                m_firstLineAt = Clock::now();
-            }
-            m_lines.emplace_back(line);
-            keepGoing = !stopAfterLines || m_lines.size() < *stopAfterLines;
+        m_lineBeforeHead = m_lineBeforeHead || m_heads == 0;
+        if (m_lines.empty()) {
+            m_firstLineAt = Clock::now();
         }
-        m_lineCount = m_lineCount + 1;
-        return keepGoing;
+        m_lines.emplace_back(line);
+        return !stopAfterLines || m_lines.size() < *stopAfterLines;
     }
 
     std::optional<std::size_t> stopAfterLines;
     std::stop_token watched; // a handler call after this was stopped is a fault
 
-    [[nodiscard]] int status() const { return m_status; }
-    [[nodiscard]] int heads() const { return m_heads; }
-    [[nodiscard]] std::vector<std::string> lines() const
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_lines;
-    }
-    [[nodiscard]] std::size_t lineCount() const { return m_lineCount; }
-    [[nodiscard]] bool sawHead() const { return m_heads > 0; }
-    [[nodiscard]] bool lineBeforeHead() const { return m_lineBeforeHead; }
-    [[nodiscard]] bool calledAfterStop() const { return m_calledAfterStop; }
-    [[nodiscard]] Clock::duration headToFirstLine() const { return m_firstLineAt - m_headAt; }
+    [[nodiscard]] int status() const { return locked(m_status); }
+    [[nodiscard]] int heads() const { return locked(m_heads); }
+    [[nodiscard]] std::vector<std::string> lines() const { return locked(m_lines); }
+    [[nodiscard]] std::size_t lineCount() const { return lines().size(); }
+    [[nodiscard]] bool lineBeforeHead() const { return locked(m_lineBeforeHead); }
+    [[nodiscard]] bool calledAfterStop() const { return locked(m_calledAfterStop); }
+    [[nodiscard]] Clock::duration headToFirstLine() const { return locked(m_firstLineAt) - locked(m_headAt); }
 
 private:
-    void noteCall()
+    void noteCall() { m_calledAfterStop = m_calledAfterStop || watched.stop_requested(); }
+    template <typename T> T locked(const T& value) const
     {
-        if (watched.stop_requested()) {
-            m_calledAfterStop = true;
-        }
+        const std::lock_guard lock(m_mutex);
+        return value;
     }
 
     mutable std::mutex m_mutex;
-    std::atomic<int> m_heads{0};
-    std::atomic<int> m_status{-1};
-    std::atomic<std::size_t> m_lineCount{0};
-    std::atomic<bool> m_lineBeforeHead{false};
-    std::atomic<bool> m_calledAfterStop{false};
+    int m_heads = 0;
+    int m_status = -1;
+    bool m_lineBeforeHead = false;
+    bool m_calledAfterStop = false;
     std::vector<std::string> m_lines;
     Clock::time_point m_headAt;
     Clock::time_point m_firstLineAt;
@@ -107,20 +92,13 @@ bool eventually(const std::function<bool()>& condition, Clock::duration limit = 
     return true;
 }
 
-std::vector<BodyChunk> chunks(const std::vector<std::string>& pieces, std::chrono::milliseconds gap = 0ms)
-{
-    std::vector<BodyChunk> body;
-    for (const auto& piece : pieces) {
-        body.push_back({piece, gap});
-    }
-    return body;
-}
-
 ScriptedResponse reply(const std::vector<std::string>& pieces, std::chrono::milliseconds gap = 0ms)
 {
     ScriptedResponse response;
     response.headers = {{"Content-Type", "text/event-stream"}};
-    response.body = chunks(pieces, gap);
+    for (const auto& piece : pieces) {
+        response.body.push_back({piece, gap});
+    }
     return response;
 }
 
@@ -223,7 +201,7 @@ TEST_F(CurlTransportTest, ReportsTheHeadBeforeADelayedBody)
     Recorder recorder;
     std::jthread sender([&] { EXPECT_EQ(send(request(), recorder), std::nullopt); });
 
-    ASSERT_TRUE(eventually([&] { return recorder.sawHead(); }));
+    ASSERT_TRUE(eventually([&] { return recorder.heads() > 0; }));
     EXPECT_EQ(recorder.status(), 200);
     EXPECT_EQ(recorder.lineCount(), 0u) << "the body was not sent yet";
     sender.join();
@@ -235,18 +213,23 @@ struct FramingCase
 {
     std::string name;
     ScriptedResponse::Framing framing;
+    bool interimContinue = false; // a "100 Continue" head first, which is not the response's head
 };
 
 class CurlTransportFraming : public CurlTransportTest, public ::testing::WithParamInterface<FramingCase>
 {
 };
 
-// Lines and line ends do not depend on where the chunks fall nor on how the body is delimited.
+// Lines and line ends do not depend on where the chunks fall nor on how the body is delimited, bytes pass
+// through undecoded (a character split between chunks, invalid UTF-8), and only the final head is reported.
 TEST_P(CurlTransportFraming, SplitsLinesAcrossChunks)
 {
-    ScriptedResponse response = reply({"data: one\r", "\ndata: tw", "o\r\rdata: thr", "ee\n\n", "tail"}, 5ms);
+    const std::string invalid("caf\xc3 \xff\xfe\x80 \xe2\x82", 11);
+    ScriptedResponse response =
+        reply({"data: one\r", "\ndata: tw", "o\r\rdata: thr", "ee\n\n\xf0\x9f", "\x98\x80 " + invalid + "\ntail"}, 5ms);
     response.status = 429;
     response.framing = GetParam().framing;
+    response.interimContinue = GetParam().interimContinue;
     server.enqueue(response);
     Recorder recorder;
 
@@ -255,90 +238,16 @@ TEST_P(CurlTransportFraming, SplitsLinesAcrossChunks)
     EXPECT_EQ(recorder.status(), 429);
     EXPECT_EQ(recorder.heads(), 1);
     EXPECT_FALSE(recorder.lineBeforeHead());
-    EXPECT_THAT(recorder.lines(), ElementsAre("data: one", "data: two", "", "data: three", "", "tail"));
+    EXPECT_THAT(recorder.lines(),
+                ElementsAre("data: one", "data: two", "", "data: three", "", "\xf0\x9f\x98\x80 " + invalid, "tail"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Framings, CurlTransportFraming,
                          ::testing::Values(FramingCase{"Chunked", ScriptedResponse::Framing::chunked},
                                            FramingCase{"ContentLength", ScriptedResponse::Framing::contentLength},
-                                           FramingCase{"CloseDelimited", ScriptedResponse::Framing::closeDelimited}),
+                                           FramingCase{"CloseDelimited", ScriptedResponse::Framing::closeDelimited},
+                                           FramingCase{"AfterContinue", ScriptedResponse::Framing::chunked, true}),
                          test::ParamName());
-
-// The scripted provider streams, with either line end, arrive as one JSON payload per data line.
-TEST_F(CurlTransportTest, CarriesBothProvidersStreams)
-{
-    const std::string text = "Ths is a sentense — with an émoji 😀 and \"quotes\".";
-    test::streams::Options crlf;
-    crlf.lineEnd = "\r\n";
-    server.enqueue(ScriptedResponse::events(test::streams::openAI(test::streams::split(text, 5), crlf)));
-    server.enqueue(ScriptedResponse::events(test::streams::anthropic(test::streams::split(text, 7), crlf)));
-
-    for (const char* provider : {"openai", "anthropic"}) {
-        SCOPED_TRACE(provider);
-        Recorder recorder;
-        ASSERT_EQ(send(request(), recorder), std::nullopt);
-        std::string collected;
-        for (const auto& line : recorder.lines()) {
-            if (line.rfind("data: ", 0) != 0 || line == "data: [DONE]") {
-                continue;
-            }
-            const Json event = Json::parse(line.substr(6));
-            if (event.contains("choices") && !event["choices"].empty()) {
-                collected += event["choices"][0]["delta"].value("content", "");
-            } else if (event.value("type", "") == "content_block_delta") {
-                collected += event["delta"]["text"].get<std::string>();
-            }
-        }
-        EXPECT_EQ(collected, text);
-    }
-}
-
-TEST_F(CurlTransportTest, PassesBytesThroughUntouched)
-{
-    const std::string invalid("caf\xc3 \xff\xfe\x80 \xe2\x82", 11);
-    server.enqueue(reply({"data: " + invalid + "\n", "\xf0\x9f", "\x98\x80 ok\n"}));
-    Recorder recorder;
-
-    EXPECT_EQ(send(request(), recorder), std::nullopt);
-
-    EXPECT_THAT(recorder.lines(), ElementsAre("data: " + invalid, "\xf0\x9f\x98\x80 ok"));
-}
-
-TEST_F(CurlTransportTest, IgnoresAnInterimContinueHead)
-{
-    ScriptedResponse response = reply({"line\n"});
-    response.interimContinue = true;
-    server.enqueue(response);
-    Recorder recorder;
-
-    EXPECT_EQ(send(request(), recorder), std::nullopt);
-
-    EXPECT_EQ(recorder.heads(), 1);
-    EXPECT_EQ(recorder.status(), 200);
-    EXPECT_THAT(recorder.lines(), ElementsAre("line"));
-}
-
-TEST_F(CurlTransportTest, ReadsABodyOfSeveralMegabytes)
-{
-    const std::string line = std::string(1000, 'a') + "\n";
-    std::string piece;
-    for (int i = 0; i < 64; ++i) {
-        piece += line;
-    }
-    ScriptedResponse response;
-    for (int i = 0; i < 128; ++i) { // 128 pieces of 64 lines: 8 MB
-        response.body.push_back({piece, 0ms});
-    }
-    server.enqueue(response);
-    Recorder recorder;
-
-    EXPECT_EQ(send(request(), recorder), std::nullopt);
-
-    const auto lines = recorder.lines();
-    ASSERT_EQ(lines.size(), 128u * 64u);
-    EXPECT_EQ(lines.front(), std::string(1000, 'a'));
-    EXPECT_EQ(lines.back(), std::string(1000, 'a'));
-}
 
 TEST_F(CurlTransportTest, ReusesTheConnectionAcrossTransports)
 {
@@ -368,7 +277,7 @@ TEST_F(CurlTransportTest, TimesOutWhenNothingArrivesForTheIdleTime)
     auto started = Clock::now();
     EXPECT_EQ(send(impatient, beforeHead), ProviderError::timeout());
     EXPECT_LT(Clock::now() - started, 3s);
-    EXPECT_FALSE(beforeHead.sawHead());
+    EXPECT_FALSE(beforeHead.heads() > 0);
 
     Recorder inBody;
     started = Clock::now();
@@ -449,7 +358,7 @@ TEST_F(CurlTransportTest, ReturnsAtOnceWhenStoppedBeforeSending)
 
     EXPECT_EQ(send(request(), recorder, stop.get_token()), std::nullopt);
 
-    EXPECT_FALSE(recorder.sawHead());
+    EXPECT_FALSE(recorder.heads() > 0);
     EXPECT_EQ(server.connectionCount(), 0u);
 }
 
@@ -503,16 +412,7 @@ TEST_F(CurlTransportTest, ReportsARefusedConnectionWithoutTheKey)
     EXPECT_EQ(error->kind(), ProviderError::Kind::transport);
     EXPECT_THAT(error->text(), HasSubstr("onnect"));
     EXPECT_THAT(error->description(), Not(HasSubstr(secretKey)));
-    EXPECT_FALSE(recorder.sawHead());
-}
-
-TEST_F(CurlTransportTest, ReportsAPeerThatDoesNotSpeakHttpAsInvalidResponse)
-{
-    server.enqueue(ScriptedResponse::garbage());
-    Recorder recorder;
-
-    EXPECT_EQ(send(request(), recorder), ProviderError::invalidResponse());
-    EXPECT_FALSE(recorder.sawHead());
+    EXPECT_FALSE(recorder.heads() > 0);
 }
 
 TEST_F(CurlTransportTest, RejectsWhatCannotBeSent)

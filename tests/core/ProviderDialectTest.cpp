@@ -3,7 +3,6 @@
 #include "core/ProviderClient.h"
 #include "support/ParamName.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <ostream>
 #include <string>
@@ -21,21 +20,10 @@ void PrintTo(const ProviderEvent& event, std::ostream* out)
 namespace {
 
 using Headers = std::vector<std::pair<std::string, std::string>>;
-using ::testing::ElementsAre;
 
 constexpr std::string_view systemPrompt = "Fix the grammar.\nKeep the meaning.";
 const std::string wrappedHello = "\u27E6TEXT\u27E7\nHello \"world\"\n\u27E6/TEXT\u27E7";
 
-std::vector<std::string> keysOf(const nlohmann::json& object)
-{
-    std::vector<std::string> keys;
-    for (const auto& [key, value] : object.items()) {
-        keys.push_back(key);
-    }
-    return keys;
-}
-
-// The body as the provider reads it: key order in the text carries no meaning, so it is parsed unordered.
 nlohmann::json bodyOf(const HttpRequest& request)
 {
     return nlohmann::json::parse(request.body);
@@ -50,6 +38,7 @@ HttpRequest requestOf(const ProviderDialect& dialect, std::string_view text, std
 
 // Requests
 
+// The bodies are compared parsed: key order in the text carries no meaning, and no other key may be sent.
 TEST(AnthropicRequest, IsTheStreamedMessagesCall)
 {
     const HttpRequest request = requestOf(AnthropicDialect(), "Hello \"world\"");
@@ -60,17 +49,15 @@ TEST(AnthropicRequest, IsTheStreamedMessagesCall)
     EXPECT_EQ(
         request.headers,
         (Headers{{"Content-Type", "application/json"}, {"x-api-key", "sk-test"}, {"anthropic-version", "2023-06-01"}}));
-
-    const auto body = bodyOf(request);
-    EXPECT_THAT(keysOf(body), ElementsAre("max_tokens", "messages", "model", "stream", "system", "temperature"));
-    EXPECT_EQ(body.at("model"), "some-model");
-    EXPECT_EQ(body.at("max_tokens"), 256);
-    EXPECT_EQ(body.at("temperature"), 0.2);
-    EXPECT_EQ(body.at("stream"), true);
-    EXPECT_EQ(body.at("system"), systemPrompt);
-    EXPECT_EQ(body.at("messages"), nlohmann::json::array({{{"role", "user"}, {"content", wrappedHello}}}));
+    EXPECT_EQ(bodyOf(request), (nlohmann::json{{"model", "some-model"},
+                                               {"max_tokens", 256},
+                                               {"temperature", 0.2},
+                                               {"stream", true},
+                                               {"system", systemPrompt},
+                                               {"messages", {{{"role", "user"}, {"content", wrappedHello}}}}}));
 }
 
+// No max_tokens for this provider.
 TEST(OpenAIRequest, IsTheStreamedChatCompletionWithUsage)
 {
     const HttpRequest request = requestOf(OpenAIDialect(), "Hello \"world\"");
@@ -79,18 +66,13 @@ TEST(OpenAIRequest, IsTheStreamedChatCompletionWithUsage)
     EXPECT_EQ(request.url, "https://api.openai.com/v1/chat/completions");
     EXPECT_EQ(request.idleTimeout, std::chrono::seconds(60));
     EXPECT_EQ(request.headers, (Headers{{"Content-Type", "application/json"}, {"Authorization", "Bearer sk-test"}}));
-
-    // No max_tokens for this provider.
-    const auto body = bodyOf(request);
-    EXPECT_THAT(keysOf(body), ElementsAre("messages", "model", "stream", "stream_options", "temperature"));
-    EXPECT_EQ(body.at("model"), "some-model");
-    EXPECT_EQ(body.at("temperature"), 0.2);
-    EXPECT_EQ(body.at("stream"), true);
-    EXPECT_EQ(body.at("stream_options"), nlohmann::json({{"include_usage", true}}));
-    EXPECT_EQ(body.at("messages"), nlohmann::json::array({
-                                       {{"role", "system"}, {"content", systemPrompt}},
-                                       {{"role", "user"}, {"content", wrappedHello}},
-                                   }));
+    EXPECT_EQ(bodyOf(request), (nlohmann::json{{"model", "some-model"},
+                                               {"temperature", 0.2},
+                                               {"stream", true},
+                                               {"stream_options", {{"include_usage", true}}},
+                                               {"messages",
+                                                {{{"role", "system"}, {"content", systemPrompt}},
+                                                 {{"role", "user"}, {"content", wrappedHello}}}}}));
 }
 
 TEST(ProviderRequest, KeysAreSentExactlyAsStored)
@@ -98,13 +80,6 @@ TEST(ProviderRequest, KeysAreSentExactlyAsStored)
     const std::string key = "  sk-ant key with spaces ";
     EXPECT_EQ(requestOf(AnthropicDialect(), "x", key).header("x-api-key"), key);
     EXPECT_EQ(requestOf(OpenAIDialect(), "x", key).header("authorization"), "Bearer " + key);
-}
-
-TEST(ProviderRequest, EmptyTextIsStillOneDelimitedMessage)
-{
-    const std::string empty = "\u27E6TEXT\u27E7\n\n\u27E6/TEXT\u27E7";
-    EXPECT_EQ(bodyOf(requestOf(AnthropicDialect(), ""))["messages"][0]["content"], empty);
-    EXPECT_EQ(bodyOf(requestOf(OpenAIDialect(), ""))["messages"][1]["content"], empty);
 }
 
 TEST(ProviderRequest, TextThatIsNotUtf8FailsWithoutQuotingIt)
@@ -144,19 +119,16 @@ TEST_P(Endpoints, AppendTheFixedPathToTheBase)
 
 INSTANTIATE_TEST_SUITE_P(
     ProviderRequest, Endpoints,
-    ::testing::Values(
-        EndpointRow{"AnthropicDefault", ProviderID::anthropic, "", "https://api.anthropic.com/v1/messages"},
-        EndpointRow{"OpenAIDefault", ProviderID::openai, "", "https://api.openai.com/v1/chat/completions"},
-        EndpointRow{"Ollama", ProviderID::openai, "http://localhost:11434",
-                    "http://localhost:11434/v1/chat/completions"},
-        EndpointRow{"TrailingSlash", ProviderID::openai, "http://localhost:11434/",
-                    "http://localhost:11434/v1/chat/completions"},
-        EndpointRow{"BaseWithVersion", ProviderID::openai, "http://localhost:11434/v1/",
-                    "http://localhost:11434/v1/chat/completions"},
-        EndpointRow{"VersionInsideAWord", ProviderID::openai, "http://gw.example.com/openai-v1",
-                    "http://gw.example.com/openai-v1/v1/chat/completions"},
-        EndpointRow{"AnthropicProxy", ProviderID::anthropic, "https://gateway.example.com//",
-                    "https://gateway.example.com/v1/messages"}),
+    ::testing::Values(EndpointRow{"Ollama", ProviderID::openai, "http://localhost:11434",
+                                  "http://localhost:11434/v1/chat/completions"},
+                      EndpointRow{"TrailingSlash", ProviderID::openai, "http://localhost:11434/",
+                                  "http://localhost:11434/v1/chat/completions"},
+                      EndpointRow{"BaseWithVersion", ProviderID::openai, "http://localhost:11434/v1/",
+                                  "http://localhost:11434/v1/chat/completions"},
+                      EndpointRow{"VersionInsideAWord", ProviderID::openai, "http://gw.example.com/openai-v1",
+                                  "http://gw.example.com/openai-v1/v1/chat/completions"},
+                      EndpointRow{"AnthropicProxy", ProviderID::anthropic, "https://gateway.example.com//",
+                                  "https://gateway.example.com/v1/messages"}),
     test::ParamName());
 
 struct MaxTokensRow
@@ -187,8 +159,6 @@ std::string repeated(std::string_view piece, std::size_t times)
 
 INSTANTIATE_TEST_SUITE_P(ProviderRequest, AnthropicMaxTokens,
                          ::testing::Values(MaxTokensRow{"Empty", "", 256},
-                                           MaxTokensRow{"Short", repeated("a", 100), 256},
-                                           MaxTokensRow{"Bytes511", repeated("a", 511), 256},
                                            MaxTokensRow{"Bytes512", repeated("a", 512), 256},
                                            MaxTokensRow{"Bytes513RoundsDown", repeated("a", 513), 256},
                                            MaxTokensRow{"Bytes600", repeated("a", 600), 300},
@@ -247,9 +217,7 @@ INSTANTIATE_TEST_SUITE_P(
                  R"({"type":"message_delta","delta":{"stop_reason":"end_turn","stop_sequence":null},)"
                  R"("usage":{"input_tokens":40,"cache_read_input_tokens":0,"output_tokens":12}})",
                  counts(std::nullopt, 12)},
-        EventRow{"PaddedBeforeTheClosingBrace", R"({"type":"content_block_stop","index":1              })", nothing},
         EventRow{"PaddedTextDelta", R"(  {"delta":{"type":"text_delta","text":"ok"}      }  )", text("ok")},
-        EventRow{"PingWithSpaces", R"({"type": "ping"})", nothing},
         EventRow{"ThinkingDeltaHasNoText",
                  R"({"type":"content_block_delta","index":0,"delta":{"type":"thinking_delta","thinking":"Hmm"}})",
                  nothing},
@@ -310,6 +278,7 @@ INSTANTIATE_TEST_SUITE_P(
         EventRow{"InBandError", R"({"error":{"message":"The server experienced an error","type":"server_error"}})",
                  nothing},
         EventRow{"NotJson", "[DONE]x", nothing},
+        EventRow{"InvalidUtf8", "{\"choices\":[{\"delta\":{\"content\":\"H\xC3\x28\"}}]}", nothing},
         // A chunk decodes as a whole or not at all, so the text in these is lost.
         EventRow{"UsageWithOnlyThePromptCount",
                  R"({"choices":[{"delta":{"content":"Hel"}}],"usage":{"prompt_tokens":40}})", nothing},
