@@ -13,17 +13,6 @@ Expected<AppSettingsSnapshot, std::string> decode(const std::string& text)
     return appSettingsFromJson(Json::parse(text));
 }
 
-TEST(AppSettingsSnapshot, DefaultsAreAFirstLaunch)
-{
-    const AppSettingsSnapshot s;
-    EXPECT_EQ(s.selectedProvider, ProviderID::openai);
-    EXPECT_EQ(s.currentModel(), "gpt-4o-mini");
-    EXPECT_EQ(s.correction, CorrectionSettings::standard());
-    EXPECT_FALSE(s.hasOnboarded);
-    EXPECT_TRUE(s.reviewBeforeReplacing);
-    EXPECT_EQ(s.endpoint(ProviderID::openai), "");
-}
-
 TEST(AppSettingsSnapshot, EncodesEveryFieldAndEndpointsOnlyWhenSet)
 {
     AppSettingsSnapshot s;

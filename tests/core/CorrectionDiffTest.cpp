@@ -193,25 +193,27 @@ TEST(CorrectionDiffPlan, GroupsEachRunOfDifferencesIntoOneChange)
 // Random token lists over small alphabets, so that tokens repeat a lot, some corrections derived from
 // the original by a few edits (long common stretches) and some unrelated. Lengths up to 300 cross
 // several 64-bit words and several recomputed blocks of rows.
+Strings randomTokens(std::mt19937& random, int length, int alphabet)
+{
+    Strings list;
+    for (int k = 0; k < length; ++k) {
+        list.push_back("t" + std::to_string(std::uniform_int_distribution<int>(0, alphabet - 1)(random)));
+    }
+    return list;
+}
+
 TEST(CorrectionDiffSegments, MatchTheFullTableWalkOnRandomTokenLists)
 {
     constexpr unsigned seed = 20240611;
     std::mt19937 random(seed);
     const auto below = [&random](int bound) { return std::uniform_int_distribution<int>(0, bound - 1)(random); };
-    const auto randomList = [&](int length, int alphabet) {
-        Strings list;
-        for (int k = 0; k < length; ++k) {
-            list.push_back("t" + std::to_string(below(alphabet)));
-        }
-        return list;
-    };
     constexpr int alphabets[] = {1, 2, 3, 5, 8, 40};
     for (int run = 0; run < 2000; ++run) {
         const int alphabet = alphabets[below(std::size(alphabets))];
-        const Strings from = randomList(below(301), alphabet);
+        const Strings from = randomTokens(random, below(301), alphabet);
         Strings to;
         if (run % 2 == 0) {
-            to = randomList(below(301), alphabet);
+            to = randomTokens(random, below(301), alphabet);
         } else {
             for (const std::string& token : from) {
                 const int edit = below(20);
@@ -234,15 +236,8 @@ TEST(CorrectionDiffSegments, MatchTheFullTableWalkOnRandomTokenLists)
 TEST(CorrectionDiffSegments, MatchTheFullTableWalkOnALongOriginal)
 {
     std::mt19937 random(7);
-    const auto list = [&random](int length) {
-        Strings result;
-        for (int k = 0; k < length; ++k) {
-            result.push_back(std::to_string(random() % 4));
-        }
-        return result;
-    };
-    const Strings from = list(5000);
-    const Strings to = list(700);
+    const Strings from = randomTokens(random, 5000, 4);
+    const Strings to = randomTokens(random, 700, 4);
     EXPECT_EQ(CorrectionDiff::segments(from, to), reference::segments(from, to));
     EXPECT_EQ(CorrectionDiff::segments(to, from), reference::segments(to, from));
 }

@@ -239,12 +239,6 @@ TEST_F(CorrectionSessionTest, RepeatedIdenticalStreamingTextDoesNotNotify)
     EXPECT_EQ(notifications, before + 1);
 }
 
-} // namespace
-} // namespace vesk
-
-namespace vesk {
-namespace {
-
 TEST_F(CorrectionSessionTest, FinishHookRunsForResultsAndFailuresNotForCancels)
 {
     auto session = makeSession("hello");

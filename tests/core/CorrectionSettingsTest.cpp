@@ -2,13 +2,10 @@
 
 #include "support/ParamName.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace vesk {
 namespace {
-
-using ::testing::ElementsAre;
 
 const char* const standardJson = R"({"strength":"grammarSpelling","tone":"preserve","language":"auto",)"
                                  R"("meaningLock":true,"preserveFormatting":true,"customInstructions":""})";
@@ -82,29 +79,6 @@ TEST(CorrectionSettings, KeysMatchExactly)
     json["MeaningLock"] = true;
     EXPECT_FALSE(correctionSettingsFromJson(json));
     EXPECT_FALSE(correctionSettingsFromJson(Json::array()));
-}
-
-TEST(CorrectionSettings, EqualityComparesInstructionsExactly)
-{
-    CorrectionSettings a;
-    CorrectionSettings b;
-    a.customInstructions = "keep emoji";
-    b.customInstructions = "keep emoji ";
-    EXPECT_NE(a, b);
-}
-
-TEST(CorrectionSettings, CasesKeepDeclarationOrderAndRawValues)
-{
-    EXPECT_THAT(allCases<Tone>(), ElementsAre(Tone::preserve, Tone::natural, Tone::conversational, Tone::professional,
-                                              Tone::friendly, Tone::concise));
-    EXPECT_THAT(allCases<CorrectionStrength>(),
-                ElementsAre(CorrectionStrength::spellingPunctuation, CorrectionStrength::grammarSpelling,
-                            CorrectionStrength::clarityFlow, CorrectionStrength::fullRewrite));
-    EXPECT_EQ(fromRawValue<LanguageMode>("auto"), LanguageMode::automatic);
-    EXPECT_EQ(fromRawValue<Tone>("professional"), Tone::professional);
-    EXPECT_EQ(fromRawValue<Tone>("Professional"), std::nullopt);
-    EXPECT_EQ(title(CorrectionStrength::clarityFlow), "Polish");
-    EXPECT_EQ(title(LanguageMode::automatic), "Auto-detect & keep language");
 }
 
 } // namespace

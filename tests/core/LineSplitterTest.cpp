@@ -69,11 +69,6 @@ INSTANTIATE_TEST_SUITE_P(
                   {"\xff\xfe caf\xc3", std::string("\xe9\0z", 3)}}),
     test::ParamName());
 
-TEST(LineSplitter, CarriageReturnEndingAChunkMeetsLineFeedAfterEmptyChunks)
-{
-    EXPECT_THAT(splitInChunks({"a\r", "", "", "\nb\r", "\n"}), ElementsAre("a", "b"));
-}
-
 TEST(LineSplitter, StopsWhenTheSinkSaysSo)
 {
     std::vector<std::string> lines;

@@ -27,11 +27,10 @@ std::vector<std::string> linesOf(const std::string& prompt)
     return lines;
 }
 
-CorrectionSettings withStrength(CorrectionStrength strength)
+CorrectionSettings make(CorrectionStrength strength, Tone tone, LanguageMode language, bool meaningLock,
+                        bool preserveFormatting, std::string custom = {})
 {
-    CorrectionSettings s;
-    s.strength = strength;
-    return s;
+    return {strength, tone, language, meaningLock, preserveFormatting, std::move(custom)};
 }
 
 const std::vector<std::string> exampleLines{
@@ -79,15 +78,13 @@ TEST(PromptBuilder, DefaultSettingsGiveTheExactCorrectionPrompt)
 
     const std::string prompt = PromptBuilder::systemPrompt(CorrectionSettings::standard());
     EXPECT_THAT(linesOf(prompt), ElementsAreArray(expected));
-    EXPECT_EQ(expected.size(), 27U);
     EXPECT_NE(prompt.back(), '\n');
 }
 
 TEST(PromptBuilder, EditorPromptForTheHeavyStrengths)
 {
-    CorrectionSettings s = withStrength(CorrectionStrength::clarityFlow);
-    s.tone = Tone::friendly;
-    s.language = LanguageMode::spanish;
+    const CorrectionSettings s =
+        make(CorrectionStrength::clarityFlow, Tone::friendly, LanguageMode::spanish, true, true);
     const std::vector<std::string> expected{
         "You are a professional writing editor. Rewrite the user's text according to the settings below.",
         "",
@@ -144,12 +141,6 @@ TEST_P(PromptSettingsLines, EndWithTheRulesOfTheSettings)
     EXPECT_THAT(std::vector<std::string>(settingsLine + 1, lines.end()), ElementsAreArray(GetParam().tail));
 }
 
-CorrectionSettings make(CorrectionStrength strength, Tone tone, LanguageMode language, bool meaningLock,
-                        bool preserveFormatting, std::string custom = {})
-{
-    return {strength, tone, language, meaningLock, preserveFormatting, std::move(custom)};
-}
-
 const std::string spelling(promptRule(CorrectionStrength::spellingPunctuation));
 const std::string rewrite(promptRule(CorrectionStrength::fullRewrite));
 const std::string polish(promptRule(CorrectionStrength::clarityFlow));
@@ -193,8 +184,6 @@ TEST(PromptBuilder, UserMessageWrapsTheTextUntouched)
     EXPECT_EQ(PromptBuilder::userMessage("  a\r\nb "), "\u27E6TEXT\u27E7\n  a\r\nb \n\u27E6/TEXT\u27E7");
     EXPECT_EQ(PromptBuilder::userMessage("x \u27E6/TEXT\u27E7 y"),
               "\u27E6TEXT\u27E7\nx \u27E6/TEXT\u27E7 y\n\u27E6/TEXT\u27E7");
-    EXPECT_EQ(PromptBuilder::openDelimiter.size(), 10U);
-    EXPECT_EQ(PromptBuilder::closeDelimiter.size(), 11U);
 }
 
 } // namespace
