@@ -48,26 +48,14 @@ std::string_view reasonPhrase(int status)
         return "Continue";
     case 200:
         return "OK";
-    case 204:
-        return "No Content";
-    case 400:
-        return "Bad Request";
     case 401:
         return "Unauthorized";
-    case 403:
-        return "Forbidden";
-    case 404:
-        return "Not Found";
     case 429:
         return "Too Many Requests";
     case 500:
         return "Internal Server Error";
     case 502:
         return "Bad Gateway";
-    case 503:
-        return "Service Unavailable";
-    case 529:
-        return "Overloaded";
     default:
         return "Status";
     }
@@ -261,10 +249,10 @@ void ScriptedProviderServer::acceptLoop()
         });
         auto connection = std::make_unique<Connection>();
         connection->socket = socket;
-        const int index = static_cast<int>(m_accepted++);
+        ++m_accepted;
         Connection* raw = connection.get();
-        connection->thread = std::thread([this, raw, socket, index] {
-            serve(socket, index);
+        connection->thread = std::thread([this, raw, socket] {
+            serve(socket);
             ::shutdown(socket, SHUT_RDWR);
             raw->finished = true;
         });
@@ -272,7 +260,7 @@ void ScriptedProviderServer::acceptLoop()
     }
 }
 
-void ScriptedProviderServer::serve(int socket, int index)
+void ScriptedProviderServer::serve(int socket)
 {
     std::string buffer;
     // Reads until `buffer` holds at least `size` bytes; false when the client hung up or the server stops.
@@ -314,7 +302,6 @@ void ScriptedProviderServer::serve(int socket, int index)
 
     for (;;) {
         RecordedRequest request;
-        request.connection = index;
         std::string line;
         if (!takeLine(line)) {
             return;
@@ -446,8 +433,7 @@ bool ScriptedProviderServer::respond(int socket, const ScriptedResponse& respons
     for (const auto& chunk : response.body) {
         total += chunk.bytes.size();
     }
-    const bool keepOpen =
-        response.ending == Ending::complete && !response.closeAfter && response.framing != Framing::closeDelimited;
+    const bool keepOpen = response.ending == Ending::complete && response.framing != Framing::closeDelimited;
     std::string head =
         "HTTP/1.1 " + std::to_string(response.status) + " " + std::string(reasonPhrase(response.status)) + "\r\n";
     for (const auto& [name, value] : response.headers) {
@@ -634,14 +620,6 @@ std::vector<std::string> split(std::string_view text, std::size_t size)
 std::string openAIErrorBody(std::string_view message, std::string_view type, std::string_view code)
 {
     return Json{{"error", {{"message", message}, {"type", type}, {"param", nullptr}, {"code", code}}}}.dump();
-}
-
-std::string anthropicErrorBody(std::string_view type, std::string_view message)
-{
-    return Json{{"type", "error"},
-                {"error", {{"type", type}, {"message", message}}},
-                {"request_id", "req_011CScriptedRequest01"}}
-        .dump();
 }
 
 std::string htmlErrorBody(int status)

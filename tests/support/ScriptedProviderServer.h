@@ -27,7 +27,6 @@ struct RecordedRequest
     std::string target; // as sent: "/v1/messages", or an absolute URL when the server was used as a proxy
     Headers headers;    // in arrival order, names as sent
     std::string body;   // exact bytes (a chunked request body is decoded)
-    int connection = 0; // which accepted TCP connection carried it, counting from 0
 
     // The first header with this name (ASCII case-insensitive), or an empty view.
     [[nodiscard]] std::string_view header(std::string_view name) const;
@@ -62,7 +61,6 @@ struct ScriptedResponse
     std::chrono::milliseconds headDelay{0}; // before the head is written
     bool sendHead = true;                   // false with `stall`: the request is never answered
     bool interimContinue = false;           // a "100 Continue" head before the real one
-    bool closeAfter = false;                // "Connection: close", then close, instead of keeping the connection
     std::optional<std::string> raw;         // written instead of any HTTP (then `ending` applies)
 
     // 200, text/event-stream, chunked, one chunk per event with `gap` before each.
@@ -105,7 +103,7 @@ public:
 private:
     struct Connection;
     void acceptLoop();
-    void serve(int socket, int index);
+    void serve(int socket);
     bool respond(int socket, const ScriptedResponse& response);
     ScriptedResponse responseFor(const RecordedRequest& request);
     bool pause(std::chrono::milliseconds delay) const;
@@ -153,7 +151,6 @@ std::vector<std::string> split(std::string_view text, std::size_t size = 12);
 // Error bodies as the providers send them.
 std::string openAIErrorBody(std::string_view message, std::string_view type = "invalid_request_error",
                             std::string_view code = "invalid_api_key");
-std::string anthropicErrorBody(std::string_view type, std::string_view message);
 // A gateway's page.
 std::string htmlErrorBody(int status);
 
