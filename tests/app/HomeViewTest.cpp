@@ -1,4 +1,3 @@
-#include "FakeCorrectionEngine.h"
 #include "ViewTesting.h"
 #include "app/AppSettings.h"
 #include "app/ComposerModel.h"
@@ -6,6 +5,7 @@
 #include "app/HomeModel.h"
 #include "app/HomeWindow.h"
 #include "core/InMemoryKeyStore.h"
+#include "support/FakeCorrectionEngine.h"
 #include "support/ManualExecutor.h"
 
 #include <QQmlContext>

@@ -1,7 +1,7 @@
-#include "FakeCorrectionEngine.h"
 #include "ViewTesting.h"
 #include "app/AppSettings.h"
 #include "app/ReviewPanelController.h"
+#include "support/FakeCorrectionEngine.h"
 #include "support/ManualExecutor.h"
 
 #include <QQuickItem>

@@ -1,7 +1,7 @@
 #include "app/SessionModel.h"
 
-#include "FakeCorrectionEngine.h"
 #include "app/ComposerModel.h"
+#include "support/FakeCorrectionEngine.h"
 #include "support/ManualExecutor.h"
 
 #include <QClipboard>

@@ -1,5 +1,6 @@
 #include "core/CorrectionSession.h"
 
+#include "support/FakeCorrectionEngine.h"
 #include "support/ManualExecutor.h"
 
 #include <gtest/gtest.h>
@@ -10,45 +11,7 @@ namespace {
 
 using Session = CorrectionSession;
 
-// One stream handed out by the fake engine; the test plays the worker thread through its callbacks.
-struct FakeStream
-{
-    CorrectionStreamCallbacks callbacks;
-    std::string text;
-    bool cancelled = false;
-};
-
-class FakeEngine
-{
-public:
-    CorrectionEngine engine()
-    {
-        return {[this] {
-                    ++prepared;
-                    CorrectionRun run{ProviderID::anthropic, "claude-haiku-4-5-20251001", settings, {}};
-                    return run;
-                },
-                [this](const CorrectionRun&, std::string text, CorrectionStreamCallbacks callbacks) {
-                    streams.push_back(std::make_shared<FakeStream>(FakeStream{std::move(callbacks), std::move(text)}));
-                    struct Handle final : CorrectionStream
-                    {
-                        std::shared_ptr<FakeStream> stream;
-                        void cancel() override { stream->cancelled = true; }
-                    };
-                    auto handle = std::make_unique<Handle>();
-                    handle->stream = streams.back();
-                    return handle;
-                },
-                [this](const AcceptedCorrection& accepted) { records.push_back(accepted); }};
-    }
-
-    FakeStream& last() { return *streams.back(); }
-
-    CorrectionSettings settings;
-    int prepared = 0;
-    std::vector<std::shared_ptr<FakeStream>> streams;
-    std::vector<AcceptedCorrection> records;
-};
+using FakeStream = test::FakeCorrectionEngine::Stream;
 
 class CorrectionSessionTest : public ::testing::Test
 {
@@ -72,7 +35,7 @@ protected:
         executor.drain();
     }
 
-    FakeEngine fake;
+    test::FakeCorrectionEngine fake;
     test::ManualExecutor executor;
     int notifications = 0;
 };
