@@ -134,9 +134,7 @@ QString statusLine(ReviewPhase phase, const std::optional<QString>& sourceApp)
 
 bool offersOpenSettings(const ProviderFailure& failure)
 {
-    // The failure carries no kind, only its texts; these two advice lines belong to a missing key and to a
-    // key the provider refused (HTTP 401 or 403), and to nothing else.
-    return failure.message == "Add your API key in Settings." || failure.message == "Check the key and paste it again.";
+    return failure.fixableInSettings;
 }
 
 } // namespace vesk::app::ReviewTexts

@@ -8,11 +8,11 @@ ProviderFailure ProviderFailure::from(const ProviderError& error, ProviderID pro
     const std::string name(displayName(provider));
     switch (error.kind()) {
     case Kind::missingAPIKey:
-        return {"No " + name + " key yet", "Add your API key in Settings.", std::nullopt};
+        return {"No " + name + " key yet", "Add your API key in Settings.", std::nullopt, true};
     case Kind::http: {
         std::string detail = "HTTP " + std::to_string(error.status()) + " " + error.text();
         if (error.status() == 401 || error.status() == 403) {
-            return {name + " rejected the key", "Check the key and paste it again.", std::move(detail)};
+            return {name + " rejected the key", "Check the key and paste it again.", std::move(detail), true};
         }
         if (error.status() == 429) {
             return {name + " is rate limiting", "Wait a moment and try again.", std::move(detail)};
