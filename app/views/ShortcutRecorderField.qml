@@ -1,0 +1,76 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+// A field that records a global shortcut: click, press the keys. Context: a ShortcutRecorder as `recorder`.
+Column {
+    id: field
+    required property var recorder
+    spacing: 6
+
+    Rectangle {
+        id: box
+        width: 180
+        height: 30
+        radius: 7
+        color: field.recorder.recording ? "#2a3a55" : "#2c2c2e"
+        border.color: field.recorder.recording || focusArea.activeFocus ? "#0a84ff" : "#48484a"
+        border.width: 1
+
+        Text {
+            anchors.verticalCenter: parent.verticalCenter
+            anchors.left: parent.left
+            anchors.leftMargin: 10
+            anchors.right: clearButton.left
+            elide: Text.ElideRight
+            text: field.recorder.recording || field.recorder.shortcutText === "" ? field.recorder.placeholder
+                                                                                  : field.recorder.shortcutText
+            color: field.recorder.recording || field.recorder.shortcutText === "" ? "#8e8e93" : "#f2f2f7"
+            font.pixelSize: 13
+        }
+
+        Item {
+            id: focusArea
+            anchors.fill: parent
+            focus: field.recorder.recording
+            Keys.onPressed: event => {
+                field.recorder.keyPressed(event.key, event.modifiers)
+                event.accepted = true
+            }
+            onActiveFocusChanged: if (!activeFocus) field.recorder.stop()
+        }
+
+        MouseArea {
+            anchors.fill: parent
+            anchors.rightMargin: clearButton.width
+            onClicked: {
+                field.recorder.start()
+                focusArea.forceActiveFocus()
+            }
+        }
+
+        Text {
+            id: clearButton
+            anchors.right: parent.right
+            anchors.rightMargin: 8
+            anchors.verticalCenter: parent.verticalCenter
+            visible: field.recorder.shortcutText !== "" && !field.recorder.recording
+            text: "\u2715"
+            color: "#8e8e93"
+            font.pixelSize: 11
+            MouseArea {
+                anchors.fill: parent
+                anchors.margins: -6
+                onClicked: field.recorder.clear()
+            }
+        }
+    }
+
+    Text {
+        visible: field.recorder.error !== ""
+        width: 320
+        wrapMode: Text.WordWrap
+        text: field.recorder.error
+        color: "#ff6961"
+        font.pixelSize: 12
+    }
+}

@@ -1,0 +1,84 @@
+#include "app/ShortcutRecorder.h"
+
+#include "ViewTesting.h"
+#include "app/ShortcutSettings.h"
+#include "app/platform/fake/FakeGlobalShortcut.h"
+
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace vesk::app {
+namespace {
+
+class ShortcutRecorderTest : public ::testing::Test
+{
+protected:
+    QTemporaryDir m_dir;
+    FakeGlobalShortcut m_platform;
+    ShortcutSettings m_settings{std::make_unique<QSettings>(m_dir.filePath("s.conf"), QSettings::IniFormat),
+                                &m_platform};
+    ShortcutRecorder m_recorder{m_settings, ShortcutSettings::fixGrammar};
+};
+
+TEST_F(ShortcutRecorderTest, RecordsANewShortcutAndPausesWhileListening)
+{
+    EXPECT_EQ(m_recorder.shortcutText(), "Alt+G");
+    EXPECT_EQ(m_recorder.placeholder(), "Record Shortcut");
+    m_recorder.start();
+    EXPECT_TRUE(m_platform.isPaused()) << "pressing the current shortcut must record it, not fire it";
+    EXPECT_EQ(m_recorder.placeholder(), "Press Shortcut");
+
+    m_recorder.keyPressed(Qt::Key_Control, Qt::ControlModifier); // a modifier alone waits for a key
+    EXPECT_TRUE(m_recorder.isRecording());
+    m_recorder.keyPressed(Qt::Key_E, Qt::ControlModifier | Qt::AltModifier);
+    EXPECT_FALSE(m_recorder.isRecording());
+    EXPECT_FALSE(m_platform.isPaused());
+    EXPECT_EQ(m_recorder.shortcutText(), "Ctrl+Alt+E");
+    EXPECT_EQ(m_recorder.error(), "");
+}
+
+TEST_F(ShortcutRecorderTest, RefusalsKeepTheCurrentShortcutAndSayWhy)
+{
+    m_recorder.start();
+    m_recorder.keyPressed(Qt::Key_G, Qt::NoModifier);
+    EXPECT_FALSE(m_recorder.error().isEmpty());
+    EXPECT_EQ(m_recorder.shortcutText(), "Alt+G");
+
+    m_platform.setTaken(KeyCombination{Qt::Key_K, Qt::MetaModifier});
+    m_recorder.start();
+    EXPECT_EQ(m_recorder.error(), "") << "a new attempt clears the last refusal";
+    m_recorder.keyPressed(Qt::Key_K, Qt::MetaModifier);
+    EXPECT_FALSE(m_recorder.error().isEmpty());
+    EXPECT_EQ(m_recorder.shortcutText(), "Alt+G");
+}
+
+TEST_F(ShortcutRecorderTest, EscapeStopsAndClearRemovesTheShortcut)
+{
+    m_recorder.start();
+    m_recorder.keyPressed(Qt::Key_Escape, Qt::NoModifier);
+    EXPECT_FALSE(m_recorder.isRecording());
+    EXPECT_EQ(m_recorder.shortcutText(), "Alt+G");
+    m_recorder.clear();
+    EXPECT_EQ(m_recorder.shortcutText(), "");
+    EXPECT_EQ(m_settings.shortcut(ShortcutSettings::fixGrammar), std::nullopt);
+}
+
+TEST_F(ShortcutRecorderTest, FieldLoadsAndFollowsTheRecorder)
+{
+    const test::WarningRecorder warnings;
+    QQmlEngine engine;
+    QQmlComponent component(&engine, QUrl(QStringLiteral("qrc:/vesk/views/ShortcutRecorderField.qml")));
+    std::unique_ptr<QObject> field(
+        component.createWithInitialProperties({{QStringLiteral("recorder"), QVariant::fromValue(&m_recorder)}}));
+    ASSERT_NE(field, nullptr) << component.errorString().toStdString();
+    m_recorder.start();
+    m_recorder.keyPressed(Qt::Key_J, Qt::MetaModifier);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(warnings.warnings(), "");
+}
+
+} // namespace
+} // namespace vesk::app
