@@ -80,7 +80,7 @@ DesktopApp::DesktopApp(QObject* parent) : QObject(parent), d(std::make_unique<Pr
                                         d->panel.show(session, {std::move(actions.accept), std::move(actions.close),
                                                                 std::move(actions.openSettings)});
                                     },
-                                    [this] { d->panel.hide(); }};
+                                    [this] { d->panel.hide(); }, [this] { d->panel.focus(); }};
     d->coordinator =
         std::make_unique<GrammarCoordinator>(*d->platform, d->environment, panel, static_cast<AppRouter&>(*this));
     connect(&d->onboarding, &OnboardingWindow::settingsRequested, this, [this] {
@@ -115,6 +115,7 @@ bool DesktopApp::start()
     if (!d->platform->limitation.isEmpty()) {
         qCWarning(lcApp).noquote() << d->platform->limitation;
     }
+    qCInfo(lcApp) << "Ready";
     return true;
 }
 

@@ -94,6 +94,9 @@ void GrammarCoordinator::textCaptured(Current* expected, std::optional<QString> 
     CorrectionSession& session = *expected->session;
     session.setOriginal(text->toStdString());
     session.start();
+    if (m_panel.focus) {
+        m_panel.focus();
+    }
     if (m_environment.settings().reviewBeforeReplacing()) {
         return;
     }

@@ -29,8 +29,9 @@ public:
     // How the coordinator shows and hides the review panel.
     struct Panel
     {
-        std::function<void(CorrectionSession&, PanelActions)> show;
+        std::function<void(CorrectionSession&, PanelActions)> show; // without taking the keyboard
         std::function<void()> hide;
+        std::function<void()> focus; // once the selection is copied
     };
 
     GrammarCoordinator(Platform& platform, CorrectionEnvironment& environment, Panel panel, AppRouter& router,

@@ -151,7 +151,14 @@ void ReviewPanelController::show(CorrectionSession& session, Actions actions)
     d->updateMask();
     d->view->show();
     d->view->raise();
-    d->view->requestActivate();
+}
+
+void ReviewPanelController::focus()
+{
+    if (d->view->isVisible()) {
+        d->view->raise();
+        d->view->requestActivate();
+    }
 }
 
 void ReviewPanelController::hide()

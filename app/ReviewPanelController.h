@@ -32,8 +32,11 @@ public:
     ~ReviewPanelController() override;
 
     // Shows `session` (which must outlive the show, until hide() or the next show) centred on the screen
-    // under the pointer, and takes keyboard focus so Return, Escape and Ctrl+R reach it.
+    // under the pointer, without taking the keyboard: the selection is still being copied from the app
+    // that has it.
     void show(CorrectionSession& session, Actions actions);
+    // Takes keyboard focus so Return, Escape and Ctrl+R reach the panel.
+    void focus();
     void hide();
     [[nodiscard]] bool isVisible() const;
     // The panel's window, for placement checks and screenshots.

@@ -1,5 +1,6 @@
 #include "app/SelectionCapture.h"
 
+#include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QPointer>
 #include <QTimer>
@@ -13,7 +14,11 @@ SelectionAccess::SelectionAccess(Platform& platform, QObject* parent) : QObject(
 SelectionCapture SelectionAccess::start()
 {
     SelectionCapture capture;
-    capture.source = m_platform.windows->activeWindow();
+    // A press while one of our own windows has the keyboard (the panel of the previous press) is about the
+    // same selection: the source stays the app the user was in.
+    capture.source =
+        QGuiApplication::focusWindow() != nullptr && m_lastSource ? m_lastSource : m_platform.windows->activeWindow();
+    m_lastSource = capture.source;
     auto& state = *capture.state;
     if (m_inFlight && !m_inFlight->finished) {
         state.saved = m_inFlight->saved;
@@ -31,13 +36,30 @@ SelectionCapture SelectionAccess::start()
         if (!state || state->superseded) {
             return;
         }
-        state->changeCount = m_platform.clipboard->changeCount();
-        if (!m_platform.input->post(Keystroke::copy, source)) {
-            qCWarning(lcCapture) << "Couldn't post the copy keystroke";
+        // The stroke goes to whatever has the keyboard: make sure it is the source again (the user may
+        // have clicked elsewhere, or a window of ours took it while the keys were held).
+        const auto active = m_platform.windows->activeWindow();
+        if (source && (!active || active->id != source->id)) {
+            m_platform.windows->activate(*source, [this, state, source](bool) {
+                if (!state->superseded) {
+                    postCopy(state, source);
+                }
+            });
+            return;
         }
-        state->copyPosted = std::chrono::steady_clock::now();
+        postCopy(state, source);
     });
     return capture;
+}
+
+void SelectionAccess::postCopy(const std::shared_ptr<SelectionCapture::State>& state,
+                               const std::optional<WindowRef>& source)
+{
+    state->changeCount = m_platform.clipboard->changeCount();
+    if (!m_platform.input->post(Keystroke::copy, source)) {
+        qCWarning(lcCapture) << "Couldn't post the copy keystroke";
+    }
+    state->copyPosted = std::chrono::steady_clock::now();
 }
 
 void SelectionAccess::awaitCopiedText(const SelectionCapture& capture, std::function<void(std::optional<QString>)> done)

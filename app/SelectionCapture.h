@@ -59,8 +59,11 @@ public:
 private:
     void poll(const SelectionCapture& capture, std::function<void(std::optional<QString>)> done);
 
+    void postCopy(const std::shared_ptr<SelectionCapture::State>& state, const std::optional<WindowRef>& source);
+
     Platform& m_platform;
     std::shared_ptr<SelectionCapture::State> m_inFlight;
+    std::optional<WindowRef> m_lastSource;
 };
 
 } // namespace vesk::app
