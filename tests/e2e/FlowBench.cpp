@@ -1,0 +1,180 @@
+// How quick the desktop flow feels, measured on the throwaway desktop against the scripted server:
+// from letting go of Alt+G to the request reaching the provider, and from Return in the panel to the
+// corrected text in the editor and the user's clipboard back; then the idle memory and CPU of the running
+// app. Run by hand:
+//
+//   VESK_DESKTOP_TRAY=1 tests/support/with-desktop.sh build/tests/vesk_flow_bench [runs]
+//
+// Every run selects the whole document in mousepad, corrects it, accepts, and types the original back.
+
+#include "e2e/Desktop.h"
+#include "e2e/VeskSession.h"
+#include "support/ScriptedProviderServer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+using namespace vesk::e2e;
+using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+const std::string typo = "teh cat sat on teh mat";
+const std::string fixedText = "The cat sat on the mat.";
+const std::string userClipboard = "what the user had copied";
+
+struct Summary
+{
+    double p50 = 0;
+    double p95 = 0;
+    double max = 0;
+};
+
+Summary summarize(std::vector<double> values)
+{
+    if (values.empty()) {
+        return {};
+    }
+    std::sort(values.begin(), values.end());
+    const auto at = [&](double q) {
+        const auto index = static_cast<std::size_t>(std::ceil(q * static_cast<double>(values.size()))) - 1;
+        return values[std::min(index, values.size() - 1)];
+    };
+    return {at(0.50), at(0.95), values.back()};
+}
+
+void print(const char* what, const std::vector<double>& values)
+{
+    const Summary s = summarize(values);
+    std::printf("%-52s n=%2zu  p50 %7.1f ms  p95 %7.1f ms  max %7.1f ms\n", what, values.size(), s.p50, s.p95,
+                s.max);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const int runs = argc > 1 ? std::max(1, std::atoi(argv[1])) : 50;
+    if (std::getenv("DISPLAY") == nullptr) {
+        std::cerr << "run through tests/support/with-desktop.sh\n";
+        return 2;
+    }
+
+    vesk::test::ScriptedProviderServer server;
+    std::mutex mutex;
+    std::vector<Clock::time_point> arrivals;
+    server.respondWith([&](const vesk::test::RecordedRequest&) {
+        {
+            std::lock_guard lock(mutex);
+            arrivals.push_back(Clock::now());
+        }
+        return vesk::test::ScriptedResponse::events(
+            vesk::test::streams::openAI(vesk::test::streams::split(fixedText, 4)));
+    });
+    const auto arrivalCount = [&] {
+        std::lock_guard lock(mutex);
+        return arrivals.size();
+    };
+
+    VeskSession session;
+    if (const std::string error = session.configure(server.url("")); !error.empty()) {
+        std::cerr << error << "\n";
+        return 1;
+    }
+    BackgroundProcess owner(VESK_CLIPBOARD_OWNER, {"--text", userClipboard},
+                            (session.directory() / "owner.log").string());
+    if (!waitUntil([] { return clipboard() == userClipboard; }, 5s) || !session.start() ||
+        !session.openEditor(typo)) {
+        std::cerr << "set-up failed\n" << describeScreen() << session.log();
+        return 1;
+    }
+
+    std::this_thread::sleep_for(3s);
+    const auto startedRss = residentKiB(session.pid());
+
+    // xdotool's own start-up sits between the two clocks: measured from before it starts and from after it
+    // has sent the release, the true figure lies between.
+    std::vector<double> releaseToRequest;
+    std::vector<double> releasedToRequest;
+    std::vector<double> acceptToText;
+    std::vector<double> acceptToClipboard;
+    int failures = 0;
+    for (int run = 0; run < runs; ++run) {
+        const std::size_t before = arrivalCount();
+        pressKeys("ctrl+a");
+        keyDown("alt+g");
+        const auto released = Clock::now();
+        keyUp("alt+g");
+        const auto releaseSent = Clock::now();
+        if (!waitUntil([&] { return arrivalCount() > before; }, 5s, 1ms)) {
+            std::cerr << "run " << run << ": no request\n";
+            ++failures;
+            break;
+        }
+        {
+            std::lock_guard lock(mutex);
+            releaseToRequest.push_back(Milliseconds(arrivals.back() - released).count());
+            releasedToRequest.push_back(Milliseconds(arrivals.back() - releaseSent).count());
+        }
+        if (!waitForSettledPanel(session.pid())) {
+            std::cerr << "run " << run << ": no panel\n";
+            ++failures;
+            break;
+        }
+        const auto accepted = Clock::now();
+        pressKeys("Return");
+        // The correction is on the clipboard until the paste has been fetched; then the user's comes back.
+        const bool pasted = waitUntil([] { return VeskSession::isEditorModified(); }, 5s, 2ms);
+        const auto textArrived = Clock::now();
+        const bool restored = waitUntil([] { return clipboard() == userClipboard; }, 5s, 2ms);
+        const auto clipboardBack = Clock::now();
+        if (!pasted || !restored) {
+            std::cerr << "run " << run << ": " << (pasted ? "clipboard not restored" : "nothing pasted") << "\n";
+            ++failures;
+            break;
+        }
+        acceptToText.push_back(Milliseconds(textArrived - accepted).count());
+        acceptToClipboard.push_back(Milliseconds(clipboardBack - accepted).count());
+        if (session.saveUntil(fixedText) != fixedText) {
+            std::cerr << "run " << run << ": the file holds \"" << session.documentOnDisk() << "\"\n";
+            ++failures;
+            break;
+        }
+        // Back to the original for the next run.
+        pressKeys("ctrl+a");
+        runTool("xdotool", {"type", "--delay", "2", typo});
+        if (session.saveUntil(typo) != typo) {
+            std::cerr << "run " << run << ": couldn't put the original back\n";
+            ++failures;
+            break;
+        }
+    }
+
+    std::this_thread::sleep_for(3s);
+    const auto idleRss = residentKiB(session.pid());
+    const auto cpuBefore = cpuTime(session.pid());
+    const auto idleStart = Clock::now();
+    std::this_thread::sleep_for(10s);
+    const auto cpuAfter = cpuTime(session.pid());
+    const double idleSeconds = std::chrono::duration<double>(Clock::now() - idleStart).count();
+
+    std::printf("%d run(s), %d failure(s)\n", static_cast<int>(releaseToRequest.size()), failures);
+    print("shortcut released -> request (from keyup start)", releaseToRequest);
+    print("shortcut released -> request (from keyup end)", releasedToRequest);
+    print("Return -> corrected text in the editor", acceptToText);
+    print("Return -> user's clipboard back", acceptToClipboard);
+    std::printf("%-52s %ld KiB\n", "resident memory, 3 s after start", startedRss.value_or(-1));
+    std::printf("%-52s %ld KiB\n", "resident memory, idle after the runs", idleRss.value_or(-1));
+    if (cpuBefore && cpuAfter) {
+        const double cpuMs = static_cast<double>((*cpuAfter - *cpuBefore).count());
+        std::printf("%-52s %.0f ms over %.1f s (%.2f%% of one core)\n", "CPU while idle", cpuMs, idleSeconds,
+                    cpuMs / (idleSeconds * 10.0));
+    }
+    return failures == 0 ? 0 : 1;
+}
