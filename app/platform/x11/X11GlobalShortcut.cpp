@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <QTimer>
+#include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 #include <array>
 #include <xcb/xcb.h>
@@ -18,8 +19,6 @@ namespace {
 constexpr std::array<unsigned, 4> lockVariants = {0, Mod2Mask, LockMask, Mod2Mask | LockMask};
 constexpr unsigned matchedModifiers = ShiftMask | ControlMask | Mod1Mask | Mod4Mask;
 constexpr int badAccess = 10;
-// An auto-repeat press follows its release at once (same timestamp); a real release is reported this much later.
-constexpr std::chrono::milliseconds autoRepeatWindow{30};
 
 } // namespace
 
@@ -27,6 +26,12 @@ X11GlobalShortcut::X11GlobalShortcut(_XDisplay* display, QObject* parent)
     : GlobalShortcut(parent), m_display(display ? display : qtX11Display())
 {
     QCoreApplication::instance()->installNativeEventFilter(this);
+    // With detectable auto-repeat the server sends held keys as repeated presses only, so a release is a
+    // real one and can be reported at once instead of after the auto-repeat window.
+    Bool supported = False;
+    if (m_display != nullptr && XkbSetDetectableAutoRepeat(m_display, True, &supported) && supported) {
+        m_releaseDelay = std::chrono::milliseconds(0);
+    }
 }
 
 X11GlobalShortcut::~X11GlobalShortcut()
@@ -229,7 +234,7 @@ void X11GlobalShortcut::holdBackRelease(const QString& name, Grab& entry, unsign
     if (!entry.pendingRelease) {
         entry.pendingRelease = std::make_shared<QTimer>();
         entry.pendingRelease->setSingleShot(true);
-        entry.pendingRelease->setInterval(autoRepeatWindow);
+        entry.pendingRelease->setInterval(m_releaseDelay);
         connect(entry.pendingRelease.get(), &QTimer::timeout, this, [this, name] { emit released(name); });
     }
     entry.pendingRelease->start();

@@ -7,11 +7,16 @@
 #include <QAbstractNativeEventFilter>
 #include <QHash>
 #include <QTimer>
+#include <chrono>
 #include <memory>
 
 struct _XDisplay;
 
 namespace vesk::app {
+
+// Without detectable auto-repeat, an auto-repeat press follows its fake release at once (same timestamp), so
+// a real release is reported this much later.
+inline constexpr std::chrono::milliseconds autoRepeatWindow{30};
 
 class X11GlobalShortcut : public GlobalShortcut, public QAbstractNativeEventFilter
 {
@@ -48,6 +53,7 @@ private:
     _XDisplay* m_display;
     bool m_paused = false;
     QHash<QString, Grab> m_grabs;
+    std::chrono::milliseconds m_releaseDelay = autoRepeatWindow; // none when auto-repeat is detectable
 };
 
 } // namespace vesk::app
