@@ -3,4 +3,4 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"
-exec "${VESK_BUILD_DIR:-$root/build}/app/vesk" "${@:---version}"
+exec "${VESK_BUILD_DIR:-$root/build}/app/vesk" "$@"
