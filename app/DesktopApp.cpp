@@ -3,6 +3,7 @@
 #include "app/AppSettings.h"
 #include "app/CorrectionEnvironment.h"
 #include "app/GrammarCoordinator.h"
+#include "app/HistoryStore.h"
 #include "app/HomeWindow.h"
 #include "app/KeychainKeyStore.h"
 #include "app/OnboardingWindow.h"
@@ -60,7 +61,9 @@ struct DesktopApp::Private
     AppSettings settings;
     std::shared_ptr<KeychainKeyStore> keys = std::make_shared<KeychainKeyStore>();
     std::unique_ptr<Platform> platform = createPlatform();
-    CorrectionEnvironment environment{settings, keys, std::make_shared<CurlTransport>()};
+    HistoryStore history;
+    CorrectionEnvironment environment{settings, keys, std::make_shared<CurlTransport>(),
+                                      [this](const AcceptedCorrection& accepted) { history.record(accepted); }};
     ReviewPanelController panel{settings};
     HomeWindow home{environment};
     OnboardingWindow onboarding;

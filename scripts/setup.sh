@@ -7,7 +7,7 @@ build=${VESK_BUILD_DIR:-$root/build}
 
 packages=(
     g++ cmake make pkg-config
-    libicu-dev nlohmann-json3-dev libcurl4-openssl-dev ca-certificates
+    libicu-dev nlohmann-json3-dev libcurl4-openssl-dev ca-certificates libsqlite3-dev
     qt6-base-dev qtkeychain-qt6-dev qt6-declarative-dev
     qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-window
     qml6-module-qtquick-templates qml6-module-qtqml-workerscript qml6-module-qtquick-dialogs

@@ -1,0 +1,285 @@
+#include "app/HistoryStore.h"
+
+#include "core/UnicodeText.h"
+
+#include <QDir>
+#include <QLoggingCategory>
+#include <QStandardPaths>
+#include <sqlite3.h>
+#include <unicode/locid.h>
+
+namespace vesk::app {
+
+Q_LOGGING_CATEGORY(lcHistory, "vesk.history")
+
+namespace {
+
+using Clock = std::chrono::system_clock;
+
+// The folding of the search column depends on the user's locale; a change of locale refolds on load.
+std::string currentLocale()
+{
+    return icu::Locale::getDefault().getName();
+}
+
+class Statement
+{
+public:
+    Statement(sqlite3* db, const char* sql)
+    {
+        if (sqlite3_prepare_v2(db, sql, -1, &m_statement, nullptr) != SQLITE_OK) {
+            m_statement = nullptr;
+        }
+    }
+    ~Statement() { sqlite3_finalize(m_statement); }
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+
+    explicit operator bool() const { return m_statement != nullptr; }
+    sqlite3_stmt* get() const { return m_statement; }
+
+    void bind(int index, const std::string& text) const
+    {
+        sqlite3_bind_text(m_statement, index, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
+    }
+    void bind(int index, const std::optional<std::string>& text) const
+    {
+        if (text) {
+            bind(index, *text);
+        } else {
+            sqlite3_bind_null(m_statement, index);
+        }
+    }
+    void bind(int index, std::int64_t value) const { sqlite3_bind_int64(m_statement, index, value); }
+    void bind(int index, double value) const { sqlite3_bind_double(m_statement, index, value); }
+
+    std::string text(int column) const
+    {
+        const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(m_statement, column));
+        return bytes ? std::string(bytes, static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column)))
+                     : std::string();
+    }
+    std::optional<std::string> optionalText(int column) const
+    {
+        if (sqlite3_column_type(m_statement, column) == SQLITE_NULL) {
+            return std::nullopt;
+        }
+        return text(column);
+    }
+
+private:
+    sqlite3_stmt* m_statement = nullptr;
+};
+
+bool exec(sqlite3* db, const char* sql)
+{
+    char* error = nullptr;
+    if (sqlite3_exec(db, sql, nullptr, nullptr, &error) != SQLITE_OK) {
+        qCWarning(lcHistory) << "SQLite:" << (error ? error : "unknown error");
+        sqlite3_free(error);
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+HistoryStore::HistoryStore(QString path, QObject* parent) : QObject(parent)
+{
+    if (path.isEmpty()) {
+        const QString dir = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+        QDir().mkpath(dir);
+        path = dir + QStringLiteral("/history.sqlite3");
+    }
+    m_persistent = open(path);
+    if (!m_persistent) {
+        qCCritical(lcHistory).noquote() << QStringLiteral("Persistent store failed (%1); using in-memory.")
+                                               .arg(QString::fromUtf8(m_db ? sqlite3_errmsg(m_db) : "cannot open"));
+        sqlite3_close(m_db);
+        m_db = nullptr;
+        m_records.clear();
+        m_searchTexts.clear();
+        m_wordCounts.clear();
+        if (!open(QStringLiteral(":memory:"))) {
+            qFatal("The in-memory history store cannot be opened");
+        }
+    }
+}
+
+HistoryStore::~HistoryStore()
+{
+    sqlite3_close(m_db);
+}
+
+bool HistoryStore::open(const QString& path)
+{
+    if (sqlite3_open_v2(path.toUtf8().constData(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) !=
+        SQLITE_OK) {
+        return false;
+    }
+    sqlite3_busy_timeout(m_db, 2000);
+    // Write-ahead logging: a kill during a write leaves the last committed state; readers never block.
+    return exec(m_db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;") && migrate() && load();
+}
+
+bool HistoryStore::migrate()
+{
+    Statement version(m_db, "PRAGMA user_version");
+    if (!version || sqlite3_step(version.get()) != SQLITE_ROW) {
+        return false;
+    }
+    const int current = sqlite3_column_int(version.get(), 0);
+    if (current == schemaVersion) {
+        return true;
+    }
+    if (current > schemaVersion) {
+        qCWarning(lcHistory) << "The history was written by a newer Vesk (schema" << current << ")";
+        return false;
+    }
+    // Each step moves one version up inside a transaction; later versions add steps here.
+    return exec(m_db, "BEGIN;"
+                      "CREATE TABLE corrections ("
+                      " id INTEGER PRIMARY KEY,"
+                      " date_ms INTEGER NOT NULL,"
+                      " provider TEXT NOT NULL,"
+                      " model TEXT NOT NULL,"
+                      " original TEXT NOT NULL,"
+                      " corrected TEXT NOT NULL,"
+                      " prompt_tokens INTEGER NOT NULL,"
+                      " completion_tokens INTEGER NOT NULL,"
+                      " estimated_cost REAL NOT NULL,"
+                      " change_count INTEGER NOT NULL,"
+                      " source_app TEXT,"
+                      " strength TEXT,"
+                      " tone TEXT,"
+                      " word_count INTEGER NOT NULL,"
+                      " search_text TEXT NOT NULL);"
+                      "CREATE TABLE meta (key TEXT PRIMARY KEY, value TEXT NOT NULL);"
+                      "PRAGMA user_version = 1;"
+                      "COMMIT;");
+}
+
+bool HistoryStore::load()
+{
+    std::string foldedWith;
+    {
+        Statement meta(m_db, "SELECT value FROM meta WHERE key = 'searchLocale'");
+        if (!meta) {
+            return false;
+        }
+        if (sqlite3_step(meta.get()) == SQLITE_ROW) {
+            foldedWith = meta.text(0);
+        }
+    }
+    const bool refold = foldedWith != currentLocale();
+    Statement rows(m_db, "SELECT id, date_ms, provider, model, original, corrected, prompt_tokens, "
+                         "completion_tokens, estimated_cost, change_count, source_app, strength, tone, word_count, "
+                         "search_text FROM corrections ORDER BY date_ms DESC, id DESC");
+    if (!rows) {
+        return false;
+    }
+    int step = 0;
+    while ((step = sqlite3_step(rows.get())) == SQLITE_ROW) {
+        CorrectionRecord r;
+        r.id = sqlite3_column_int64(rows.get(), 0);
+        r.date = Clock::time_point(std::chrono::milliseconds(sqlite3_column_int64(rows.get(), 1)));
+        r.providerRaw = rows.text(2);
+        r.model = rows.text(3);
+        r.original = rows.text(4);
+        r.corrected = rows.text(5);
+        r.promptTokens = sqlite3_column_int64(rows.get(), 6);
+        r.completionTokens = sqlite3_column_int64(rows.get(), 7);
+        r.estimatedCost = sqlite3_column_double(rows.get(), 8);
+        r.changeCount = sqlite3_column_int(rows.get(), 9);
+        r.sourceApp = rows.optionalText(10);
+        r.strengthRaw = rows.optionalText(11);
+        r.toneRaw = rows.optionalText(12);
+        m_wordCounts.push_back(sqlite3_column_int(rows.get(), 13));
+        m_searchTexts.push_back(refold ? r.searchText() : rows.text(14));
+        m_records.push_back(std::move(r));
+    }
+    if (step != SQLITE_DONE) {
+        return false;
+    }
+    if (refold) {
+        Statement setLocale(m_db, "INSERT OR REPLACE INTO meta (key, value) VALUES ('searchLocale', ?)");
+        if (setLocale) {
+            setLocale.bind(1, currentLocale());
+            sqlite3_step(setLocale.get());
+        }
+        if (!m_records.empty()) {
+            exec(m_db, "BEGIN;");
+            Statement update(m_db, "UPDATE corrections SET search_text = ? WHERE id = ?");
+            for (std::size_t i = 0; update && i < m_records.size(); ++i) {
+                update.bind(1, m_searchTexts[i]);
+                update.bind(2, m_records[i].id);
+                sqlite3_step(update.get());
+                sqlite3_reset(update.get());
+            }
+            exec(m_db, "COMMIT;");
+        }
+    }
+    return true;
+}
+
+void HistoryStore::record(const AcceptedCorrection& accepted)
+{
+    CorrectionRecord r = CorrectionRecord::from(accepted, Clock::now());
+    const int words = static_cast<int>(unicode::countWords(r.corrected));
+    std::string searchText = r.searchText();
+    Statement insert(m_db, "INSERT INTO corrections (date_ms, provider, model, original, corrected, prompt_tokens, "
+                           "completion_tokens, estimated_cost, change_count, source_app, strength, tone, word_count, "
+                           "search_text) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+    bool saved = static_cast<bool>(insert);
+    if (saved) {
+        insert.bind(1, static_cast<std::int64_t>(
+                           std::chrono::duration_cast<std::chrono::milliseconds>(r.date.time_since_epoch()).count()));
+        insert.bind(2, r.providerRaw);
+        insert.bind(3, r.model);
+        insert.bind(4, r.original);
+        insert.bind(5, r.corrected);
+        insert.bind(6, r.promptTokens);
+        insert.bind(7, r.completionTokens);
+        insert.bind(8, r.estimatedCost);
+        insert.bind(9, static_cast<std::int64_t>(r.changeCount));
+        insert.bind(10, r.sourceApp);
+        insert.bind(11, r.strengthRaw);
+        insert.bind(12, r.toneRaw);
+        insert.bind(13, static_cast<std::int64_t>(words));
+        insert.bind(14, searchText);
+        saved = sqlite3_step(insert.get()) == SQLITE_DONE;
+    }
+    if (saved) {
+        r.id = sqlite3_last_insert_rowid(m_db);
+    } else {
+        qCCritical(lcHistory).noquote()
+            << QStringLiteral("History save failed: %1").arg(QString::fromUtf8(sqlite3_errmsg(m_db)));
+    }
+    m_records.insert(m_records.begin(), std::move(r));
+    m_searchTexts.insert(m_searchTexts.begin(), std::move(searchText));
+    m_wordCounts.insert(m_wordCounts.begin(), words);
+    emit changed();
+}
+
+void HistoryStore::clearAll()
+{
+    exec(m_db, "DELETE FROM corrections;");
+    m_records.clear();
+    m_searchTexts.clear();
+    m_wordCounts.clear();
+    emit changed();
+}
+
+std::vector<std::size_t> HistoryStore::search(const QString& query) const
+{
+    const std::string folded = foldedQuery(query.toStdString());
+    std::vector<std::size_t> matches;
+    for (std::size_t i = 0; i < m_records.size(); ++i) {
+        if (folded.empty() || m_searchTexts[i].find(folded) != std::string::npos) {
+            matches.push_back(i);
+        }
+    }
+    return matches;
+}
+
+} // namespace vesk::app

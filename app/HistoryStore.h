@@ -1,0 +1,61 @@
+#pragma once
+
+// Every accepted correction, kept in a SQLite file in the app's data directory. The records are held in
+// memory newest first, with what searches and figures need computed once per record, so views update
+// live and a keystroke never re-reads or re-folds the history.
+
+#include "core/AcceptedCorrection.h"
+#include "core/CorrectionRecord.h"
+
+#include <QObject>
+#include <QString>
+#include <memory>
+#include <vector>
+
+struct sqlite3;
+
+namespace vesk::app {
+
+class HistoryStore : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr int schemaVersion = 1;
+
+    // Opens (creating when needed) the store at `path`, or at history.sqlite3 in the app's data
+    // directory. A store that cannot be opened is left untouched and the history lives in memory until
+    // the app quits.
+    explicit HistoryStore(QString path = {}, QObject* parent = nullptr);
+    ~HistoryStore() override;
+
+    // Newest first.
+    [[nodiscard]] const std::vector<CorrectionRecord>& records() const { return m_records; }
+    [[nodiscard]] bool isPersistent() const { return m_persistent; }
+
+    // Adds the accepted correction, dated now. A failed save is logged; the record still shows until quit.
+    void record(const AcceptedCorrection& accepted);
+    void clearAll();
+
+    // Indexes into records() of those matching the query (trimmed; case and accents ignored in the user's
+    // locale), newest first; every record when the query is blank.
+    [[nodiscard]] std::vector<std::size_t> search(const QString& query) const;
+    // Words of each record's correction, in the order of records().
+    [[nodiscard]] const std::vector<int>& wordCounts() const { return m_wordCounts; }
+
+signals:
+    void changed();
+
+private:
+    bool open(const QString& path);
+    bool migrate();
+    bool load();
+
+    sqlite3* m_db = nullptr;
+    bool m_persistent = false;
+    std::vector<CorrectionRecord> m_records;
+    std::vector<std::string> m_searchTexts;
+    std::vector<int> m_wordCounts;
+};
+
+} // namespace vesk::app
