@@ -12,8 +12,6 @@
 #include <iterator>
 #include <map>
 #include <mutex>
-#include <unicode/utf8.h>
-
 namespace vesk::app {
 
 namespace {
@@ -82,11 +80,10 @@ template <typename E> E parseCase(const std::string& option, const std::string& 
     throw UsageError{"unknown " + option + " \"" + value + "\" (one of " + known + ")"};
 }
 
-bool isValidUtf8(const std::string& text);
-
 Overrides parseOptions(const std::vector<std::string>& args, std::size_t first, bool allowJson, bool allowReview)
 {
-    if (!std::all_of(args.begin(), args.end(), isValidUtf8)) {
+    // Every argument may end up in JSON, which only carries UTF-8.
+    if (!std::all_of(args.begin(), args.end(), [](const std::string& arg) { return unicode::isValidUtf8(arg); })) {
         throw UsageError{"arguments must be UTF-8 text"};
     }
     Overrides o;
@@ -236,19 +233,6 @@ private:
     std::function<std::optional<std::string>(const char*)> m_environment;
 };
 
-bool isValidUtf8(const std::string& text)
-{
-    // The input and every argument end up in JSON, which only carries UTF-8.
-    for (int32_t i = 0; i < static_cast<int32_t>(text.size());) {
-        UChar32 c = 0;
-        U8_NEXT(text.data(), i, static_cast<int32_t>(text.size()), c);
-        if (c < 0) {
-            return false;
-        }
-    }
-    return true;
-}
-
 Json failureJson(const ProviderFailure& failure)
 {
     Json json = Json::object();
@@ -279,7 +263,7 @@ int correct(const std::vector<std::string>& args, const CommandLineContext& cont
     if (unicode::trimmed(text).empty()) {
         return fail({"Nothing to correct", "Pipe the text to correct into vesk correct.", std::nullopt});
     }
-    if (!isValidUtf8(text)) {
+    if (!unicode::isValidUtf8(text)) {
         return fail({"Couldn't read the text", "The input is not valid UTF-8.", std::nullopt});
     }
 

@@ -8,7 +8,6 @@
 #include <QDeadlineTimer>
 #include <QFileInfo>
 #include <QLoggingCategory>
-#include <QStringDecoder>
 #include <QThread>
 #include <condition_variable>
 #include <deque>
@@ -309,9 +308,7 @@ std::optional<std::string> KeychainKeyStore::key(ProviderID provider)
         return std::nullopt;
     }
     // Bytes that aren't UTF-8 were not written by us; reading them as "no key" lets the user save anew.
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    [[maybe_unused]] const QString decoded = decoder(outcome->data);
-    if (decoder.hasError()) {
+    if (!unicode::isValidUtf8(std::string_view(outcome->data.constData(), outcome->data.size()))) {
         qCWarning(lcKeyring).noquote() << "The stored key for" << account(provider) << "is not UTF-8";
         return std::nullopt;
     }

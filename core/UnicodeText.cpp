@@ -90,6 +90,16 @@ bool isWhiteSpace(char32_t codePoint)
     return isSpace(static_cast<UChar32>(codePoint));
 }
 
+bool isValidUtf8(std::string_view text)
+{
+    for (std::size_t i = 0; i < text.size();) {
+        if (nextCodePoint(text, i) < 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
 std::string_view trimmed(std::string_view text)
 {
     std::size_t begin = 0;

@@ -12,6 +12,9 @@ namespace vesk::unicode {
 // True for the code points of Unicode's White_Space property (spaces, tabs and every line break).
 bool isWhiteSpace(char32_t codePoint);
 
+// Whether every byte belongs to a well-formed UTF-8 sequence.
+bool isValidUtf8(std::string_view text);
+
 // The text without white space and line breaks at either end.
 std::string_view trimmed(std::string_view text);
 
