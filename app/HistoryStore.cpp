@@ -282,4 +282,14 @@ std::vector<std::size_t> HistoryStore::search(const QString& query) const
     return matches;
 }
 
+HistoryStats HistoryStore::stats(TimePoint now, const Calendar& calendar) const
+{
+    std::vector<HistoryStats::Entry> entries;
+    entries.reserve(m_records.size());
+    for (std::size_t i = 0; i < m_records.size(); ++i) {
+        entries.push_back({m_records[i].date, m_records[i].changeCount, {}});
+    }
+    return HistoryStats::compute(entries, now, calendar, m_wordCounts);
+}
+
 } // namespace vesk::app

@@ -6,6 +6,7 @@
 
 #include "core/AcceptedCorrection.h"
 #include "core/CorrectionRecord.h"
+#include "core/HistoryStats.h"
 
 #include <QObject>
 #include <QString>
@@ -42,6 +43,8 @@ public:
     [[nodiscard]] std::vector<std::size_t> search(const QString& query) const;
     // Words of each record's correction, in the order of records().
     [[nodiscard]] const std::vector<int>& wordCounts() const { return m_wordCounts; }
+    // The overview's four figures, from the stored word counts rather than by counting again.
+    [[nodiscard]] HistoryStats stats(TimePoint now, const Calendar& calendar) const;
 
 signals:
     void changed();

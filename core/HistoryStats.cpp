@@ -89,19 +89,28 @@ private:
 
 } // namespace
 
-HistoryStats HistoryStats::compute(const std::vector<Entry>& entries, TimePoint now, const Calendar& calendar)
+HistoryStats HistoryStats::compute(const std::vector<Entry>& entries, TimePoint now, const Calendar& calendar,
+                                   std::span<const int> knownWordCounts)
 {
+    const bool wordsKnown = !knownWordCounts.empty();
+    if (wordsKnown && knownWordCounts.size() != entries.size()) {
+        std::fprintf(stderr, "vesk: history statistics: %zu word counts for %zu entries\n", knownWordCounts.size(),
+                     entries.size());
+        std::abort();
+    }
     HistoryStats stats;
     const TimePoint weekStart = calendar.addingDays(now, -7).value_or(now);
     const MonthDays month(now, calendar);
     std::vector<bool> active(month.count(), false);
 
-    for (const Entry& entry : entries) {
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const Entry& entry = entries[i];
         addChecked(stats.mistakesFixed, entry.changeCount, "mistakes fixed");
         if (entry.date >= weekStart) {
             addChecked(stats.mistakesThisWeek, entry.changeCount, "mistakes this week");
         }
-        addChecked(stats.wordsPolished, unicode::countWords(entry.corrected), "words polished");
+        addChecked(stats.wordsPolished, wordsKnown ? knownWordCounts[i] : unicode::countWords(entry.corrected),
+                   "words polished");
         if (const std::size_t day = month.dayOf(entry.date); day < active.size()) {
             active[day] = true;
         }

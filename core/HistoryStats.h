@@ -4,6 +4,7 @@
 
 #include "core/Calendar.h"
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -28,8 +29,11 @@ struct HistoryStats
     // Distinct local days of `now`'s calendar month with at least one entry.
     int activeDaysThisMonth = 0;
 
-    // Entries may come in any order. A sum that overflows an int is a fatal error.
-    static HistoryStats compute(const std::vector<Entry>& entries, TimePoint now, const Calendar& calendar);
+    // Entries may come in any order. A sum that overflows an int is a fatal error. `knownWordCounts`, when
+    // not empty, holds the words of each entry's correction, in the entries' order, so that a history
+    // that keeps them need not count again (the entries' texts are not read then).
+    static HistoryStats compute(const std::vector<Entry>& entries, TimePoint now, const Calendar& calendar,
+                                std::span<const int> knownWordCounts = {});
 
     bool operator==(const HistoryStats&) const = default;
 };

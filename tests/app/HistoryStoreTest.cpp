@@ -45,6 +45,11 @@ TEST_F(HistoryStoreTest, RecordsPersistNewestFirstAcrossReopening)
     EXPECT_DOUBLE_EQ(reopened.records()[1].estimatedCost, 1000 * 0.15e-6 + 200 * 0.60e-6);
     EXPECT_EQ(reopened.wordCounts(), (std::vector<int>{1, 4}));
     EXPECT_EQ(reopened.records()[1].settingsLabel(), "Grammar \u00B7 Preserve original");
+
+    const auto utc = Calendar::create("UTC").value();
+    const HistoryStats figures = reopened.stats(std::chrono::system_clock::now(), utc);
+    EXPECT_EQ(figures.mistakesFixed, 2);
+    EXPECT_EQ(figures.wordsPolished, 5) << "from the stored word counts";
 }
 
 TEST_F(HistoryStoreTest, SearchAndClear)
