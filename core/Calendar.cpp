@@ -3,9 +3,12 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <mutex>
 #include <unicode/calendar.h>
+#include <unicode/dtptngen.h>
 #include <unicode/locid.h>
+#include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
 #include <unicode/ucal.h>
 #include <unicode/unistr.h>
@@ -80,6 +83,8 @@ struct Calendar::Impl
     }
 
     std::unique_ptr<icu::Calendar> calendar;
+    // Date formatters by locale and skeleton, each with its own copy of the calendar.
+    std::map<std::string, std::unique_ptr<icu::SimpleDateFormat>> formatters;
     std::mutex mutex;
 };
 
@@ -187,6 +192,38 @@ bool Calendar::sameMonth(TimePoint a, TimePoint b) const
         }
     }
     return U_SUCCESS(status);
+}
+
+std::string Calendar::format(TimePoint time, std::string_view skeleton, std::string_view localeId) const
+{
+    std::lock_guard lock(m_impl->mutex);
+    std::string key = std::string(localeId) + '\x1f' + std::string(skeleton);
+    auto found = m_impl->formatters.find(key);
+    if (found == m_impl->formatters.end()) {
+        // Building a pattern generator costs milliseconds; a list of dates reuses the formatter.
+        const icu::Locale locale =
+            localeId.empty() ? icu::Locale::getDefault() : icu::Locale(std::string(localeId).c_str());
+        UErrorCode status = U_ZERO_ERROR;
+        std::unique_ptr<icu::DateTimePatternGenerator> generator(
+            icu::DateTimePatternGenerator::createInstance(locale, status));
+        if (U_FAILURE(status) || !generator) {
+            return {};
+        }
+        const icu::UnicodeString pattern = generator->getBestPattern(
+            icu::UnicodeString::fromUTF8(icu::StringPiece(skeleton.data(), static_cast<int32_t>(skeleton.size()))),
+            status);
+        auto formatter = std::make_unique<icu::SimpleDateFormat>(pattern, locale, status);
+        if (U_FAILURE(status)) {
+            return {};
+        }
+        formatter->setCalendar(*m_impl->calendar);
+        found = m_impl->formatters.emplace(std::move(key), std::move(formatter)).first;
+    }
+    icu::UnicodeString text;
+    found->second->format(toIcu(time).millis, text);
+    std::string utf8;
+    text.toUTF8String(utf8);
+    return utf8;
 }
 
 } // namespace vesk

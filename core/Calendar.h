@@ -46,6 +46,11 @@ public:
     // True when both instants fall in the same month of the same year and era of this calendar.
     [[nodiscard]] bool sameMonth(TimePoint a, TimePoint b) const;
 
+    // The instant written in this calendar's zone and calendar system, with the fields of an ICU skeleton
+    // ("jmm": hour and minute, with AM/PM where the locale uses it; "MMMdjmm": abbreviated month, day and
+    // time) in the order and punctuation the locale prefers. An empty locale id means the user's locale.
+    [[nodiscard]] std::string format(TimePoint time, std::string_view skeleton, std::string_view localeId = {}) const;
+
 private:
     struct Impl;
     explicit Calendar(std::unique_ptr<Impl> impl);
