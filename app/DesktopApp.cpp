@@ -65,9 +65,9 @@ struct DesktopApp::Private
     CorrectionEnvironment environment{settings, keys, std::make_shared<CurlTransport>(),
                                       [this](const AcceptedCorrection& accepted) { history.record(accepted); }};
     ReviewPanelController panel{settings};
-    HomeWindow home{environment};
-    OnboardingWindow onboarding;
     ShortcutSettings shortcuts{nullptr, platform->shortcut.get()};
+    HomeWindow home{environment, history, &shortcuts};
+    OnboardingWindow onboarding;
     SingleInstance instance;
     std::unique_ptr<GrammarCoordinator> coordinator;
     QSystemTrayIcon* tray = nullptr;

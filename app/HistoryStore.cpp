@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QLoggingCategory>
 #include <QStandardPaths>
+#include <algorithm>
 #include <sqlite3.h>
 #include <unicode/locid.h>
 
@@ -254,6 +255,8 @@ void HistoryStore::record(const AcceptedCorrection& accepted)
     } else {
         qCCritical(lcHistory).noquote()
             << QStringLiteral("History save failed: %1").arg(QString::fromUtf8(sqlite3_errmsg(m_db)));
+        // Still shown until quit, under an id no stored row can have, so the views can tell it apart.
+        r.id = --m_lastUnsavedId;
     }
     m_records.insert(m_records.begin(), std::move(r));
     m_searchTexts.insert(m_searchTexts.begin(), std::move(searchText));
@@ -280,6 +283,13 @@ std::vector<std::size_t> HistoryStore::search(const QString& query) const
         }
     }
     return matches;
+}
+
+const CorrectionRecord* HistoryStore::find(std::int64_t id) const
+{
+    const auto found =
+        std::find_if(m_records.begin(), m_records.end(), [id](const CorrectionRecord& r) { return r.id == id; });
+    return found == m_records.end() ? nullptr : &*found;
 }
 
 HistoryStats HistoryStore::stats(TimePoint now, const Calendar& calendar) const

@@ -33,6 +33,8 @@ public:
     // Newest first.
     [[nodiscard]] const std::vector<CorrectionRecord>& records() const { return m_records; }
     [[nodiscard]] bool isPersistent() const { return m_persistent; }
+    // The record with the store's row id, or null when there is none (any more).
+    [[nodiscard]] const CorrectionRecord* find(std::int64_t id) const;
 
     // Adds the accepted correction, dated now. A failed save is logged; the record still shows until quit.
     void record(const AcceptedCorrection& accepted);
@@ -56,6 +58,7 @@ private:
 
     sqlite3* m_db = nullptr;
     bool m_persistent = false;
+    std::int64_t m_lastUnsavedId = 0;
     std::vector<CorrectionRecord> m_records;
     std::vector<std::string> m_searchTexts;
     std::vector<int> m_wordCounts;

@@ -52,4 +52,13 @@ void HomeModel::setSelection(const QString& raw)
     }
 }
 
+void HomeModel::setActivitySelection(qint64 recordId)
+{
+    if (m_activitySelection == recordId) {
+        return;
+    }
+    m_activitySelection = recordId;
+    emit activitySelectionChanged();
+}
+
 } // namespace vesk::app

@@ -14,6 +14,9 @@ class HomeModel : public QObject
     Q_OBJECT
     // The selected section's raw value: "overview", "composer", "activity" or "settings".
     Q_PROPERTY(QString selection READ selection WRITE setSelection NOTIFY selectionChanged)
+    // The history record selected in Activity, 0 for none.
+    Q_PROPERTY(
+        qint64 activitySelection READ activitySelection WRITE setActivitySelection NOTIFY activitySelectionChanged)
 
 public:
     using QObject::QObject;
@@ -28,11 +31,16 @@ public:
     // Unknown raw values are ignored.
     void setSelection(const QString& raw);
 
+    [[nodiscard]] qint64 activitySelection() const { return m_activitySelection; }
+    void setActivitySelection(qint64 recordId);
+
 signals:
     void selectionChanged();
+    void activitySelectionChanged();
 
 private:
     HomeSection m_section = HomeSection::overview;
+    qint64 m_activitySelection = 0;
 };
 
 } // namespace vesk::app

@@ -2,8 +2,11 @@
 
 #include "app/ComposerModel.h"
 #include "app/CorrectionEnvironment.h"
+#include "app/HistoryActions.h"
+#include "app/HistoryListModel.h"
 #include "app/HomeModel.h"
 #include "app/MotionPreference.h"
+#include "app/OverviewModel.h"
 
 #include <QLoggingCategory>
 #include <QQmlContext>
@@ -16,19 +19,29 @@ namespace vesk::app {
 
 struct HomeWindow::Private
 {
-    explicit Private(CorrectionEnvironment& environment)
+    Private(HomeWindow& window, CorrectionEnvironment& environment, HistoryStore& history,
+            const ShortcutSettings* shortcuts)
         : composer(
               [&environment](std::string original) {
                   return environment.makeSession(CorrectionSession::Editing{}, std::move(original), std::nullopt);
               },
-              &environment.settings())
+              &environment.settings()),
+          overview(history, shortcuts), recent(history), activity(history),
+          actions(history, home, [&window](const ComposerDraft& draft) { window.openComposer(draft); })
     {
+        recent.setLimit(recentRows);
     }
+
+    static constexpr int recentRows = 6;
 
     void ensureView();
 
     HomeModel home;
     ComposerModel composer;
+    OverviewModel overview;
+    HistoryListModel recent;
+    HistoryListModel activity;
+    HistoryActions actions;
     std::unique_ptr<QQuickView> view;
 };
 
@@ -45,6 +58,10 @@ void HomeWindow::Private::ensureView()
     view->setColor(QColor(QStringLiteral("#1c1c1e")));
     view->rootContext()->setContextProperty(QStringLiteral("home"), &home);
     view->rootContext()->setContextProperty(QStringLiteral("composer"), &composer);
+    view->rootContext()->setContextProperty(QStringLiteral("overview"), &overview);
+    view->rootContext()->setContextProperty(QStringLiteral("recent"), &recent);
+    view->rootContext()->setContextProperty(QStringLiteral("activity"), &activity);
+    view->rootContext()->setContextProperty(QStringLiteral("historyActions"), &actions);
     view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), prefersReducedMotion());
     view->setSource(QUrl(QStringLiteral("qrc:/vesk/views/HomeView.qml")));
     for (const QQmlError& error : view->errors()) {
@@ -52,8 +69,9 @@ void HomeWindow::Private::ensureView()
     }
 }
 
-HomeWindow::HomeWindow(CorrectionEnvironment& environment, QObject* parent)
-    : QObject(parent), d(std::make_unique<Private>(environment))
+HomeWindow::HomeWindow(CorrectionEnvironment& environment, HistoryStore& history, const ShortcutSettings* shortcuts,
+                       QObject* parent)
+    : QObject(parent), d(std::make_unique<Private>(*this, environment, history, shortcuts))
 {
 }
 

@@ -13,6 +13,8 @@ class QQuickWindow;
 namespace vesk::app {
 
 class CorrectionEnvironment;
+class HistoryStore;
+class ShortcutSettings;
 
 enum class HomeSection { overview, composer, activity, settings };
 
@@ -29,7 +31,9 @@ class HomeWindow : public QObject
     Q_OBJECT
 
 public:
-    explicit HomeWindow(CorrectionEnvironment& environment, QObject* parent = nullptr);
+    // The history and shortcut settings must outlive the window; `shortcuts` may be null.
+    HomeWindow(CorrectionEnvironment& environment, HistoryStore& history, const ShortcutSettings* shortcuts = nullptr,
+               QObject* parent = nullptr);
     ~HomeWindow() override;
 
     // Creates the window on first use, selects `section`, shows and raises it.

@@ -1,7 +1,8 @@
 import QtQuick
 
 // The home window: the section sidebar beside the selected section.
-// Context: `home` (selection), `composer` (the Write section's model), `reduceMotion`.
+// Context: `home` (selection), `composer` (the Write section's model), `overview`, `recent` and `activity`
+// (the history's figures and lists), `historyActions`, `reduceMotion`.
 Rectangle {
     id: root
 
@@ -74,16 +75,10 @@ Rectangle {
         anchors.topMargin: 10
         anchors.bottomMargin: 24
 
-        PlaceholderSection {
+        OverviewView {
             anchors.fill: parent
             visible: home.selection === "overview"
-            title: "Overview"
-            note: "Usage figures and recent corrections appear here."
-
-            LinkButton {
-                text: "Write a new correction"
-                onClicked: home.selection = "composer"
-            }
+            active: visible
         }
 
         ComposerView {
@@ -92,11 +87,10 @@ Rectangle {
             active: visible
         }
 
-        PlaceholderSection {
+        ActivityView {
             anchors.fill: parent
             visible: home.selection === "activity"
-            title: "Activity"
-            note: "Corrections you accept will appear here."
+            active: visible
         }
 
         PlaceholderSection {

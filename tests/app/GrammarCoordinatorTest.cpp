@@ -67,7 +67,8 @@ protected:
                 [this] {
                     ++m_hides;
                     m_shown = nullptr;
-                }};
+                },
+                {}};
     }
 
     // The focused app copies `selection` when asked, the way a text field with that selection does.

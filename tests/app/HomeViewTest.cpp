@@ -2,9 +2,14 @@
 #include "app/AppSettings.h"
 #include "app/ComposerModel.h"
 #include "app/CorrectionEnvironment.h"
+#include "app/HistoryActions.h"
+#include "app/HistoryListModel.h"
+#include "app/HistoryStore.h"
 #include "app/HomeModel.h"
 #include "app/HomeWindow.h"
+#include "app/OverviewModel.h"
 #include "core/InMemoryKeyStore.h"
+#include "support/CalendarTesting.h"
 #include "support/FakeCorrectionEngine.h"
 #include "support/ManualExecutor.h"
 
@@ -32,7 +37,8 @@ TEST_F(HomeViewTest, WindowShowsEverySectionWithoutQmlWarnings)
 {
     const test::WarningRecorder recorder;
     CorrectionEnvironment environment(settings, std::make_shared<InMemoryKeyStore>(), nullptr);
-    HomeWindow home(environment);
+    HistoryStore history(dir.filePath("history.sqlite3"));
+    HomeWindow home(environment, history);
     EXPECT_FALSE(home.isVisible());
 
     home.show(HomeSection::overview);
@@ -52,14 +58,21 @@ TEST_F(HomeViewTest, WindowShowsEverySectionWithoutQmlWarnings)
     EXPECT_EQ(recorder.warnings(), "");
 }
 
-// The composer in each of its states, on a fake engine, as PNG files for a look by eye.
-class ComposerScreenshotTest : public HomeViewTest
+// The home view on a fake engine and a real history file, with the clock pinned, for screenshots that
+// are looked at by eye and for checks through the view's own objects.
+class HomeScreenshotTest : public HomeViewTest
 {
 protected:
     void SetUp() override
     {
-        view.rootContext()->setContextProperty("home", &home);
-        view.rootContext()->setContextProperty("composer", &composer);
+        recent.setLimit(6);
+        const std::pair<const char*, QObject*> context[] = {
+            {"home", &home},     {"composer", &composer}, {"overview", &overview},
+            {"recent", &recent}, {"activity", &activity}, {"historyActions", &actions},
+        };
+        for (const auto& [name, object] : context) {
+            view.rootContext()->setContextProperty(QString::fromLatin1(name), object);
+        }
         view.rootContext()->setContextProperty("reduceMotion", true);
         view.setResizeMode(QQuickView::SizeRootObjectToView);
         view.resize(920, 620);
@@ -75,15 +88,26 @@ protected:
         EXPECT_TRUE(view.grabWindow().save(test::artifactsDir().filePath(name)));
     }
 
+    static TimePoint clock() { return std::chrono::system_clock::now(); }
+
     test::FakeCorrectionEngine fake;
     test::ManualExecutor executor;
+    HistoryStore history{dir.filePath("history.sqlite3")};
     HomeModel home;
     ComposerModel composer{[this](std::string original) {
         return std::make_unique<Session>(Session::Editing{}, std::move(original), "", std::nullopt, fake.engine(),
                                          executor.executor());
     }};
+    OverviewModel overview{history, nullptr, &clock, test::pinned("UTC")};
+    HistoryListModel recent{history, &clock, test::pinned("UTC")};
+    HistoryListModel activity{history, &clock, test::pinned("UTC")};
+    std::vector<ComposerDraft> drafts;
+    HistoryActions actions{history, home, [this](const ComposerDraft& draft) { drafts.push_back(draft); },
+                           [](const QString&) {}};
     QQuickView view;
 };
+
+using ComposerScreenshotTest = HomeScreenshotTest;
 
 TEST_F(ComposerScreenshotTest, EveryState)
 {
@@ -112,8 +136,50 @@ TEST_F(ComposerScreenshotTest, EveryState)
     executor.drain();
     screenshot("composer-error.png");
 
+    EXPECT_EQ(recorder.warnings(), "");
+}
+
+AcceptedCorrection accepted(const char* original, const char* corrected, int changes, const char* source)
+{
+    return {original,
+            corrected,
+            CorrectionRun{ProviderID::anthropic, "claude-haiku-4-5-20251001", {}, {}},
+            TokenUsage{1843, 212},
+            changes,
+            source ? std::optional<std::string>(source) : std::nullopt};
+}
+
+TEST_F(HomeScreenshotTest, OverviewAndActivityEmptyThenWithHistory)
+{
+    const test::WarningRecorder recorder;
     home.select(HomeSection::overview);
-    screenshot("home-overview.png");
+    screenshot("overview-empty.png");
+    home.select(HomeSection::activity);
+    screenshot("activity-empty.png");
+
+    history.record(accepted("teh meeting is moved too thursday", "The meeting is moved to Thursday.", 3, "Mousepad"));
+    history.record(accepted("Their going to the libary", "They're going to the library.", 2, nullptr));
+    history.record(accepted("i has a cafe creme", "I had a café crème.", 3, "Firefox"));
+    history.record(accepted("   ", "   ", 0, "Terminal"));
+    home.select(HomeSection::overview);
+    screenshot("overview.png");
+
+    home.select(HomeSection::activity);
+    screenshot("activity-list.png");
+    actions.open(history.records()[1].id);
+    screenshot("activity-detail.png");
+    activity.setQuery("  CAFE ");
+    EXPECT_EQ(activity.count(), 1);
+    screenshot("activity-search.png");
+    activity.setQuery("zebra");
+    screenshot("activity-no-match.png");
+    activity.setQuery("");
+
+    auto* dialog = view.rootObject()->findChild<QObject*>("confirmClear");
+    ASSERT_NE(dialog, nullptr);
+    QMetaObject::invokeMethod(dialog, "open");
+    screenshot("activity-clear-confirmation.png");
+    EXPECT_EQ(dialog->property("title").toString(), "Clear all activity?");
     EXPECT_EQ(recorder.warnings(), "");
 }
 

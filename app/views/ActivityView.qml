@@ -1,0 +1,273 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+// The Activity section: every correction newest first, searched on every keystroke, with the selected
+// one's details beside the list. Context: `activity` (HistoryListModel), `historyActions`, `home`.
+Item {
+    id: root
+
+    property bool active: true
+    readonly property var selected: {
+        // Re-read when the selection or the history changes.
+        activity.count
+        return home.activitySelection !== 0 ? activity.record(home.activitySelection) : ({})
+    }
+    readonly property bool hasSelection: selected.recordId !== undefined
+
+    onActiveChanged: {
+        if (active) {
+            activity.refreshTimes()
+            // Opening a record from the overview scrolls it into view.
+            const row = activity.rowOf(home.activitySelection)
+            if (row >= 0)
+                list.positionViewAtIndex(row, ListView.Contain)
+        }
+    }
+
+    SectionHeader {
+        id: header
+
+        width: parent.width
+        title: "Activity"
+
+        Text {
+            anchors.verticalCenter: parent.verticalCenter
+            text: activity.countText
+            color: "#8e8e93"
+            font.pixelSize: 12
+        }
+        LinkButton {
+            text: "Clear"
+            enabled: activity.totalCount > 0
+            opacity: enabled ? 1 : 0.4
+            onClicked: confirmClear.open()
+        }
+    }
+
+    Column {
+        visible: activity.totalCount === 0
+        anchors.centerIn: parent
+        spacing: 10
+
+        Text {
+            anchors.horizontalCenter: parent.horizontalCenter
+            text: "No corrections yet"
+            color: "#f5f5f7"
+            font.pixelSize: 18
+            font.weight: Font.DemiBold
+        }
+        Text {
+            anchors.horizontalCenter: parent.horizontalCenter
+            text: "Corrections you accept will appear here."
+            color: "#8e8e93"
+            font.pixelSize: 13
+        }
+        PillButton {
+            anchors.horizontalCenter: parent.horizontalCenter
+            text: "Write"
+            prominent: true
+            onClicked: home.selection = "composer"
+        }
+    }
+
+    Item {
+        id: listPane
+
+        visible: activity.totalCount > 0
+        anchors.top: header.bottom
+        anchors.topMargin: 14
+        anchors.bottom: parent.bottom
+        width: Math.round(parent.width * 0.42)
+
+        TextField {
+            id: search
+
+            width: parent.width
+            placeholderText: "Search corrections"
+            placeholderTextColor: "#6e6e73"
+            color: "#f5f5f7"
+            font.pixelSize: 13
+            leftPadding: 10
+            Accessible.name: "Search corrections"
+            text: activity.query
+            onTextEdited: activity.query = text
+            background: Rectangle {
+                radius: 7
+                color: "#232325"
+                border.width: 1
+                border.color: search.activeFocus ? "#0a84ff" : "#343437"
+            }
+        }
+
+        ListView {
+            id: list
+
+            anchors.top: search.bottom
+            anchors.topMargin: 10
+            anchors.bottom: parent.bottom
+            width: parent.width
+            clip: true
+            spacing: 2
+            model: activity
+            boundsBehavior: Flickable.StopAtBounds
+            ScrollBar.vertical: ScrollBar {}
+
+            delegate: HistoryRow {
+                width: list.width
+                recordId: model.recordId
+                title: model.title
+                detail: model.fixes + " \u00B7 " + model.time
+                selected: model.recordId === home.activitySelection
+                onActivated: home.activitySelection = model.recordId
+            }
+        }
+
+        Text {
+            visible: activity.count === 0
+            anchors.horizontalCenter: list.horizontalCenter
+            y: list.y + 30
+            text: "No matching corrections"
+            color: "#8e8e93"
+            font.pixelSize: 13
+        }
+    }
+
+    Rectangle {
+        id: detailPane
+
+        visible: activity.totalCount > 0
+        anchors.left: listPane.right
+        anchors.leftMargin: 16
+        anchors.right: parent.right
+        anchors.top: listPane.top
+        anchors.bottom: parent.bottom
+        radius: 10
+        color: "#232325"
+        border.width: 1
+        border.color: "#2f2f32"
+
+        Text {
+            visible: !root.hasSelection
+            anchors.centerIn: parent
+            text: "Select a correction"
+            color: "#8e8e93"
+            font.pixelSize: 13
+        }
+
+        Flickable {
+            id: detailScroll
+
+            visible: root.hasSelection
+            anchors.fill: parent
+            anchors.margins: 18
+            clip: true
+            contentHeight: detail.implicitHeight
+            boundsBehavior: Flickable.StopAtBounds
+            ScrollBar.vertical: ScrollBar {}
+
+            Column {
+                id: detail
+
+                width: detailScroll.width
+                spacing: 14
+
+                Text {
+                    text: root.selected.source ?? ""
+                    color: "#8e8e93"
+                    font.pixelSize: 12
+                }
+                DetailText {
+                    label: "Original"
+                    body: root.selected.original ?? ""
+                    muted: true
+                }
+                DetailText {
+                    label: "Correction"
+                    body: root.selected.corrected ?? ""
+                }
+                Text {
+                    visible: text !== ""
+                    text: root.selected.settings ?? ""
+                    color: "#8e8e93"
+                    font.pixelSize: 12
+                }
+                Text {
+                    width: parent.width
+                    wrapMode: Text.Wrap
+                    text: root.selected.detail ?? ""
+                    color: "#8e8e93"
+                    font.pixelSize: 12
+                }
+                Row {
+                    spacing: 8
+
+                    PillButton {
+                        text: "Copy"
+                        onClicked: historyActions.copyCorrection(home.activitySelection)
+                    }
+                    PillButton {
+                        text: "Reuse"
+                        onClicked: historyActions.reuseCorrection(home.activitySelection)
+                    }
+                    PillButton {
+                        text: "Rerun original"
+                        onClicked: historyActions.rerunOriginal(home.activitySelection)
+                    }
+                }
+            }
+        }
+    }
+
+    Dialog {
+        id: confirmClear
+
+        objectName: "confirmClear"
+
+        anchors.centerIn: parent
+        width: 360
+        modal: true
+        title: "Clear all activity?"
+        padding: 20
+
+        background: Rectangle {
+            radius: 12
+            color: "#2c2c2e"
+            border.width: 1
+            border.color: "#3a3a3e"
+        }
+        header: Text {
+            topPadding: 20
+            leftPadding: 20
+            rightPadding: 20
+            text: confirmClear.title
+            color: "#f5f5f7"
+            font.pixelSize: 15
+            font.weight: Font.DemiBold
+        }
+        contentItem: Text {
+            text: activity.clearMessage
+            wrapMode: Text.Wrap
+            color: "#d1d1d6"
+            font.pixelSize: 13
+        }
+        footer: Row {
+            layoutDirection: Qt.RightToLeft
+            spacing: 8
+            rightPadding: 20
+            bottomPadding: 20
+
+            PillButton {
+                text: "Clear"
+                destructive: true
+                onClicked: {
+                    historyActions.clearAll()
+                    confirmClear.close()
+                }
+            }
+            PillButton {
+                text: "Cancel"
+                onClicked: confirmClear.close()
+            }
+        }
+    }
+}

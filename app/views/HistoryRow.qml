@@ -1,0 +1,75 @@
+import QtQuick
+
+// One history record in a list: its title, with its fixes and time (or source) under it. A click
+// activates it; a right click (or the menu key) opens the shared context menu.
+Rectangle {
+    id: row
+
+    property var recordId: 0
+    property string title: ""
+    property string detail: ""
+    property string trailing: ""
+    property bool selected: false
+    signal activated()
+
+    implicitHeight: 52
+    radius: 8
+    color: selected ? "#0a63c9" : mouse.containsMouse ? "#2a2a2d" : "transparent"
+    Accessible.role: Accessible.ListItem
+    Accessible.name: title
+
+    Column {
+        anchors.left: parent.left
+        anchors.right: trailingText.left
+        anchors.leftMargin: 12
+        anchors.rightMargin: 10
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: 3
+
+        Text {
+            width: parent.width
+            text: row.title
+            color: "#f5f5f7"
+            font.pixelSize: 13
+            elide: Text.ElideRight
+            maximumLineCount: 1
+            textFormat: Text.PlainText
+        }
+        Text {
+            width: parent.width
+            text: row.detail
+            color: row.selected ? "#d6e6ff" : "#8e8e93"
+            font.pixelSize: 11
+            elide: Text.ElideRight
+        }
+    }
+    Text {
+        id: trailingText
+
+        anchors.right: parent.right
+        anchors.rightMargin: 12
+        anchors.verticalCenter: parent.verticalCenter
+        text: row.trailing
+        color: row.selected ? "#d6e6ff" : "#8e8e93"
+        font.pixelSize: 11
+    }
+
+    MouseArea {
+        id: mouse
+
+        anchors.fill: parent
+        hoverEnabled: true
+        acceptedButtons: Qt.LeftButton | Qt.RightButton
+        onClicked: (event) => {
+            if (event.button === Qt.RightButton) {
+                menu.recordId = row.recordId
+                menu.popup()
+            } else {
+                row.activated()
+            }
+        }
+    }
+    HistoryContextMenu {
+        id: menu
+    }
+}
