@@ -63,15 +63,26 @@ void OnboardingModel::refreshDesktop()
     }
 }
 
-// The practice counts once the sentence comes back corrected and accepted: the flow records exactly
-// that, whichever way the user went (review panel or straight replacement).
+void OnboardingModel::setPracticeText(const QString& text)
+{
+    if (m_practiceText == text) {
+        return;
+    }
+    m_practiceText = text;
+    emit practiceTextChanged();
+    checkPractice();
+}
+
+// The practice counts once the field holds the accepted correction of the sentence: the history says the
+// flow ran to the end (whether through the review panel or straight away), the field that the paste landed.
 void OnboardingModel::checkPractice()
 {
     if (m_practiced || m_history.records().empty()) {
         return;
     }
     const CorrectionRecord& newest = m_history.records().front();
-    if (QString::fromStdString(newest.original).trimmed() == practiceSentence()) {
+    if (QString::fromStdString(newest.original).trimmed() == practiceSentence() &&
+        QString::fromStdString(newest.corrected).trimmed() == m_practiceText.trimmed()) {
         m_practiced = true;
         emit practicedChanged();
     }

@@ -24,7 +24,9 @@ class OnboardingModel : public QObject
     Q_PROPERTY(bool isWayland READ isWayland CONSTANT)
     Q_PROPERTY(QString shortcutText READ shortcutText CONSTANT)
     Q_PROPERTY(QString practiceSentence READ practiceSentence CONSTANT)
-    // True once the practice sentence was corrected and accepted.
+    // What the practice field holds now; the view writes it on every change.
+    Q_PROPERTY(QString practiceText READ practiceText WRITE setPracticeText NOTIFY practiceTextChanged)
+    // True once the practice sentence was corrected, accepted, and pasted back into the field.
     Q_PROPERTY(bool practiced READ practiced NOTIFY practicedChanged)
 
 public:
@@ -49,6 +51,8 @@ public:
     [[nodiscard]] bool isWayland() const { return m_desktop.isWayland; }
     [[nodiscard]] QString shortcutText() const;
     [[nodiscard]] static QString practiceSentence();
+    [[nodiscard]] const QString& practiceText() const { return m_practiceText; }
+    void setPracticeText(const QString& text);
     [[nodiscard]] bool practiced() const { return m_practiced; }
 
     Q_INVOKABLE void next();
@@ -61,6 +65,7 @@ public:
 signals:
     void pageChanged();
     void canPostInputChanged();
+    void practiceTextChanged();
     void practicedChanged();
     void finished();
 
@@ -74,6 +79,7 @@ private:
     Desktop m_desktop;
     int m_page = providerPage;
     bool m_canPostInput = false;
+    QString m_practiceText = practiceSentence();
     bool m_practiced = false;
 };
 

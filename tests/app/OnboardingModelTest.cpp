@@ -50,12 +50,14 @@ TEST_F(OnboardingModelTest, PagesStayInRangeAndTheDesktopIsAskedAgain)
     EXPECT_EQ(model.shortcutText(), "your shortcut") << "no shortcut settings given";
 }
 
-TEST_F(OnboardingModelTest, OnlyTheAcceptedPracticeSentenceCountsAndFinishingIsRemembered)
+TEST_F(OnboardingModelTest, PracticeCountsOnceItsCorrectionIsInTheFieldAndFinishingIsRemembered)
 {
     QSignalSpy practiced(&model, &OnboardingModel::practicedChanged);
     history.record(accepted("some other text"));
     EXPECT_FALSE(model.practiced());
     history.record(accepted(OnboardingModel::practiceSentence() + "\n"));
+    EXPECT_FALSE(model.practiced()) << "accepted, but not in the field yet";
+    model.setPracticeText("They're going to the library tomorrow.");
     EXPECT_TRUE(model.practiced());
     EXPECT_EQ(practiced.count(), 1);
 
