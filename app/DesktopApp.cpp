@@ -1,5 +1,6 @@
 #include "app/DesktopApp.h"
 
+#include "app/AppIcon.h"
 #include "app/AppSettings.h"
 #include "app/CorrectionEnvironment.h"
 #include "app/GrammarCoordinator.h"
@@ -16,11 +17,8 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QApplication>
-#include <QIcon>
 #include <QLoggingCategory>
 #include <QMenu>
-#include <QPainter>
-#include <QPixmap>
 #include <QSystemTrayIcon>
 #include <QTimer>
 
@@ -31,28 +29,6 @@ Q_LOGGING_CATEGORY(lcApp, "vesk.app")
 namespace {
 
 constexpr const char* fixGrammar = ShortcutSettings::fixGrammar;
-
-// A rounded "V" badge; drawn so the app needs no icon theme.
-QIcon appIcon()
-{
-    QIcon icon;
-    for (const int size : {16, 22, 24, 32, 48, 64, 128}) {
-        QPixmap pixmap(size, size);
-        pixmap.fill(Qt::transparent);
-        QPainter painter(&pixmap);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setBrush(QColor(0x0a, 0x84, 0xff));
-        painter.setPen(Qt::NoPen);
-        painter.drawRoundedRect(QRectF(0, 0, size, size), size * 0.22, size * 0.22);
-        QPen pen(Qt::white, std::max(1.5, size * 0.12), Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
-        painter.setPen(pen);
-        const QPointF points[] = {{size * 0.28, size * 0.3}, {size * 0.5, size * 0.72}, {size * 0.72, size * 0.3}};
-        painter.drawPolyline(points, 3);
-        painter.end();
-        icon.addPixmap(pixmap);
-    }
-    return icon;
-}
 
 } // namespace
 
