@@ -1,10 +1,13 @@
 #include "core/UnicodeText.h"
 
+#include <memory>
 #include <string>
+#include <unicode/brkiter.h>
 #include <unicode/locid.h>
 #include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
+#include <unicode/utext.h>
 #include <unicode/utf8.h>
 
 namespace vesk::unicode {
@@ -83,6 +86,27 @@ icu::UnicodeString withoutNonspacingMarks(const icu::UnicodeString& decomposed)
     return result;
 }
 
+// Calls `visit` with the byte offset of every grapheme boundary after the start, in order, until it returns
+// false. Invalid bytes are characters of their own.
+template <typename Visit> void forEachGraphemeEnd(std::string_view text, Visit visit)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    UText* utext = utext_openUTF8(nullptr, text.data(), static_cast<int64_t>(text.size()), &status);
+    const std::unique_ptr<icu::BreakIterator> breaks(
+        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+    if (U_SUCCESS(status)) {
+        breaks->setText(utext, status);
+    }
+    if (U_SUCCESS(status)) {
+        for (int32_t end = breaks->next(); end != icu::BreakIterator::DONE; end = breaks->next()) {
+            if (!visit(static_cast<std::size_t>(end))) {
+                break;
+            }
+        }
+    }
+    utext_close(utext);
+}
+
 } // namespace
 
 bool isWhiteSpace(char32_t codePoint)
@@ -141,6 +165,33 @@ std::size_t countWords(std::string_view text)
         inWord = !space;
     }
     return words;
+}
+
+std::size_t countGraphemes(std::string_view text)
+{
+    std::size_t count = 0;
+    forEachGraphemeEnd(text, [&](std::size_t) {
+        ++count;
+        return true;
+    });
+    return count;
+}
+
+std::string_view firstGraphemes(std::string_view text, std::size_t count)
+{
+    if (count == 0) {
+        return text.substr(0, 0);
+    }
+    std::size_t seen = 0;
+    std::size_t cut = text.size();
+    forEachGraphemeEnd(text, [&](std::size_t end) {
+        if (++seen < count) {
+            return true;
+        }
+        cut = end;
+        return false;
+    });
+    return text.substr(0, cut);
 }
 
 std::string foldedForComparison(std::string_view text, std::string_view localeId)

@@ -63,6 +63,36 @@ INSTANTIATE_TEST_SUITE_P(UnicodeText, WordCounting,
                                          WordCase{"InvalidBytesAreWords", "\xFF \xFE", 2}),
                          test::ParamName());
 
+// `first` is the text cut to its first two characters.
+struct GraphemeCase
+{
+    const char* name;
+    std::string_view text;
+    std::size_t count;
+    std::string_view first;
+};
+
+using Graphemes = testing::TestWithParam<GraphemeCase>;
+
+TEST_P(Graphemes, CountAndCutWhatTheUserSeesAsCharacters)
+{
+    EXPECT_EQ(countGraphemes(GetParam().text), GetParam().count);
+    EXPECT_EQ(firstGraphemes(GetParam().text, 2), GetParam().first);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    UnicodeText, Graphemes,
+    testing::Values(GraphemeCase{"Empty", "", 0, ""}, GraphemeCase{"Ascii", "abc", 3, "ab"},
+                    GraphemeCase{"ShorterThanTheCut", "a", 1, "a"},
+                    GraphemeCase{"CombiningAccentStaysWithItsLetter", "e\u0301e\u0301e", 3, "e\u0301e\u0301"},
+                    GraphemeCase{"SkinToneModifier", "\U0001F44D\U0001F3FD!", 2, "\U0001F44D\U0001F3FD!"},
+                    GraphemeCase{"FlagIsOneCharacter", "\U0001F1EB\U0001F1F7ab", 3, "\U0001F1EB\U0001F1F7a"},
+                    GraphemeCase{"FamilyJoinedByZeroWidthJoiners", "\U0001F468\u200D\U0001F469\u200D\U0001F467xy", 3,
+                                 "\U0001F468\u200D\U0001F469\u200D\U0001F467x"},
+                    GraphemeCase{"WindowsLineBreakIsOneCharacter", "\r\nab", 3, "\r\na"},
+                    GraphemeCase{"InvalidBytesAreCharacters", "\xFF\xFEz", 3, "\xFF\xFE"}),
+    test::ParamName());
+
 struct FoldCase
 {
     const char* name;
