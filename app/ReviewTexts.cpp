@@ -1,5 +1,7 @@
 #include "app/ReviewTexts.h"
 
+#include "app/Utf8.h"
+
 #include <QLocale>
 #include <QRegularExpression>
 #include <QStringList>
@@ -13,11 +15,6 @@ template <typename... Ts> struct Overloaded : Ts...
 {
     using Ts::operator()...;
 };
-
-QString fromUtf8(std::string_view text)
-{
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 } // namespace
 
