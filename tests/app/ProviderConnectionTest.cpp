@@ -1,0 +1,172 @@
+#include "app/ProviderConnection.h"
+
+#include "app/AppSettings.h"
+#include "core/CurlTransport.h"
+#include "core/InMemoryKeyStore.h"
+#include "support/ScriptedProviderServer.h"
+
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+#include <future>
+#include <gtest/gtest.h>
+
+namespace vesk::app {
+namespace {
+
+using namespace std::chrono_literals;
+using test::ScriptedResponse;
+namespace streams = test::streams;
+
+bool waitFor(const std::function<bool()>& condition)
+{
+    return QTest::qWaitFor(condition, 5000);
+}
+
+// Answers `hasKey` for one provider only once the test lets it.
+class GatedKeyStore final : public APIKeyStore
+{
+public:
+    GatedKeyStore(std::map<ProviderID, std::string> keys, ProviderID gated) : m_keys(std::move(keys)), m_gated(gated) {}
+    void open() { m_gate.set_value(); }
+
+    std::optional<std::string> key(ProviderID provider) override { return m_keys.key(provider); }
+    bool hasKey(ProviderID provider) override
+    {
+        if (provider == m_gated) {
+            m_opened.wait();
+        }
+        return m_keys.hasKey(provider);
+    }
+    bool save(std::string_view key, ProviderID provider) override { return m_keys.save(key, provider); }
+    bool remove(ProviderID provider) override { return m_keys.remove(provider); }
+
+private:
+    InMemoryKeyStore m_keys;
+    ProviderID m_gated;
+    std::promise<void> m_gate;
+    std::shared_future<void> m_opened = m_gate.get_future().share();
+};
+
+// The real probe over real HTTP to the scripted server, which the settings name as the base address.
+class ProviderConnectionTest : public ::testing::Test
+{
+protected:
+    ProviderConnectionTest()
+    {
+        for (const ProviderID provider : allCases<ProviderID>()) {
+            m_settings.setEndpoint(provider, m_server.url(""));
+        }
+    }
+
+    std::unique_ptr<ProviderConnection> connect(ProviderID provider, std::chrono::milliseconds limit = 12s)
+    {
+        m_settings.setSelectedProvider(provider);
+        auto connection = std::make_unique<ProviderConnection>(
+            m_settings, m_keys, ProviderConnection::correctionProbe(std::make_shared<CurlTransport>()), limit);
+        EXPECT_TRUE(waitFor([&] { return !connection->isLoading(); }));
+        return connection;
+    }
+
+    static bool settled(const ProviderConnection& connection)
+    {
+        return connection.status() != ProviderConnection::Status::checking;
+    }
+
+    test::ScriptedProviderServer m_server;
+    QTemporaryDir m_dir;
+    AppSettings m_settings{std::make_unique<QSettings>(m_dir.filePath("vesk.conf"), QSettings::IniFormat)};
+    std::shared_ptr<InMemoryKeyStore> m_keys = std::make_shared<InMemoryKeyStore>();
+};
+
+TEST_F(ProviderConnectionTest, BlankDraftFailsAtOnceWithoutARequest)
+{
+    const auto connection = connect(ProviderID::anthropic);
+    connection->setDraft(" \n\t");
+    connection->verifyAndSave();
+    EXPECT_EQ(connection->status(), ProviderConnection::Status::failed);
+    EXPECT_EQ(connection->failureTitle(), "No Anthropic key yet");
+    EXPECT_EQ(connection->failureMessage(), "Add your API key in Settings.");
+    QTest::qWait(50);
+    EXPECT_TRUE(m_server.requests().empty());
+}
+
+TEST_F(ProviderConnectionTest, RejectedKeyFailsAndIsNotSaved)
+{
+    const auto connection = connect(ProviderID::openai);
+    m_server.enqueue(ScriptedResponse::text(401, "application/json", streams::openAIErrorBody("Incorrect API key")));
+    connection->setDraft("sk-bad");
+    connection->verifyAndSave();
+    EXPECT_EQ(connection->status(), ProviderConnection::Status::checking);
+    ASSERT_TRUE(waitFor([&] { return settled(*connection); }));
+    EXPECT_EQ(connection->status(), ProviderConnection::Status::failed);
+    EXPECT_EQ(connection->failureTitle(), "OpenAI rejected the key");
+    EXPECT_FALSE(m_keys->hasKey(ProviderID::openai));
+    EXPECT_FALSE(connection->hasSavedKey());
+    EXPECT_EQ(connection->draft(), "sk-bad") << "kept so the user can correct it";
+}
+
+TEST_F(ProviderConnectionTest, KeyWithATrailingLineBreakIsCheckedAndSavedWithoutIt)
+{
+    const auto connection = connect(ProviderID::openai);
+    m_settings.setModel(ProviderID::openai, "gpt-4.1-mini");
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Hello", " world"})));
+    connection->setDraft("sk-good\n");
+    connection->verifyAndSave();
+    ASSERT_TRUE(waitFor([&] { return settled(*connection); }));
+    EXPECT_EQ(connection->status(), ProviderConnection::Status::connected) << connection->failureTitle().toStdString();
+
+    const std::vector<test::RecordedRequest> requests = m_server.requests();
+    ASSERT_EQ(requests.size(), 1U);
+    const test::RecordedRequest& probe = requests[0];
+    EXPECT_EQ(probe.header("Authorization"), "Bearer sk-good");
+    EXPECT_NE(probe.body.find("helo wrld"), std::string::npos);
+    EXPECT_NE(probe.body.find("\"gpt-4.1-mini\""), std::string::npos) << "the user's model for the provider";
+    EXPECT_EQ(m_keys->key(ProviderID::openai), "sk-good");
+    EXPECT_TRUE(connection->hasSavedKey());
+    EXPECT_FALSE(connection->isEditing());
+    EXPECT_EQ(connection->draft(), "");
+}
+
+TEST_F(ProviderConnectionTest, ProbeWithoutAnswerFailsAtTheLimit)
+{
+    const auto connection = connect(ProviderID::anthropic, 300ms);
+    m_server.enqueue(ScriptedResponse::stallBeforeHead());
+    connection->setDraft("sk-ant-slow");
+    connection->verifyAndSave();
+    ASSERT_TRUE(waitFor([&] { return settled(*connection); }));
+    EXPECT_EQ(connection->failureTitle(), "Anthropic didn't respond");
+    EXPECT_EQ(connection->failureMessage(), "Check your connection and try again.");
+    EXPECT_FALSE(m_keys->hasKey(ProviderID::anthropic));
+}
+
+TEST_F(ProviderConnectionTest, RemovingAKeyTheStoreNoLongerHoldsSucceeds)
+{
+    m_keys->save("sk-old", ProviderID::openai);
+    const auto connection = connect(ProviderID::openai);
+    ASSERT_TRUE(connection->hasSavedKey());
+    m_keys->remove(ProviderID::openai); // gone behind the connection's back
+    connection->removeKey();
+    ASSERT_TRUE(waitFor([&] { return !connection->hasSavedKey(); }));
+    EXPECT_EQ(connection->status(), ProviderConnection::Status::idle);
+    EXPECT_TRUE(connection->isEditing()) << "the entry field shows at once for a new key";
+}
+
+TEST_F(ProviderConnectionTest, SelectingAProviderStoresItAndDiscardsTheOlderLoad)
+{
+    auto keys = std::make_shared<GatedKeyStore>(std::map<ProviderID, std::string>{{ProviderID::openai, "sk-open"}},
+                                                ProviderID::openai);
+    ProviderConnection connection(m_settings, keys, ProviderConnection::correctionProbe(nullptr));
+    ASSERT_TRUE(connection.isLoading()) << "the OpenAI load waits at the gate";
+
+    connection.selectProvider("anthropic");
+    EXPECT_EQ(m_settings.selectedProvider(), ProviderID::anthropic);
+    ASSERT_TRUE(waitFor([&] { return !connection.isLoading(); }));
+    keys->open();
+    QTest::qWait(100);
+    EXPECT_EQ(connection.provider(), ProviderID::anthropic);
+    EXPECT_FALSE(connection.hasSavedKey()) << "OpenAI's late answer must not show as Anthropic's";
+}
+
+} // namespace
+} // namespace vesk::app
