@@ -1,0 +1,91 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+// A drop-down of {value, label, menuLabel, note} options: the control shows the short label, the menu the
+// longer one and any note. `picked` says which value the user chose; bind `value` to the setting.
+ComboBox {
+    id: picker
+
+    property var options: []
+    property string value: ""
+    signal picked(string value)
+
+    implicitWidth: 230
+    implicitHeight: 28
+    model: options
+    textRole: "label"
+    currentIndex: options.findIndex(option => option.value === value)
+    onActivated: index => picker.picked(options[index].value)
+
+    background: Rectangle {
+        radius: 7
+        color: picker.down ? "#3a3a3e" : picker.hovered ? "#343437" : "#2c2c2e"
+        border.width: 1
+        border.color: picker.visualFocus ? "#0a84ff" : "#48484a"
+    }
+    contentItem: Text {
+        leftPadding: 10
+        rightPadding: 24
+        verticalAlignment: Text.AlignVCenter
+        elide: Text.ElideRight
+        text: picker.displayText
+        color: "#f5f5f7"
+        font.pixelSize: 13
+    }
+    indicator: Text {
+        x: picker.width - width - 9
+        anchors.verticalCenter: parent.verticalCenter
+        text: "⌄"
+        color: "#a1a1a6"
+        font.pixelSize: 12
+    }
+    delegate: ItemDelegate {
+        id: option
+
+        required property var modelData
+        required property int index
+
+        width: picker.popup.width
+        highlighted: picker.highlightedIndex === index
+        contentItem: Column {
+            spacing: 2
+
+            Text {
+                text: (option.index === picker.currentIndex ? "✓ " : "   ")
+                      + (option.modelData.menuLabel || option.modelData.label)
+                color: "#f5f5f7"
+                font.pixelSize: 13
+            }
+            Text {
+                visible: (option.modelData.note || "") !== ""
+                leftPadding: 14
+                text: option.modelData.note || ""
+                color: "#a1a1a6"
+                font.pixelSize: 11
+            }
+        }
+        background: Rectangle {
+            radius: 5
+            color: option.highlighted ? "#0a63c9" : "transparent"
+        }
+    }
+    popup: Popup {
+        y: picker.height + 2
+        width: Math.max(picker.width, 240)
+        implicitHeight: contentItem.implicitHeight + 8
+        padding: 4
+
+        contentItem: ListView {
+            clip: true
+            implicitHeight: contentHeight
+            model: picker.popup.visible ? picker.delegateModel : null
+            currentIndex: picker.highlightedIndex
+        }
+        background: Rectangle {
+            radius: 8
+            color: "#2c2c2e"
+            border.width: 1
+            border.color: "#48484a"
+        }
+    }
+}

@@ -1,0 +1,217 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Templates as T
+
+// The API key of the selected provider: paste, check and save a key, or check, replace and remove the saved
+// one, with the outcome of the last attempt. `connection` is a ProviderConnection.
+Column {
+    id: entry
+
+    required property var connection
+    readonly property bool showsField: !connection.hasSavedKey || connection.isEditing
+    readonly property bool busy: connection.status === "checking"
+
+    spacing: 10
+    enabled: !connection.isLoading
+    opacity: enabled ? 1.0 : 0.6
+
+    // The saved key.
+    Row {
+        visible: !entry.showsField
+        spacing: 8
+
+        StatusSymbol {
+            anchors.verticalCenter: parent.verticalCenter
+            size: 16
+            glyph: entry.connection.status === "failed" ? "!" : "✓"
+            tint: entry.connection.status === "failed" ? "#ff9f0a" : "#30d158"
+        }
+        Text {
+            anchors.verticalCenter: parent.verticalCenter
+            text: entry.connection.status === "failed" ? "Needs attention. Check or replace the key."
+                                                       : "Saved to your keyring"
+            color: "#f5f5f7"
+            font.pixelSize: 13
+        }
+    }
+    Row {
+        visible: !entry.showsField
+        spacing: 8
+
+        KeycapButton {
+            text: "Check connection"
+            enabled: !entry.busy
+            onClicked: entry.connection.checkConnection()
+        }
+        KeycapButton {
+            text: "Replace"
+            enabled: !entry.busy
+            onClicked: entry.connection.startReplacing()
+        }
+        KeycapButton {
+            text: "Remove"
+            enabled: !entry.busy
+            onClicked: removal.open()
+        }
+    }
+
+    // A new key.
+    Rectangle {
+        visible: entry.showsField
+        width: Math.min(entry.width, 460)
+        height: 30
+        radius: 7
+        color: "#2c2c2e"
+        border.width: 1
+        border.color: keyField.activeFocus ? "#0a84ff" : "#48484a"
+
+        TextField {
+            id: keyField
+
+            anchors.fill: parent
+            leftPadding: 10
+            rightPadding: 10
+            echoMode: TextInput.Password
+            text: entry.connection.draft
+            onTextEdited: entry.connection.draft = text
+            onAccepted: entry.connection.verifyAndSave()
+            enabled: !entry.busy
+            placeholderText: entry.connection.hasSavedKey ? "Key saved. Paste a new one to replace it"
+                                                          : "Paste your " + entry.connection.providerName + " API key"
+            placeholderTextColor: "#6e6e73"
+            color: "#f5f5f7"
+            selectionColor: "#0a63c9"
+            font.pixelSize: 13
+            background: null
+            Accessible.name: entry.connection.providerName + " API key"
+        }
+    }
+    Row {
+        visible: entry.showsField
+        spacing: 8
+
+        KeycapButton {
+            primary: true
+            enabled: !entry.busy
+            text: entry.connection.hasSavedKey ? "Verify & replace" : "Verify & save"
+            onClicked: entry.connection.verifyAndSave()
+        }
+        KeycapButton {
+            visible: entry.connection.hasSavedKey
+            enabled: !entry.busy
+            text: "Cancel"
+            onClicked: entry.connection.cancelReplacing()
+        }
+        LinkButton {
+            visible: !entry.connection.hasSavedKey
+            text: "Get a key ↗"
+            onClicked: Qt.openUrlExternally(entry.connection.keyPageUrl)
+        }
+    }
+
+    Text {
+        visible: entry.busy
+        text: entry.connection.isSaving ? "Saving key in keyring…" : "Checking the API key…"
+        color: "#a1a1a6"
+        font.pixelSize: 12
+    }
+
+    // What went wrong with the last attempt.
+    Rectangle {
+        visible: entry.connection.status === "failed"
+        width: Math.min(entry.width, 460)
+        height: failureTexts.implicitHeight + 20
+        radius: 8
+        color: "#3a2224"
+        border.width: 1
+        border.color: "#5c3034"
+
+        Column {
+            id: failureTexts
+
+            x: 12
+            y: 10
+            width: parent.width - 24
+            spacing: 3
+
+            Text {
+                width: parent.width
+                text: entry.connection.failureTitle
+                color: "#ff8a80"
+                font.pixelSize: 13
+                font.weight: Font.DemiBold
+                wrapMode: Text.WordWrap
+            }
+            Text {
+                width: parent.width
+                text: entry.connection.failureMessage
+                color: "#f5f5f7"
+                font.pixelSize: 12
+                wrapMode: Text.WordWrap
+            }
+            Text {
+                visible: entry.connection.failureDetail !== ""
+                width: parent.width
+                text: entry.connection.failureDetail
+                color: "#a1a1a6"
+                font.pixelSize: 11
+                wrapMode: Text.WrapAnywhere
+                maximumLineCount: 4
+                elide: Text.ElideRight
+            }
+        }
+    }
+
+    Dialog {
+        id: removal
+
+        parent: T.Overlay.overlay
+        anchors.centerIn: parent
+        width: 380
+        modal: true
+        padding: 20
+        title: "Remove the " + entry.connection.providerName + " key?"
+
+        background: Rectangle {
+            radius: 12
+            color: "#2c2c2e"
+            border.width: 1
+            border.color: "#48484a"
+        }
+        header: Text {
+            leftPadding: 20
+            rightPadding: 20
+            topPadding: 18
+            text: removal.title
+            color: "#f5f5f7"
+            font.pixelSize: 15
+            font.weight: Font.DemiBold
+            wrapMode: Text.WordWrap
+        }
+        contentItem: Text {
+            text: "Vesk can't make corrections until you add a key again. The key is deleted from your keyring."
+            color: "#d1d1d6"
+            font.pixelSize: 13
+            wrapMode: Text.WordWrap
+        }
+        footer: Row {
+            layoutDirection: Qt.RightToLeft
+            rightPadding: 20
+            bottomPadding: 18
+            spacing: 8
+
+            KeycapButton {
+                text: "Remove"
+                primary: true
+                onClicked: {
+                    removal.close()
+                    entry.connection.removeKey()
+                }
+            }
+            KeycapButton {
+                text: "Cancel"
+                onClicked: removal.close()
+            }
+        }
+    }
+}

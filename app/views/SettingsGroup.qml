@@ -1,0 +1,35 @@
+import QtQuick
+
+// A titled card of settings rows, separated by hairlines.
+Column {
+    id: group
+
+    property string title: ""
+    default property alias rows: rowsColumn.data
+
+    width: parent ? parent.width : 0
+    spacing: 8
+
+    Text {
+        leftPadding: 4
+        text: group.title
+        color: "#a1a1a6"
+        font.pixelSize: 12
+        font.weight: Font.DemiBold
+        Accessible.role: Accessible.Heading
+    }
+    Rectangle {
+        width: group.width
+        height: rowsColumn.implicitHeight
+        radius: 10
+        color: "#232325"
+        border.width: 1
+        border.color: "#303033"
+
+        Column {
+            id: rowsColumn
+
+            width: parent.width
+        }
+    }
+}

@@ -1,0 +1,305 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+// The Settings section: General, Writing, AI & Privacy and Help, then the version. Every control takes
+// effect at once. Context: `settings` (SettingsModel).
+Item {
+    id: root
+
+    readonly property var connection: settings.connection
+    property bool showsAdvanced: settings.baseAddress !== ""
+
+    SectionHeader {
+        id: header
+
+        width: parent.width
+        title: "Settings"
+    }
+
+    ScrollView {
+        id: scroller
+
+        anchors.top: header.bottom
+        anchors.bottom: parent.bottom
+        width: parent.width
+        contentWidth: availableWidth
+        clip: true
+
+        Column {
+            width: scroller.availableWidth - 14
+            topPadding: 18
+            bottomPadding: 24
+            spacing: 22
+
+            SettingsGroup {
+                title: "General"
+
+                SettingsRow {
+                    title: "Correction shortcut"
+                    note: "Select text in any app, then press it."
+
+                    ShortcutRecorderField {
+                        recorder: settings.shortcutRecorder
+                    }
+                }
+                SettingsRow {
+                    title: "Review before replacing"
+                    note: "Turn off to replace right away."
+
+                    ToggleSwitch {
+                        Accessible.name: "Review before replacing"
+                        checked: settings.reviewBeforeReplacing
+                        onToggled: settings.reviewBeforeReplacing = checked
+                    }
+                }
+                SettingsRow {
+                    title: "Launch at login"
+                    note: "Start Vesk when you log in."
+
+                    ToggleSwitch {
+                        Accessible.name: "Launch at login"
+                        checked: settings.launchAtLogin.enabled
+                        onToggled: settings.launchAtLogin.enabled = checked
+                    }
+                }
+            }
+
+            SettingsGroup {
+                title: "Writing"
+
+                SettingsRow {
+                    title: "Style"
+                    note: "Grammar fixes mistakes. Polish also smooths phrasing."
+
+                    OptionPicker {
+                        Accessible.name: "Strength"
+                        options: settings.strengthOptions
+                        value: settings.strength
+                        onPicked: value => settings.strength = value
+                    }
+                }
+                SettingsRow {
+                    title: "Tone"
+                    note: "Voice of the corrected text."
+
+                    OptionPicker {
+                        Accessible.name: "Tone"
+                        options: settings.toneOptions
+                        value: settings.tone
+                        onPicked: value => settings.tone = value
+                    }
+                }
+                SettingsRow {
+                    title: "Language"
+                    note: "Replies in the language you wrote in."
+
+                    OptionPicker {
+                        Accessible.name: "Language"
+                        options: settings.languageOptions
+                        value: settings.language
+                        onPicked: value => settings.language = value
+                    }
+                }
+                SettingsRow {
+                    title: "Never change meaning"
+                    note: "Vesk won't add or remove content."
+
+                    ToggleSwitch {
+                        Accessible.name: "Never change meaning"
+                        checked: settings.meaningLock
+                        onToggled: settings.meaningLock = checked
+                    }
+                }
+                SettingsRow {
+                    title: "Custom rules"
+                    note: "Extra guidance Vesk follows on every correction."
+                    stacked: true
+
+                    Column {
+                        width: parent.width
+                        spacing: 6
+
+                        Rectangle {
+                            width: parent.width
+                            height: 96
+                            radius: 8
+                            color: "#2c2c2e"
+                            border.width: 1
+                            border.color: rulesField.activeFocus ? "#0a84ff" : "#48484a"
+
+                            ScrollView {
+                                anchors.fill: parent
+                                anchors.margins: 1
+
+                                TextArea {
+                                    id: rulesField
+
+                                    text: settings.customRules
+                                    onTextChanged: settings.customRules = text
+                                    placeholderText: "e.g. Never use em dashes. Keep \"LGTM\" as-is."
+                                    placeholderTextColor: "#6e6e73"
+                                    Accessible.name: "Custom rules"
+                                    wrapMode: TextEdit.Wrap
+                                    color: "#f5f5f7"
+                                    selectionColor: "#0a63c9"
+                                    selectedTextColor: "#ffffff"
+                                    font.pixelSize: 13
+                                    padding: 8
+                                    background: null
+                                }
+                            }
+                        }
+                        Text {
+                            width: parent.width
+                            horizontalAlignment: Text.AlignRight
+                            text: settings.customRulesCount
+                            color: "#8e8e93"
+                            font.pixelSize: 11
+                        }
+                    }
+                }
+            }
+
+            SettingsGroup {
+                title: "AI & Privacy"
+
+                SettingsRow {
+                    title: "Provider"
+                    note: "Anthropic's Claude is recommended."
+
+                    OptionPicker {
+                        Accessible.name: "Provider"
+                        options: settings.providerOptions
+                        value: root.connection.provider
+                        onPicked: value => root.connection.provider = value
+                    }
+                }
+                SettingsRow {
+                    title: "Model"
+                    note: settings.modelIsFree ? "Any model the server at the base address offers."
+                                               : (settings.modelOptions.find(o => o.value === settings.model) || {}).note || ""
+
+                    OptionPicker {
+                        visible: !settings.modelIsFree
+                        Accessible.name: "Model"
+                        options: settings.modelOptions
+                        value: settings.model
+                        onPicked: value => settings.model = value
+                    }
+                    Rectangle {
+                        visible: settings.modelIsFree
+                        width: 230
+                        height: 28
+                        radius: 7
+                        color: "#2c2c2e"
+                        border.width: 1
+                        border.color: modelField.activeFocus ? "#0a84ff" : "#48484a"
+
+                        TextField {
+                            id: modelField
+
+                            anchors.fill: parent
+                            leftPadding: 10
+                            rightPadding: 10
+                            text: settings.model
+                            onTextEdited: settings.model = text
+                            Accessible.name: "Model"
+                            color: "#f5f5f7"
+                            selectionColor: "#0a63c9"
+                            font.pixelSize: 13
+                            background: null
+                        }
+                    }
+                }
+                SettingsRow {
+                    title: "API key"
+                    stacked: true
+
+                    ProviderKeyEntry {
+                        width: parent.width
+                        connection: root.connection
+                    }
+                }
+                SettingsRow {
+                    note: settings.privacyNote
+                }
+                SettingsRow {
+                    title: "Base address"
+                    note: (root.connection.provider === "openai"
+                           ? "For OpenAI-compatible servers such as Ollama, LM Studio or vLLM."
+                           : "For a gateway or proxy that speaks Anthropic's API.")
+                          + " Leave it empty to use " + root.connection.providerName + " directly."
+                    stacked: true
+
+                    Column {
+                        width: parent.width
+                        spacing: 6
+
+                        LinkButton {
+                            visible: !root.showsAdvanced
+                            text: "Use another server…"
+                            onClicked: root.showsAdvanced = true
+                        }
+                        Rectangle {
+                            visible: root.showsAdvanced
+                            width: Math.min(parent.width, 460)
+                            height: 30
+                            radius: 7
+                            color: "#2c2c2e"
+                            border.width: 1
+                            border.color: settings.baseAddressError !== "" ? "#ff6961"
+                                        : addressField.activeFocus ? "#0a84ff" : "#48484a"
+
+                            TextField {
+                                id: addressField
+
+                                anchors.fill: parent
+                                leftPadding: 10
+                                rightPadding: 10
+                                text: settings.baseAddress
+                                onTextEdited: settings.baseAddress = text
+                                placeholderText: "http://localhost:11434/v1"
+                                placeholderTextColor: "#6e6e73"
+                                Accessible.name: "Base address"
+                                color: "#f5f5f7"
+                                selectionColor: "#0a63c9"
+                                font.pixelSize: 13
+                                background: null
+                            }
+                        }
+                        Text {
+                            visible: settings.baseAddressError !== ""
+                            width: parent.width
+                            wrapMode: Text.WordWrap
+                            text: settings.baseAddressError
+                            color: "#ff6961"
+                            font.pixelSize: 12
+                        }
+                    }
+                }
+            }
+
+            SettingsGroup {
+                title: "Help"
+
+                SettingsRow {
+                    title: "Contact support"
+                    note: "Questions, ideas or bugs."
+
+                    LinkButton {
+                        text: "Email Vesk support ↗"
+                        onClicked: settings.contactSupport()
+                    }
+                }
+            }
+
+            Text {
+                width: parent.width
+                horizontalAlignment: Text.AlignHCenter
+                text: settings.versionText
+                color: "#6e6e73"
+                font.pixelSize: 11
+            }
+        }
+    }
+}

@@ -1,0 +1,123 @@
+#include "app/SettingsModel.h"
+
+#include "ViewTesting.h"
+#include "app/AppSettings.h"
+#include "app/ShortcutSettings.h"
+#include "core/InMemoryKeyStore.h"
+
+#include <QQmlContext>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace vesk::app {
+namespace {
+
+class SettingsModelTest : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite() { test::useSoftwareRendering(); }
+
+    std::unique_ptr<QSettings> storage(const char* name) const
+    {
+        return std::make_unique<QSettings>(m_dir.filePath(name), QSettings::IniFormat);
+    }
+
+    QTemporaryDir m_dir;
+    AppSettings m_settings{storage("vesk.conf")};
+    ShortcutSettings m_shortcuts{storage("shortcuts.conf")};
+    std::shared_ptr<InMemoryKeyStore> m_keys = std::make_shared<InMemoryKeyStore>();
+    ProviderConnection m_connection{
+        m_settings, m_keys, [](const ProviderConnection::Probe&, std::stop_token) -> std::optional<ProviderError> {
+            return ProviderError::http(401, "Incorrect API key");
+        }};
+    SettingsModel m_model{m_settings, m_connection, m_shortcuts};
+};
+
+TEST_F(SettingsModelTest, EveryControlIsStoredAtOnce)
+{
+    m_model.setStrength("clarityFlow");
+    m_model.setTone("friendly");
+    m_model.setLanguage("spanish");
+    m_model.setTone("Friendly"); // not a raw value: ignored
+    m_model.setMeaningLock(false);
+    m_model.setReviewBeforeReplacing(false);
+    m_model.setCustomRules("  Keep \"LGTM\" as-is.\n");
+    m_connection.selectProvider("anthropic");
+    m_model.setModel("claude-sonnet-4-6");
+
+    const AppSettings reloaded(storage("vesk.conf"));
+    const CorrectionSettings& c = reloaded.correction();
+    EXPECT_EQ(c.strength, CorrectionStrength::clarityFlow);
+    EXPECT_EQ(c.tone, Tone::friendly);
+    EXPECT_EQ(c.language, LanguageMode::spanish);
+    EXPECT_FALSE(c.meaningLock);
+    EXPECT_EQ(c.customInstructions, "  Keep \"LGTM\" as-is.\n") << "stored as typed, untrimmed";
+    EXPECT_FALSE(reloaded.reviewBeforeReplacing());
+    EXPECT_EQ(reloaded.selectedProvider(), ProviderID::anthropic);
+    EXPECT_EQ(reloaded.currentModel(), "claude-sonnet-4-6");
+}
+
+TEST_F(SettingsModelTest, LongCustomRulesAreCutToTheirFirst1024Characters)
+{
+    QString pasted;
+    for (int i = 0; i < 2000; ++i) {
+        pasted += QStringLiteral("e\u0301"); // one character of two code points
+    }
+    m_model.setCustomRules(pasted);
+    EXPECT_EQ(m_model.customRules(), pasted.left(2048));
+    EXPECT_EQ(m_model.customRulesCount(), "1024 / 1024");
+}
+
+TEST_F(SettingsModelTest, UnusableBaseAddressIsKeptInTheFieldButNotStored)
+{
+    m_model.setBaseAddress("http://127.0.0.1:11434/v1");
+    EXPECT_TRUE(m_model.modelIsFree());
+    m_model.setBaseAddress("localhost:11434");
+    EXPECT_EQ(m_model.baseAddress(), "localhost:11434");
+    EXPECT_NE(m_model.baseAddressError(), "");
+    EXPECT_EQ(m_settings.endpoint(ProviderID::openai), "http://127.0.0.1:11434/v1");
+    EXPECT_EQ(m_model.privacyNote(),
+              "Your text goes straight to the server at 127.0.0.1. Nothing passes through Vesk's servers.");
+
+    m_model.setBaseAddress(" ");
+    EXPECT_EQ(m_model.baseAddressError(), "");
+    EXPECT_EQ(m_settings.endpoint(ProviderID::openai), "");
+    EXPECT_EQ(m_model.privacyNote(), "Your text goes straight to OpenAI over an encrypted connection. Nothing passes "
+                                     "through Vesk's servers or is used for training.");
+}
+
+// The whole section in its states, as PNG files for a look by eye.
+TEST_F(SettingsModelTest, ViewLoadsWithoutQmlWarnings)
+{
+    const test::WarningRecorder recorder;
+    QQuickView view;
+    view.rootContext()->setContextProperty("settings", &m_model);
+    view.setResizeMode(QQuickView::SizeRootObjectToView);
+    view.setColor(QColor("#1c1c1e"));
+    view.resize(700, 1400);
+    view.setSource(QUrl("qrc:/vesk/views/SettingsView.qml"));
+    ASSERT_EQ(view.status(), QQuickView::Ready);
+    view.show();
+    test::settle(&view);
+    EXPECT_TRUE(view.grabWindow().save(test::artifactsDir().filePath("settings-no-key.png")));
+
+    m_connection.setDraft("sk-typed");
+    m_connection.verifyAndSave();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_connection.status() == ProviderConnection::Status::failed; }));
+    m_model.setBaseAddress("localhost");
+    test::settle(&view);
+    EXPECT_TRUE(view.grabWindow().save(test::artifactsDir().filePath("settings-rejected-key.png")));
+
+    m_keys->save("sk-saved", ProviderID::anthropic);
+    m_connection.selectProvider("anthropic");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_connection.hasSavedKey(); }));
+    test::settle(&view);
+    EXPECT_TRUE(view.grabWindow().save(test::artifactsDir().filePath("settings-saved-key.png")));
+    EXPECT_EQ(recorder.warnings(), "");
+}
+
+} // namespace
+} // namespace vesk::app
