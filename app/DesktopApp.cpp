@@ -8,6 +8,7 @@
 #include "app/HomeWindow.h"
 #include "app/KeychainKeyStore.h"
 #include "app/OnboardingWindow.h"
+#include "app/ProviderConnection.h"
 #include "app/ReviewPanelController.h"
 #include "app/ShortcutSettings.h"
 #include "app/SingleInstance.h"
@@ -36,13 +37,16 @@ struct DesktopApp::Private
 {
     AppSettings settings;
     std::shared_ptr<KeychainKeyStore> keys = std::make_shared<KeychainKeyStore>();
+    std::shared_ptr<CurlTransport> transport = std::make_shared<CurlTransport>();
     std::unique_ptr<Platform> platform = createPlatform();
-    HistoryStore history;
-    CorrectionEnvironment environment{settings, keys, std::make_shared<CurlTransport>(),
-                                      [this](const AcceptedCorrection& accepted) { history.record(accepted); }};
-    ReviewPanelController panel{settings};
     ShortcutSettings shortcuts{nullptr, platform->shortcut.get()};
-    HomeWindow home{environment, history, &shortcuts};
+    HistoryStore history;
+    CorrectionEnvironment environment{settings, keys, transport,
+                                      [this](const AcceptedCorrection& accepted) { history.record(accepted); }};
+    // One for the whole app, so Settings and onboarding always agree on the provider and its key.
+    ProviderConnection connection{settings, keys, ProviderConnection::correctionProbe(transport)};
+    ReviewPanelController panel{settings};
+    HomeWindow home{environment, history, connection, shortcuts};
     OnboardingWindow onboarding;
     SingleInstance instance;
     std::unique_ptr<GrammarCoordinator> coordinator;

@@ -7,6 +7,7 @@
 #include "app/HomeModel.h"
 #include "app/MotionPreference.h"
 #include "app/OverviewModel.h"
+#include "app/SettingsModel.h"
 
 #include <QLoggingCategory>
 #include <QQmlContext>
@@ -20,14 +21,15 @@ namespace vesk::app {
 struct HomeWindow::Private
 {
     Private(HomeWindow& window, CorrectionEnvironment& environment, HistoryStore& history,
-            const ShortcutSettings* shortcuts)
+            ProviderConnection& connection, ShortcutSettings& shortcuts)
         : composer(
               [&environment](std::string original) {
                   return environment.makeSession(CorrectionSession::Editing{}, std::move(original), std::nullopt);
               },
               &environment.settings()),
-          overview(history, shortcuts), recent(history), activity(history),
-          actions(history, home, [&window](const ComposerDraft& draft) { window.openComposer(draft); })
+          overview(history, &shortcuts), recent(history), activity(history),
+          actions(history, home, [&window](const ComposerDraft& draft) { window.openComposer(draft); }),
+          settings(environment.settings(), connection, shortcuts)
     {
         recent.setLimit(recentRows);
     }
@@ -42,6 +44,7 @@ struct HomeWindow::Private
     HistoryListModel recent;
     HistoryListModel activity;
     HistoryActions actions;
+    SettingsModel settings;
     std::unique_ptr<QQuickView> view;
 };
 
@@ -62,6 +65,7 @@ void HomeWindow::Private::ensureView()
     view->rootContext()->setContextProperty(QStringLiteral("recent"), &recent);
     view->rootContext()->setContextProperty(QStringLiteral("activity"), &activity);
     view->rootContext()->setContextProperty(QStringLiteral("historyActions"), &actions);
+    view->rootContext()->setContextProperty(QStringLiteral("settings"), &settings);
     view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), prefersReducedMotion());
     view->setSource(QUrl(QStringLiteral("qrc:/vesk/views/HomeView.qml")));
     for (const QQmlError& error : view->errors()) {
@@ -69,9 +73,9 @@ void HomeWindow::Private::ensureView()
     }
 }
 
-HomeWindow::HomeWindow(CorrectionEnvironment& environment, HistoryStore& history, const ShortcutSettings* shortcuts,
-                       QObject* parent)
-    : QObject(parent), d(std::make_unique<Private>(*this, environment, history, shortcuts))
+HomeWindow::HomeWindow(CorrectionEnvironment& environment, HistoryStore& history, ProviderConnection& connection,
+                       ShortcutSettings& shortcuts, QObject* parent)
+    : QObject(parent), d(std::make_unique<Private>(*this, environment, history, connection, shortcuts))
 {
 }
 

@@ -14,6 +14,7 @@ namespace vesk::app {
 
 class CorrectionEnvironment;
 class HistoryStore;
+class ProviderConnection;
 class ShortcutSettings;
 
 enum class HomeSection { overview, composer, activity, settings };
@@ -31,9 +32,10 @@ class HomeWindow : public QObject
     Q_OBJECT
 
 public:
-    // The history and shortcut settings must outlive the window; `shortcuts` may be null.
-    HomeWindow(CorrectionEnvironment& environment, HistoryStore& history, const ShortcutSettings* shortcuts = nullptr,
-               QObject* parent = nullptr);
+    // The history, the provider connection and the shortcut settings must outlive the window. The Settings
+    // section edits the key through `connection` and the shortcut through `shortcuts`.
+    HomeWindow(CorrectionEnvironment& environment, HistoryStore& history, ProviderConnection& connection,
+               ShortcutSettings& shortcuts, QObject* parent = nullptr);
     ~HomeWindow() override;
 
     // Creates the window on first use, selects `section`, shows and raises it.

@@ -2,7 +2,7 @@ import QtQuick
 
 // The home window: the section sidebar beside the selected section.
 // Context: `home` (selection), `composer` (the Write section's model), `overview`, `recent` and `activity`
-// (the history's figures and lists), `historyActions`, `reduceMotion`.
+// (the history's figures and lists), `historyActions`, `settings` (the Settings section's model), `reduceMotion`.
 Rectangle {
     id: root
 
@@ -93,11 +93,9 @@ Rectangle {
             active: visible
         }
 
-        PlaceholderSection {
+        SettingsView {
             anchors.fill: parent
             visible: home.selection === "settings"
-            title: "Settings"
-            note: "Provider, key, shortcut and correction settings appear here."
         }
     }
 }

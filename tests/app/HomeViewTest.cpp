@@ -8,6 +8,9 @@
 #include "app/HomeModel.h"
 #include "app/HomeWindow.h"
 #include "app/OverviewModel.h"
+#include "app/ProviderConnection.h"
+#include "app/SettingsModel.h"
+#include "app/ShortcutSettings.h"
 #include "core/InMemoryKeyStore.h"
 #include "support/CalendarTesting.h"
 #include "support/FakeCorrectionEngine.h"
@@ -31,14 +34,17 @@ protected:
 
     QTemporaryDir dir;
     AppSettings settings{std::make_unique<QSettings>(dir.filePath("vesk.conf"), QSettings::IniFormat)};
+    std::shared_ptr<InMemoryKeyStore> keys = std::make_shared<InMemoryKeyStore>();
+    ProviderConnection connection{settings, keys, ProviderConnection::correctionProbe(nullptr)};
+    ShortcutSettings shortcuts{std::make_unique<QSettings>(dir.filePath("shortcuts.conf"), QSettings::IniFormat)};
 };
 
 TEST_F(HomeViewTest, WindowShowsEverySectionWithoutQmlWarnings)
 {
     const test::WarningRecorder recorder;
-    CorrectionEnvironment environment(settings, std::make_shared<InMemoryKeyStore>(), nullptr);
+    CorrectionEnvironment environment(settings, keys, nullptr);
     HistoryStore history(dir.filePath("history.sqlite3"));
-    HomeWindow home(environment, history);
+    HomeWindow home(environment, history, connection, shortcuts);
     EXPECT_FALSE(home.isVisible());
 
     home.show(HomeSection::overview);
@@ -67,8 +73,8 @@ protected:
     {
         recent.setLimit(6);
         const std::pair<const char*, QObject*> context[] = {
-            {"home", &home},     {"composer", &composer}, {"overview", &overview},
-            {"recent", &recent}, {"activity", &activity}, {"historyActions", &actions},
+            {"home", &home},         {"composer", &composer},      {"overview", &overview},      {"recent", &recent},
+            {"activity", &activity}, {"historyActions", &actions}, {"settings", &settingsModel},
         };
         for (const auto& [name, object] : context) {
             view.rootContext()->setContextProperty(QString::fromLatin1(name), object);
@@ -94,6 +100,7 @@ protected:
     test::ManualExecutor executor;
     HistoryStore history{dir.filePath("history.sqlite3")};
     HomeModel home;
+    SettingsModel settingsModel{settings, connection, shortcuts};
     ComposerModel composer{[this](std::string original) {
         return std::make_unique<Session>(Session::Editing{}, std::move(original), "", std::nullopt, fake.engine(),
                                          executor.executor());
