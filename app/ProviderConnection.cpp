@@ -81,8 +81,12 @@ void ProviderConnection::inBackground(std::function<Result()> work, std::functio
     const unsigned started = this->*token;
     std::thread([work = std::move(work), apply = std::move(apply), self = std::move(self), started, token]() mutable {
         Result result = work();
+        QCoreApplication* app = QCoreApplication::instance();
+        if (app == nullptr) {
+            return; // the app is shutting down; no one is left to tell
+        }
         QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
+            app,
             [apply = std::move(apply), self = std::move(self), started, token, result = std::move(result)]() mutable {
                 if (self && (*self).*token == started) {
                     apply(std::move(result));

@@ -261,7 +261,7 @@ QString SettingsModel::versionText()
     return QStringLiteral("Version " VESK_VERSION);
 }
 
-bool SettingsModel::contactSupport()
+bool SettingsModel::contactSupport() const
 {
     return QDesktopServices::openUrl(QUrl(
         QStringLiteral("mailto:%1?subject=Vesk%20%2").arg(QLatin1String(supportAddress), QLatin1String(VESK_VERSION))));

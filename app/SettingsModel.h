@@ -96,7 +96,7 @@ public:
 
     [[nodiscard]] static QString versionText();
     // Opens a new message to support in the user's mail program; false when none could be started.
-    Q_INVOKABLE static bool contactSupport();
+    Q_INVOKABLE bool contactSupport() const;
 
 signals:
     void changed();
