@@ -21,8 +21,9 @@ constexpr const char* usageText = R"(usage:
   vesk fix                  correct the selection in the focused app, like the shortcut
   vesk correct [options] [--json]
                             correct UTF-8 text from standard input and print the result
-  vesk settings [options] [--review on|off]
-                            print the saved settings, or change them
+  vesk settings [options] [--review on|off] [--setup-done on|off]
+                            print the saved settings, or change them (--setup-done on
+                            skips the first-launch guide, for prepared installs)
   vesk key set PROVIDER     save the key read from standard input (openai or anthropic)
   vesk key remove PROVIDER  remove the saved key
   vesk key status           say which providers have a key
@@ -53,6 +54,7 @@ struct Overrides
     std::optional<std::string> model;
     std::optional<std::string> endpoint;
     std::optional<bool> review;
+    std::optional<bool> setupDone;
     bool json = false;
     std::map<std::string, std::string> correction; // option name -> raw value, validated on apply
 };
@@ -100,9 +102,9 @@ Overrides parseOptions(const std::vector<std::string>& args, std::size_t first, 
         }
         static const char* const valued[] = {"--provider",     "--model",    "--endpoint",     "--strength",
                                              "--tone",         "--language", "--meaning-lock", "--preserve-formatting",
-                                             "--instructions", "--review"};
+                                             "--instructions", "--review",   "--setup-done"};
         const bool known = std::find(std::begin(valued), std::end(valued), name) != std::end(valued) &&
-                           (name != "--review" || allowReview);
+                           ((name != "--review" && name != "--setup-done") || allowReview);
         if (!known) {
             throw UsageError{"unknown option \"" + name + "\""};
         }
@@ -120,6 +122,8 @@ Overrides parseOptions(const std::vector<std::string>& args, std::size_t first, 
             o.endpoint = *value;
         } else if (name == "--review") {
             o.review = parseSwitch(*value);
+        } else if (name == "--setup-done") {
+            o.setupDone = parseSwitch(*value);
         } else {
             o.correction[name] = *value;
         }
@@ -142,6 +146,9 @@ AppSettingsSnapshot applied(AppSettingsSnapshot s, const Overrides& o)
         } else {
             s.endpoints[s.selectedProvider] = *o.endpoint;
         }
+    }
+    if (o.setupDone) {
+        s.hasOnboarded = *o.setupDone;
     }
     if (o.review) {
         s.reviewBeforeReplacing = *o.review;

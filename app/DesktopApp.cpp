@@ -47,7 +47,12 @@ struct DesktopApp::Private
     ProviderConnection connection{settings, keys, ProviderConnection::correctionProbe(transport)};
     ReviewPanelController panel{settings};
     HomeWindow home{environment, history, connection, shortcuts};
-    OnboardingWindow onboarding;
+    OnboardingWindow onboarding{
+        settings,
+        history,
+        connection,
+        &shortcuts,
+        {[this] { return platform->input->canPostInput(); }, platform->limitation, isWaylandSession()}};
     SingleInstance instance;
     std::unique_ptr<GrammarCoordinator> coordinator;
     QSystemTrayIcon* tray = nullptr;
@@ -66,10 +71,6 @@ DesktopApp::DesktopApp(QObject* parent) : QObject(parent), d(std::make_unique<Pr
                                     [this] { d->panel.hide(); }, [this] { d->panel.focus(); }};
     d->coordinator =
         std::make_unique<GrammarCoordinator>(*d->platform, d->environment, panel, static_cast<AppRouter&>(*this));
-    connect(&d->onboarding, &OnboardingWindow::settingsRequested, this, [this] {
-        d->onboarding.close();
-        openHome(HomeSection::settings);
-    });
 }
 
 DesktopApp::~DesktopApp() = default;
@@ -201,8 +202,7 @@ void DesktopApp::buildTray()
 
 void DesktopApp::openOnboarding()
 {
-    const bool hasKey = d->keys->hasKey(d->settings.selectedProvider());
-    d->onboarding.show(hasKey, d->platform->input->canPostInput(), d->platform->limitation);
+    d->onboarding.show();
 }
 
 void DesktopApp::openHome(HomeSection section)

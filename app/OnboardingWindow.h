@@ -1,47 +1,49 @@
 #pragma once
 
-// The first-launch window. For now it says plainly what stands between the user and a first
-// correction: a provider key, and a session where Vesk can send keystrokes.
+// The first-launch window: a short guide from choosing a provider to a first correction. Each show starts
+// the guide afresh; finishing it closes the window and marks setup as done.
+
+#include "app/OnboardingModel.h"
 
 #include <QObject>
-#include <QString>
 #include <memory>
 
 class QQuickView;
+class QQuickWindow;
 
 namespace vesk::app {
+
+class ProviderConnection;
 
 class OnboardingWindow : public QObject
 {
     Q_OBJECT
-    Q_PROPERTY(bool hasKey READ hasKey NOTIFY stateChanged)
-    Q_PROPERTY(bool canPostInput READ canPostInput NOTIFY stateChanged)
-    Q_PROPERTY(QString limitation READ limitation NOTIFY stateChanged)
 
 public:
-    explicit OnboardingWindow(QObject* parent = nullptr);
+    // Everything must outlive the window; `shortcuts` may be null.
+    OnboardingWindow(AppSettings& settings, HistoryStore& history, ProviderConnection& connection,
+                     const ShortcutSettings* shortcuts, OnboardingModel::Desktop desktop, QObject* parent = nullptr);
     ~OnboardingWindow() override;
 
-    // Shows the window with what is known now, rebuilt fresh each time.
-    void show(bool hasKey, bool canPostInput, const QString& limitation);
+    void show();
+    void close();
     [[nodiscard]] bool isVisible() const;
-
-    [[nodiscard]] bool hasKey() const { return m_hasKey; }
-    [[nodiscard]] bool canPostInput() const { return m_canPostInput; }
-    [[nodiscard]] QString limitation() const { return m_limitation; }
-
-    Q_INVOKABLE void openSettings() { emit settingsRequested(); }
-    Q_INVOKABLE void close();
+    [[nodiscard]] QQuickWindow* window() const;
+    // The guide of the window shown last; null before the first show.
+    [[nodiscard]] OnboardingModel* model() const { return m_model.get(); }
 
 signals:
-    void stateChanged();
-    void settingsRequested();
+    // The user finished the guide.
+    void finished();
 
 private:
+    AppSettings& m_settings;
+    HistoryStore& m_history;
+    ProviderConnection& m_connection;
+    const ShortcutSettings* m_shortcuts;
+    OnboardingModel::Desktop m_desktop;
+    std::unique_ptr<OnboardingModel> m_model;
     std::unique_ptr<QQuickView> m_view;
-    bool m_hasKey = false;
-    bool m_canPostInput = false;
-    QString m_limitation;
 };
 
 } // namespace vesk::app

@@ -63,7 +63,7 @@ public:
 
 QString limitationFor(const QString& platformName)
 {
-    if (platformName == QLatin1String("wayland") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) {
+    if (platformName == QLatin1String("wayland") || isWaylandSession()) {
         return QStringLiteral("Vesk can't send keystrokes to other apps in a Wayland session. Bind `vesk fix` to a "
                               "shortcut in your desktop's keyboard settings.");
     }
@@ -72,6 +72,14 @@ QString limitationFor(const QString& platformName)
 }
 
 } // namespace
+
+bool isWaylandSession()
+{
+    // Under XWayland Qt may well run on xcb, yet other apps are Wayland clients that XTest cannot reach.
+    return QGuiApplication::platformName() == QLatin1String("wayland") ||
+           qEnvironmentVariableIsSet("WAYLAND_DISPLAY") ||
+           qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland");
+}
 
 bool desktopComposites()
 {

@@ -21,6 +21,9 @@ struct Platform
     QString limitation;
 };
 
+// Whether the user's session is a Wayland one, whatever Qt itself runs on.
+bool isWaylandSession();
+
 // Whether a compositor draws windows with transparency (always under Wayland; on X11 only when a
 // compositing manager runs). Without one, see-through window areas come out black.
 bool desktopComposites();

@@ -1,77 +1,151 @@
 import QtQuick
-import QtQuick.Controls
-import QtQuick.Layouts
+import QtQuick.Controls.Basic
 
-// First launch: what Vesk still needs before the first correction.
+// The first-launch guide. Context: `onboarding` (OnboardingModel), `connection` (the provider and key),
+// `reduceMotion`.
 Rectangle {
     id: root
+
     color: "#1c1c1e"
     implicitWidth: 560
     implicitHeight: 620
 
-    component Step: RowLayout {
-        property bool done
-        property string title
-        property string detail
-        spacing: 14
-        Layout.fillWidth: true
-        Rectangle {
-            Layout.alignment: Qt.AlignTop
-            width: 22; height: 22; radius: 11
-            color: done ? "#30d158" : "transparent"
-            border.color: done ? "#30d158" : "#8e8e93"
-            border.width: 2
-            Text {
-                anchors.centerIn: parent
-                text: done ? "\u2713" : ""
-                color: "#1c1c1e"
-                font.pixelSize: 14
-                font.bold: true
+    readonly property int page: onboarding.page
+    readonly property bool canContinue: page === 0 ? connection.hasSavedKey : page === 2 ? onboarding.practiced : true
+
+    function advance() {
+        if (!canContinue)
+            return
+        if (page === 3)
+            onboarding.finish()
+        else
+            onboarding.next()
+    }
+
+    // Return moves on wherever it isn't typing: a single-line field passes it up once it has done its part.
+    focus: true
+    Keys.onReturnPressed: advance()
+    Keys.onEnterPressed: advance()
+    onPageChanged: {
+        if (page !== 0 && page !== 2)
+            root.forceActiveFocus()
+    }
+    // Once the key is saved its field goes away; Return then moves on.
+    Connections {
+        target: connection
+        function onStateChanged() {
+            if (connection.hasSavedKey && !connection.isEditing && root.page === 0)
+                root.forceActiveFocus()
+        }
+    }
+    Connections {
+        target: onboarding
+        function onPracticedChanged() {
+            if (onboarding.practiced)
+                root.forceActiveFocus()
+        }
+    }
+    readonly property var titles: ["Connect your AI provider", "Work in any app", "Try it once", "You're all set"]
+
+    Column {
+        id: heading
+
+        x: 40
+        y: 36
+        width: parent.width - 80
+        spacing: 8
+
+        Row {
+            spacing: 6
+
+            Repeater {
+                model: onboarding.pageCount
+
+                Rectangle {
+                    required property int index
+
+                    width: index === root.page ? 22 : 8
+                    height: 8
+                    radius: 4
+                    color: index <= root.page ? "#0a84ff" : "#3a3a3e"
+                }
             }
         }
-        ColumnLayout {
-            spacing: 4
-            Layout.fillWidth: true
-            Text { text: title; color: "#f2f2f7"; font.pixelSize: 15; font.weight: Font.DemiBold }
-            Text {
-                text: detail
-                color: "#aeaeb2"
-                font.pixelSize: 13
-                wrapMode: Text.WordWrap
-                Layout.fillWidth: true
-            }
+        Text {
+            topPadding: 14
+            text: root.titles[root.page]
+            color: "#f5f5f7"
+            font.pixelSize: 24
+            font.weight: Font.Bold
         }
     }
 
-    ColumnLayout {
-        anchors.fill: parent
-        anchors.margins: 40
-        spacing: 24
+    Item {
+        id: body
 
-        Text { text: "Welcome to Vesk"; color: "#f2f2f7"; font.pixelSize: 26; font.weight: Font.Bold }
-        Text {
-            text: "Select text in any app and press Alt+G: Vesk fixes it in place."
-            color: "#aeaeb2"; font.pixelSize: 14; wrapMode: Text.WordWrap
-            Layout.fillWidth: true
+        anchors.top: heading.bottom
+        anchors.topMargin: 20
+        anchors.bottom: footer.top
+        anchors.bottomMargin: 16
+        x: 40
+        width: parent.width - 80
+
+        OnboardingProviderPage {
+            anchors.fill: parent
+            visible: root.page === 0
+            active: visible
         }
-        Step {
-            done: onboarding.hasKey
-            title: done ? "Your API key is saved" : "Add an API key"
-            detail: done ? "Corrections go straight to your provider with your own key."
-                         : "Vesk talks to OpenAI or Anthropic with your own key. Add one in Settings, under AI & Privacy, or run `vesk key set openai` in a terminal."
+        OnboardingDesktopPage {
+            anchors.fill: parent
+            visible: root.page === 1
         }
-        Step {
-            done: onboarding.canPostInput
-            title: done ? "Vesk can copy and paste in your apps" : "Vesk can't send keystrokes here"
-            detail: done ? "Your desktop lets Vesk copy the selection and paste the correction."
-                         : onboarding.limitation
+        OnboardingPracticePage {
+            anchors.fill: parent
+            visible: root.page === 2
+            active: visible
         }
-        Item { Layout.fillHeight: true }
-        RowLayout {
-            Layout.alignment: Qt.AlignRight
-            spacing: 12
-            Button { text: "Open Settings"; onClicked: onboarding.openSettings() }
-            Button { text: "Close"; onClicked: onboarding.close() }
+        OnboardingDonePage {
+            anchors.fill: parent
+            visible: root.page === 3
+        }
+    }
+
+    Item {
+        id: footer
+
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: 28
+        x: 40
+        width: parent.width - 80
+        height: 32
+
+        LinkButton {
+            visible: root.page > 0 && root.page < 3
+            anchors.left: parent.left
+            anchors.verticalCenter: parent.verticalCenter
+            text: "Back"
+            onClicked: onboarding.back()
+        }
+        Row {
+            anchors.right: parent.right
+            spacing: 10
+
+            LinkButton {
+                // The key can be added later in Settings; the practice needs a desktop that lets Vesk paste.
+                visible: (root.page === 0 && !connection.hasSavedKey) || (root.page === 2 && !onboarding.practiced)
+                anchors.verticalCenter: parent.verticalCenter
+                text: root.page === 0 ? "Later" : "Skip"
+                onClicked: onboarding.next()
+            }
+            PillButton {
+                objectName: "continueButton"
+                prominent: true
+                text: root.page === 3 ? "Start using Vesk" : "Continue"
+                enabled: root.canContinue
+                opacity: enabled ? 1 : 0.45
+                focusPolicy: Qt.NoFocus
+                onClicked: root.advance()
+            }
         }
     }
 }

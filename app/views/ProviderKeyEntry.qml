@@ -11,6 +11,11 @@ Column {
     readonly property bool showsField: !connection.hasSavedKey || connection.isEditing
     readonly property bool busy: connection.status === "checking"
 
+    // Puts the keyboard in the key field (when it is shown).
+    function focusKeyField() {
+        keyField.forceActiveFocus()
+    }
+
     spacing: 10
     enabled: !connection.isLoading
     opacity: enabled ? 1.0 : 0.6

@@ -2,9 +2,14 @@
 
 #include "app/OnboardingModel.h"
 
+#include "ViewTesting.h"
 #include "app/AppSettings.h"
 #include "app/HistoryStore.h"
+#include "app/OnboardingWindow.h"
+#include "app/ProviderConnection.h"
+#include "core/InMemoryKeyStore.h"
 
+#include <QQuickWindow>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -67,6 +72,41 @@ TEST_F(OnboardingModelTest, PracticeCountsOnceItsCorrectionIsInTheFieldAndFinish
     EXPECT_EQ(finished.count(), 1);
     EXPECT_TRUE(
         AppSettings(std::make_unique<QSettings>(dir.filePath("vesk.conf"), QSettings::IniFormat)).hasOnboarded());
+}
+
+// Every page as the user sees it, loaded without a QML warning, photographed for a look by eye.
+TEST_F(OnboardingModelTest, WindowShowsEveryPage)
+{
+    test::useSoftwareRendering();
+    const test::WarningRecorder recorder;
+    auto keys = std::make_shared<InMemoryKeyStore>();
+    ProviderConnection connection(settings, keys, [](const ProviderConnection::Probe&, std::stop_token) {
+        return std::optional<ProviderError>();
+    });
+    OnboardingWindow window(
+        settings, history, connection, nullptr,
+        {[] { return false; }, "Vesk can't send keystrokes to other apps in a Wayland session.", true});
+    window.show();
+    ASSERT_NE(window.window(), nullptr);
+    EXPECT_EQ(window.window()->title(), "Welcome to Vesk");
+    const auto shoot = [&window](const char* name) {
+        test::settle(window.window());
+        EXPECT_TRUE(window.window()->grabWindow().save(test::artifactsDir().filePath(name)));
+    };
+    shoot("onboarding-provider.png");
+    connection.setDraft("sk-test");
+    connection.verifyAndSave();
+    QTRY_VERIFY_WITH_TIMEOUT(connection.hasSavedKey(), 5000);
+    shoot("onboarding-provider-saved.png");
+    for (const char* name : {"onboarding-desktop-wayland.png", "onboarding-practice.png", "onboarding-done.png"}) {
+        window.model()->next();
+        shoot(name);
+    }
+    QSignalSpy finished(&window, &OnboardingWindow::finished);
+    window.model()->finish();
+    EXPECT_EQ(finished.count(), 1);
+    EXPECT_FALSE(window.isVisible());
+    EXPECT_EQ(recorder.warnings(), "");
 }
 
 } // namespace

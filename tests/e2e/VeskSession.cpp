@@ -50,7 +50,7 @@ std::string VeskSession::configure(const std::string& endpoint)
     if (m_directory.empty()) {
         return "no temporary directory";
     }
-    const test::ProcessResult settings = run({"settings", "--endpoint", endpoint});
+    const test::ProcessResult settings = run({"settings", "--endpoint", endpoint, "--setup-done", "on"});
     if (settings.exitCode != 0) {
         return "vesk settings: " + settings.err;
     }

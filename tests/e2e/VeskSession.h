@@ -20,7 +20,8 @@ public:
     VeskSession(const VeskSession&) = delete;
     VeskSession& operator=(const VeskSession&) = delete;
 
-    // Points Vesk at `endpoint` and saves an OpenAI key in the keyring; an empty string, or what failed.
+    // Points Vesk at `endpoint`, marks the first-launch guide as done and saves an OpenAI key in the keyring;
+    // an empty string, or what failed.
     std::string configure(const std::string& endpoint);
 
     // Runs `vesk <args>` as a command, with this session's directories.

@@ -1,0 +1,91 @@
+import QtQuick
+
+// Whether this desktop lets Vesk copy the selection and paste the correction in other apps, and what to do
+// when it doesn't.
+Column {
+    id: page
+
+    spacing: 16
+
+    Timer {
+        interval: 1000
+        repeat: true
+        running: page.visible
+        onTriggered: onboarding.refreshDesktop()
+    }
+
+    Text {
+        width: parent.width
+        wrapMode: Text.Wrap
+        text: "Vesk copies the text you select, and pastes the correction over it, by sending the copy and "
+              + "paste keys to the app you're in."
+        color: "#aeaeb2"
+        font.pixelSize: 14
+        lineHeight: 1.2
+    }
+
+    Rectangle {
+        width: parent.width
+        height: status.implicitHeight + 32
+        radius: 10
+        color: "#232325"
+        border.width: 1
+        border.color: onboarding.canPostInput ? "#2f5e3a" : "#5e3a2f"
+
+        Row {
+            id: status
+
+            x: 16
+            y: 16
+            width: parent.width - 32
+            spacing: 12
+
+            StatusSymbol {
+                glyph: onboarding.canPostInput ? "\u2713" : "!"
+                tint: onboarding.canPostInput ? "#30d158" : "#ff9f0a"
+            }
+            Column {
+                width: parent.width - 40
+                spacing: 4
+
+                Text {
+                    width: parent.width
+                    wrapMode: Text.Wrap
+                    text: onboarding.canPostInput ? "Vesk can copy and paste in your apps"
+                                                  : "Vesk can't send keystrokes here"
+                    color: "#f5f5f7"
+                    font.pixelSize: 14
+                    font.weight: Font.DemiBold
+                }
+                Text {
+                    width: parent.width
+                    wrapMode: Text.Wrap
+                    text: onboarding.canPostInput
+                          ? "Select text anywhere and press " + onboarding.shortcutText + "."
+                          : onboarding.limitation
+                    color: "#aeaeb2"
+                    font.pixelSize: 13
+                }
+            }
+        }
+    }
+
+    Text {
+        visible: !onboarding.canPostInput
+        width: parent.width
+        wrapMode: Text.Wrap
+        textFormat: Text.StyledText
+        color: "#aeaeb2"
+        font.pixelSize: 13
+        lineHeight: 1.25
+        text: (onboarding.isWayland
+               ? "In a Wayland session apps can't type into each other, so Vesk can't replace text in place. "
+                 + "What still works: the Write window (from the tray menu) and <tt>vesk correct</tt> in a terminal. "
+                 + "For corrections in place, choose an X11 session at login (for example \u201cGNOME on Xorg\u201d).<br><br>"
+               : "")
+              + "To reach Vesk from the keyboard without the global shortcut, bind the command "
+              + "<tt>vesk fix</tt> to a key in your desktop's keyboard settings: GNOME Settings \u2192 Keyboard \u2192 "
+              + "Custom Shortcuts, or KDE System Settings \u2192 Shortcuts \u2192 Custom Shortcuts, or a "
+              + "<tt>bindsym</tt> line in your sway or i3 configuration."
+    }
+}

@@ -1,0 +1,37 @@
+import QtQuick
+
+// The last page: where Vesk lives from now on.
+Column {
+    spacing: 14
+
+    Repeater {
+        model: [
+            "Select text in any app and press " + onboarding.shortcutText + " to fix it.",
+            "Vesk lives in the system tray: Write, Activity and Settings are in its menu.",
+            "Change the style, tone and language of corrections in Settings, under Writing."
+        ]
+
+        Row {
+            required property string modelData
+
+            width: parent.width
+            spacing: 12
+
+            Rectangle {
+                y: 7
+                width: 6
+                height: 6
+                radius: 3
+                color: "#0a84ff"
+            }
+            Text {
+                width: parent.width - 18
+                wrapMode: Text.Wrap
+                text: modelData
+                color: "#d1d1d6"
+                font.pixelSize: 14
+                lineHeight: 1.2
+            }
+        }
+    }
+}

@@ -1,0 +1,70 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+// A practice correction through the real flow: the user selects the sentence and presses the shortcut,
+// exactly as they will in any other app.
+Column {
+    id: page
+
+    property bool active: false
+
+    spacing: 16
+
+    onActiveChanged: {
+        if (active && !onboarding.practiced)
+            practice.forceActiveFocus()
+    }
+
+    Text {
+        width: parent.width
+        wrapMode: Text.Wrap
+        text: onboarding.practiced
+              ? "That's it: Vesk fixed the sentence in place. It works the same way in every app."
+              : "Click the sentence below, press Ctrl+A to select it, then press " + onboarding.shortcutText
+                + ". Check the correction, then press Return to put it in place."
+        color: "#aeaeb2"
+        font.pixelSize: 14
+        lineHeight: 1.2
+    }
+
+    Rectangle {
+        width: parent.width
+        height: 150
+        radius: 10
+        color: "#232325"
+        border.width: 1
+        border.color: onboarding.practiced ? "#30d158" : practice.activeFocus ? "#0a84ff" : "#343437"
+
+        TextArea {
+            id: practice
+
+            objectName: "practiceField"
+            anchors.fill: parent
+            anchors.margins: 4
+            text: onboarding.practiceSentence
+            onTextChanged: onboarding.practiceText = text
+            wrapMode: TextEdit.Wrap
+            color: "#f5f5f7"
+            selectionColor: "#0a63c9"
+            selectedTextColor: "#ffffff"
+            font.pixelSize: 15
+            Accessible.name: "Practice sentence"
+            background: null
+        }
+    }
+
+    Row {
+        visible: onboarding.practiced
+        spacing: 10
+
+        StatusSymbol {
+        }
+        Text {
+            anchors.verticalCenter: parent.verticalCenter
+            text: "Corrected"
+            color: "#30d158"
+            font.pixelSize: 14
+            font.weight: Font.DemiBold
+        }
+    }
+}

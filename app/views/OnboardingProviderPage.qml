@@ -1,0 +1,103 @@
+import QtQuick
+
+// The provider to correct with and its API key, checked with a tiny real correction before it is saved.
+Column {
+    id: page
+
+    property bool active: false
+    // The app's provider connection, under a name the key entry's own property doesn't hide.
+    readonly property var providerConnection: connection
+
+    spacing: 16
+
+    onActiveChanged: {
+        if (active)
+            keyEntry.focusKeyField()
+    }
+
+    Text {
+        width: parent.width
+        wrapMode: Text.Wrap
+        text: "Vesk sends the text you select straight to the AI provider you choose, with your own API key."
+        color: "#aeaeb2"
+        font.pixelSize: 14
+        lineHeight: 1.2
+    }
+
+    Row {
+        width: parent.width
+        spacing: 12
+
+        Repeater {
+            model: [
+                { value: "anthropic", title: "Anthropic", note: "Claude. Recommended." },
+                { value: "openai", title: "OpenAI", note: "GPT, or a compatible server." }
+            ]
+
+            Rectangle {
+                required property var modelData
+                readonly property bool chosen: connection.provider === modelData.value
+
+                width: (page.width - 12) / 2
+                height: 64
+                radius: 10
+                color: chosen ? "#13233a" : tileMouse.containsMouse ? "#2a2a2d" : "#232325"
+                border.width: chosen ? 2 : 1
+                border.color: chosen ? "#0a84ff" : "#343437"
+                Accessible.role: Accessible.RadioButton
+                Accessible.name: modelData.title
+                Accessible.checked: chosen
+
+                Column {
+                    x: 14
+                    anchors.verticalCenter: parent.verticalCenter
+                    spacing: 3
+
+                    Text {
+                        text: modelData.title
+                        color: "#f5f5f7"
+                        font.pixelSize: 15
+                        font.weight: Font.DemiBold
+                    }
+                    Text {
+                        text: modelData.note
+                        color: "#8e8e93"
+                        font.pixelSize: 12
+                    }
+                }
+                MouseArea {
+                    id: tileMouse
+
+                    anchors.fill: parent
+                    hoverEnabled: true
+                    onClicked: {
+                        connection.provider = modelData.value
+                        keyEntry.focusKeyField()
+                    }
+                }
+            }
+        }
+    }
+
+    Text {
+        text: "Anthropic's Claude is recommended."
+        color: "#8e8e93"
+        font.pixelSize: 12
+    }
+
+    ProviderKeyEntry {
+        id: keyEntry
+
+        width: parent.width
+        connection: page.providerConnection
+    }
+
+    Text {
+        width: parent.width
+        wrapMode: Text.Wrap
+        text: "Your text goes straight to " + connection.providerName
+              + " over an encrypted connection. Nothing passes through Vesk's servers or is used for training."
+        color: "#8e8e93"
+        font.pixelSize: 12
+    }
+}

@@ -1,0 +1,112 @@
+// A first launch on a fresh profile: the guide opens, a pasted key is checked against the scripted
+// provider and saved to the session's keyring, the practice sentence is corrected through the real
+// shortcut, review panel and paste, and the next launch goes straight to the tray. Every page is
+// photographed for a look by eye.
+
+#include "e2e/Desktop.h"
+#include "e2e/VeskSession.h"
+#include "support/ScriptedProviderServer.h"
+
+#include <gtest/gtest.h>
+#include <iostream>
+
+namespace vesk::e2e {
+namespace {
+
+using test::RecordedRequest;
+using test::ScriptedResponse;
+namespace streams = test::streams;
+
+const std::string practiceSentence = "Their going too the libary tomorow, and they wants to borrow some book.";
+const std::string practiceFixed = "They're going to the library tomorrow, and they want to borrow some books.";
+
+class FirstLaunchTest : public ::testing::Test
+{
+protected:
+    void TearDown() override
+    {
+        if (HasFailure()) {
+            std::cerr << describeScreen() << "screenshot: " << screenshot("failed-first-launch").string()
+                      << "\n--- vesk log ---\n"
+                      << m_vesk.log() << "--- end of vesk log ---\n";
+        }
+    }
+
+    [[nodiscard]] std::optional<WindowInfo> guide() const
+    {
+        for (const WindowInfo& window : visibleWindows(m_vesk.pid())) {
+            if (window.name == "Welcome to Vesk") {
+                return window;
+            }
+        }
+        return std::nullopt;
+    }
+
+    [[nodiscard]] bool keySaved() const
+    {
+        return m_vesk.run({"key", "status"}).out.find("openai: key saved") != std::string::npos;
+    }
+
+    // Lets the page change and draw before it is photographed.
+    static void shoot(const std::string& name)
+    {
+        std::this_thread::sleep_for(400ms);
+        screenshot(name);
+    }
+
+    test::ScriptedProviderServer m_server;
+    VeskSession m_vesk;
+};
+
+TEST_F(FirstLaunchTest, GuideVerifiesTheKeyPracticesAndIsNotShownAgain)
+{
+    ASSERT_EQ(m_vesk.run({"settings", "--provider", "openai", "--endpoint", m_server.url("")}).exitCode, 0);
+    m_server.respondWith([](const RecordedRequest& request) {
+        const bool probe = request.body.find("helo wrld") != std::string::npos;
+        return ScriptedResponse::events(
+            streams::openAI(streams::split(probe ? std::string("hello world") : practiceFixed, 5)));
+    });
+    ASSERT_TRUE(m_vesk.start()) << m_vesk.log();
+    ASSERT_TRUE(waitUntil([&] { return guide().has_value(); }, 10s)) << "the guide did not open";
+    ASSERT_TRUE(waitUntil([] { return activeWindowName() == "Welcome to Vesk"; }, 5s));
+    shoot("onboarding-1-provider");
+
+    // The key field has the keyboard; Return checks the key, and once it is saved Return moves on.
+    runTool("xdotool", {"type", "--delay", "4", "sk-first-launch-0123456789"});
+    pressKeys("Return");
+    ASSERT_TRUE(m_server.waitForRequests(1, 5s)) << "the key was not checked";
+    EXPECT_NE(m_server.requests()[0].body.find("helo wrld"), std::string::npos);
+    ASSERT_TRUE(waitUntil([&] { return keySaved(); }, 10s, 200ms)) << "the checked key was not saved";
+    shoot("onboarding-1-connected");
+    pressKeys("Return");
+    shoot("onboarding-2-desktop");
+    pressKeys("Return");
+    shoot("onboarding-3-practice");
+
+    // The practice field has the keyboard: select all, then the shortcut, as in any other app.
+    pressKeys("ctrl+a");
+    pressKeys("alt+g");
+    ASSERT_TRUE(m_server.waitForRequests(2, 5s)) << "the practice correction never reached the provider";
+    EXPECT_NE(m_server.requests()[1].body.find("libary tomorow"), std::string::npos);
+    ASSERT_TRUE(waitForSettledPanel(m_vesk.pid())) << "the review panel did not show";
+    screenshot("onboarding-3-review");
+    pressKeys("Return");
+    ASSERT_TRUE(waitUntil([&] { return !reviewPanel(m_vesk.pid()); }, 5s));
+    ASSERT_TRUE(waitUntil([] { return activeWindowName() == "Welcome to Vesk"; }, 5s));
+    shoot("onboarding-3-practiced");
+
+    // Continue is only possible once the corrected sentence is back in the field.
+    pressKeys("Return");
+    shoot("onboarding-4-done");
+    pressKeys("Return");
+    EXPECT_TRUE(waitUntil([&] { return !guide(); }, 5s)) << "finishing did not close the guide";
+    EXPECT_NE(m_vesk.run({"settings"}).out.find("\"hasOnboarded\": true"), std::string::npos);
+
+    m_vesk.stop();
+    ASSERT_TRUE(m_vesk.start()) << m_vesk.log();
+    EXPECT_FALSE(waitUntil([&] { return guide().has_value(); }, 2s)) << "the guide opened again";
+    EXPECT_EQ(m_server.requests().size(), 2U);
+}
+
+} // namespace
+} // namespace vesk::e2e
