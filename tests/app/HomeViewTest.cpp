@@ -187,6 +187,10 @@ TEST_F(HomeScreenshotTest, OverviewAndActivityEmptyThenWithHistory)
     QMetaObject::invokeMethod(dialog, "open");
     screenshot("activity-clear-confirmation.png");
     EXPECT_EQ(dialog->property("title").toString(), "Clear all activity?");
+    QMetaObject::invokeMethod(dialog, "close");
+
+    home.select(HomeSection::settings);
+    screenshot("settings.png");
     EXPECT_EQ(recorder.warnings(), "");
 }
 
