@@ -135,7 +135,13 @@ INSTANTIATE_TEST_SUITE_P(
                  },
                  failsAs(ProviderError::Kind::transport)},
         FaultRow{"InBandErrorOnly", ProviderID::anthropic,
-                 [] { return ScriptedResponse::events(streams::anthropic({}, {.failMidStream = true})); },
+                 [] {
+                     auto events = streams::anthropic({});
+                     events.resize(3); // message_start, content_block_start, ping
+                     events.emplace_back("event: error\ndata: {\"type\": \"error\", \"error\": {\"type\": "
+                                         "\"overloaded_error\", \"message\": \"Overloaded\"}}\n\n");
+                     return ScriptedResponse::events(events);
+                 },
                  fails(ProviderError::invalidCorrectionOutput("empty response"))},
         FaultRow{"SeveralMegabytes", ProviderID::openai,
                  [] { return ScriptedResponse::events(streams::openAI(streams::split(bigReply(), 4096))); },
