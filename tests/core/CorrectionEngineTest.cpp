@@ -108,7 +108,7 @@ TEST_F(CorrectionEngineTest, MissingKeyEndsAtOnceWithoutARequest)
 
 TEST_F(CorrectionEngineTest, CancelStopsTheRequestAndEveryCallback)
 {
-    ScriptedResponse stalled = ScriptedResponse::events(streams::openAI({"Hel"}, {.done = false}));
+    ScriptedResponse stalled = ScriptedResponse::events(streams::openAI({"Hel"}));
     stalled.body.resize(2); // the role chunk and the first piece, then silence
     stalled.ending = ScriptedResponse::Ending::stall;
     m_server.enqueue(stalled);

@@ -24,14 +24,10 @@ protected:
         return session;
     }
 
-    // Plays a whole successful run: deltas, done, end of stream.
-    void complete(FakeStream& stream, const std::vector<std::string>& pieces, TokenUsage usage = {10, 3})
+    // Plays a whole successful run on the last stream and delivers it.
+    void complete(const std::vector<std::string>& pieces, TokenUsage usage = {10, 3})
     {
-        for (const auto& piece : pieces) {
-            stream.callbacks.onEvent(CorrectionEvent::makeDelta(piece));
-        }
-        stream.callbacks.onEvent(CorrectionEvent::makeDone(usage));
-        stream.callbacks.onFinish(std::nullopt);
+        fake.complete(pieces, usage);
         executor.drain();
     }
 
@@ -52,7 +48,7 @@ TEST_F(CorrectionSessionTest, StreamsThenShowsTheResultWithItsDiff)
     executor.drain();
     EXPECT_EQ(session->state(), Session::State(Session::Streaming{"the"}));
 
-    complete(fake.last(), {" cat"});
+    complete({" cat"});
     const auto* result = std::get_if<Session::Result>(&session->state());
     ASSERT_NE(result, nullptr);
     EXPECT_EQ(result->corrected, "the cat");
@@ -95,7 +91,7 @@ TEST_F(CorrectionSessionTest, RerunOverlaysTheResultAndSupersededEventsAreDroppe
 {
     auto session = makeSession("teh cat");
     session->start();
-    complete(fake.last(), {"the cat"});
+    complete({"the cat"});
     ASSERT_EQ(session->accept(), "the cat");
 
     session->start(); // "try again"
@@ -127,7 +123,7 @@ TEST_F(CorrectionSessionTest, AcceptRecordsOnceAndReturnsTheSameText)
 {
     auto session = makeSession("alot");
     session->start();
-    complete(fake.last(), {"a", " lot"}, {7, 2});
+    complete({"a", " lot"}, {7, 2});
     EXPECT_EQ(session->accept(), "a lot");
     EXPECT_EQ(session->accept(), "a lot");
     ASSERT_EQ(fake.records.size(), 1U);
@@ -144,13 +140,13 @@ TEST_F(CorrectionSessionTest, UnchangedReplyHandsBackTheOriginalByteForByte)
 {
     auto session = makeSession("Fine as is.");
     session->start();
-    complete(fake.last(), {"Fine as is.", "\n"});
+    complete({"Fine as is.", "\n"});
     // The trailing line break joins the final punctuation token, so it counts as a change.
     ASSERT_TRUE(session->accept().has_value());
 
     auto same = makeSession("Fine as is.");
     same->start();
-    complete(fake.last(), {"Fine as is."});
+    complete({"Fine as is."});
     EXPECT_EQ(same->accept(), "Fine as is.");
     EXPECT_EQ(fake.records.back().changeCount, 0);
 }
@@ -160,7 +156,7 @@ TEST_F(CorrectionSessionTest, RunKeepsTheSettingsItWasPreparedWith)
     auto session = makeSession("hello");
     session->start();
     fake.settings.strength = CorrectionStrength::fullRewrite;
-    complete(fake.last(), {"Hello."});
+    complete({"Hello."});
     ASSERT_TRUE(session->run().has_value());
     EXPECT_EQ(session->run()->options.strength, CorrectionStrength::grammarSpelling);
 }
@@ -208,7 +204,7 @@ TEST_F(CorrectionSessionTest, FinishHookRunsForResultsAndFailuresNotForCancels)
     int finished = 0;
     session->setOnFinished([&] { ++finished; });
     session->start();
-    complete(fake.last(), {"Hello."});
+    complete({"Hello."});
     EXPECT_EQ(finished, 1);
 
     session->start();

@@ -381,8 +381,6 @@ INSTANTIATE_TEST_SUITE_P(
         MessageRow{"EnvelopeWithoutWrapperIsTheBody", " {\"object\":\"error\",\"message\":\"bad\",\"code\":400}\n", "",
                    R"({"object":"error","message":"bad","code":400})"},
         MessageRow{"NonStringMessageIsTheBody", R"({"error":{"message":401}})", "", R"({"error":{"message":401}})"},
-        MessageRow{"HtmlFromAProxy", "\r\n<html><body>502 Bad Gateway</body></html>\r\n", "",
-                   "<html><body>502 Bad Gateway</body></html>"},
         MessageRow{"KeyMaskedEverywhere", R"({"error":{"message":"key sk-1 is not sk-12 but sk-1"}})", "sk-1",
                    "key [redacted] is not [redacted]2 but [redacted]"},
         MessageRow{"KeyInPlainBody", "bad key: abc\n", "abc", "bad key: [redacted]"},

@@ -19,6 +19,7 @@ void PrintTo(const ProviderEvent& event, std::ostream* out)
 
 namespace {
 
+using test::operator<<;
 using Headers = std::vector<std::pair<std::string, std::string>>;
 
 constexpr std::string_view systemPrompt = "Fix the grammar.\nKeep the meaning.";
@@ -176,11 +177,6 @@ struct EventRow
     std::string payload;
     ProviderEvent event;
 };
-
-void PrintTo(const EventRow& row, std::ostream* out)
-{
-    *out << row.name;
-}
 
 ProviderEvent text(std::string delta)
 {

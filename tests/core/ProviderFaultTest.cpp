@@ -40,6 +40,7 @@ struct Outcome
     std::string text;
     std::optional<ProviderError> error;
     bool done = false;
+    std::chrono::steady_clock::duration elapsed{};
 };
 
 struct FaultRow
@@ -65,7 +66,8 @@ TEST_P(ProviderFaults, EndAsNamed)
         outcome.text += event.text;
         outcome.done = outcome.done || event.kind == CorrectionEvent::Kind::done;
     });
-    EXPECT_LT(std::chrono::steady_clock::now() - started, 10s);
+    outcome.elapsed = std::chrono::steady_clock::now() - started;
+    EXPECT_LT(outcome.elapsed, 10s);
     GetParam().check(outcome);
 }
 
@@ -83,6 +85,16 @@ std::function<void(const Outcome&)> fails(ProviderError expected)
     return [expected](const Outcome& o) {
         ASSERT_TRUE(o.error.has_value());
         EXPECT_EQ(*o.error, expected) << o.error->description();
+        EXPECT_FALSE(o.done);
+    };
+}
+
+// Silence ends in a timeout a few idle limits after the last byte, not at some longer limit of its own.
+std::function<void(const Outcome&)> timesOut()
+{
+    return [](const Outcome& o) {
+        EXPECT_EQ(o.error, ProviderError::timeout());
+        EXPECT_LT(o.elapsed, 3s);
         EXPECT_FALSE(o.done);
     };
 }
@@ -118,6 +130,8 @@ INSTANTIATE_TEST_SUITE_P(
                      EXPECT_TRUE(o.error->text().starts_with("<html>\n<head><title>502 Bad Gateway"));
                      EXPECT_TRUE(o.error->text().ends_with("</body>\n</html>"));
                  }},
+        FaultRow{"StallsBeforeHead", ProviderID::openai, [] { return ScriptedResponse::stallBeforeHead(); },
+                 timesOut()},
         FaultRow{"StallsMidStream", ProviderID::anthropic,
                  [] {
                      ScriptedResponse r = ScriptedResponse::events(streams::anthropic({"Hello", " world"}));
@@ -125,7 +139,7 @@ INSTANTIATE_TEST_SUITE_P(
                      r.ending = ScriptedResponse::Ending::stall;
                      return r;
                  },
-                 fails(ProviderError::timeout())},
+                 timesOut()},
         FaultRow{"DropsMidStream", ProviderID::openai,
                  [] {
                      ScriptedResponse r = ScriptedResponse::events(streams::openAI({"Hello", " world"}));
@@ -135,7 +149,13 @@ INSTANTIATE_TEST_SUITE_P(
                  },
                  failsAs(ProviderError::Kind::transport)},
         FaultRow{"InBandErrorOnly", ProviderID::anthropic,
-                 [] { return ScriptedResponse::events(streams::anthropic({}, {.failMidStream = true})); },
+                 [] {
+                     auto events = streams::anthropic({});
+                     events.resize(3); // message_start, content_block_start, ping
+                     events.emplace_back("event: error\ndata: {\"type\": \"error\", \"error\": {\"type\": "
+                                         "\"overloaded_error\", \"message\": \"Overloaded\"}}\n\n");
+                     return ScriptedResponse::events(events);
+                 },
                  fails(ProviderError::invalidCorrectionOutput("empty response"))},
         FaultRow{"SeveralMegabytes", ProviderID::openai,
                  [] { return ScriptedResponse::events(streams::openAI(streams::split(bigReply(), 4096))); },

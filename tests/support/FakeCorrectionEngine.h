@@ -44,12 +44,12 @@ public:
     Stream& last() { return *streams.back(); }
 
     // Plays the pieces of a reply on the last stream, then its normal end.
-    void complete(const std::vector<std::string>& pieces)
+    void complete(const std::vector<std::string>& pieces, TokenUsage usage = {10, 3})
     {
         for (const auto& piece : pieces) {
             last().callbacks.onEvent(CorrectionEvent::makeDelta(piece));
         }
-        last().callbacks.onEvent(CorrectionEvent::makeDone({10, 3}));
+        last().callbacks.onEvent(CorrectionEvent::makeDone(usage));
         last().callbacks.onFinish(std::nullopt);
     }
 

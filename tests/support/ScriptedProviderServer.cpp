@@ -44,8 +44,6 @@ std::string_view trimmed(std::string_view text)
 std::string_view reasonPhrase(int status)
 {
     switch (status) {
-    case 100:
-        return "Continue";
     case 200:
         return "OK";
     case 401:
@@ -130,7 +128,7 @@ ScriptedResponse ScriptedResponse::garbage(std::string bytes)
 ScriptedResponse ScriptedResponse::stallBeforeHead()
 {
     ScriptedResponse response;
-    response.sendHead = false;
+    response.raw = std::string();
     response.ending = Ending::stall;
     return response;
 }
@@ -218,17 +216,7 @@ bool ScriptedProviderServer::waitForRequests(std::size_t count, milliseconds tim
 
 void ScriptedProviderServer::acceptLoop()
 {
-    for (;;) {
-        pollfd fds[] = {{m_listener, POLLIN, 0}, {m_wake, POLLIN, 0}};
-        if (::poll(fds, 2, -1) < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return;
-        }
-        if (fds[1].revents != 0) {
-            return;
-        }
+    while (waitReadable(m_listener)) {
         const int socket = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
         if (socket < 0) {
             continue;
@@ -267,15 +255,8 @@ void ScriptedProviderServer::serve(int socket)
     const auto fill = [&](std::size_t size) {
         char scratch[16384];
         while (buffer.size() < size) {
-            pollfd fds[] = {{socket, POLLIN, 0}, {m_wake, POLLIN, 0}};
-            if (::poll(fds, 2, -1) < 0 && errno != EINTR) {
+            if (!waitReadable(socket)) {
                 return false;
-            }
-            if (fds[1].revents != 0) {
-                return false;
-            }
-            if (fds[0].revents == 0) {
-                continue;
             }
             const ssize_t received = ::recv(socket, scratch, sizeof scratch, 0);
             if (received < 0 && errno == EINTR) {
@@ -323,28 +304,7 @@ void ScriptedProviderServer::serve(int socket)
         if (!line.empty()) {
             return; // hung up inside the head
         }
-        if (equalsIgnoringCase(request.header("Expect"), "100-continue") &&
-            !sendAll(socket, "HTTP/1.1 100 Continue\r\n\r\n")) {
-            return;
-        }
-        if (equalsIgnoringCase(request.header("Transfer-Encoding"), "chunked")) {
-            for (;;) {
-                if (!takeLine(line)) {
-                    return;
-                }
-                const std::size_t size = std::strtoul(line.c_str(), nullptr, 16);
-                if (size == 0) {
-                    while (takeLine(line) && !line.empty()) {
-                    }
-                    break;
-                }
-                if (!fill(size + 2)) {
-                    return;
-                }
-                request.body.append(buffer, 0, size);
-                buffer.erase(0, size + 2);
-            }
-        } else if (const auto length = request.header("Content-Length"); !length.empty()) {
+        if (const auto length = request.header("Content-Length"); !length.empty()) {
             const std::size_t size = std::strtoul(std::string(length).c_str(), nullptr, 10);
             if (!fill(size)) {
                 return;
@@ -388,20 +348,27 @@ bool ScriptedProviderServer::pause(milliseconds delay) const
     return ::poll(&wake, 1, static_cast<int>(delay.count())) == 0;
 }
 
+bool ScriptedProviderServer::waitReadable(int socket) const
+{
+    for (;;) {
+        pollfd fds[] = {{socket, POLLIN, 0}, {m_wake, POLLIN, 0}};
+        const int ready = ::poll(fds, 2, -1);
+        if (ready < 0 && errno == EINTR) {
+            continue;
+        }
+        if (ready < 0 || fds[1].revents != 0) {
+            return false;
+        }
+        if (fds[0].revents != 0) {
+            return true;
+        }
+    }
+}
+
 void ScriptedProviderServer::stallUntilHangUp(int socket) const
 {
     char scratch[4096];
-    for (;;) {
-        pollfd fds[] = {{socket, POLLIN, 0}, {m_wake, POLLIN, 0}};
-        if (::poll(fds, 2, -1) < 0 && errno != EINTR) {
-            return;
-        }
-        if (fds[1].revents != 0) {
-            return;
-        }
-        if (fds[0].revents != 0 && ::recv(socket, scratch, sizeof scratch, 0) <= 0) {
-            return;
-        }
+    while (waitReadable(socket) && ::recv(socket, scratch, sizeof scratch, 0) > 0) {
     }
 }
 
@@ -421,9 +388,6 @@ bool ScriptedProviderServer::respond(int socket, const ScriptedResponse& respons
     };
     if (response.raw) {
         return sendAll(socket, *response.raw) && end();
-    }
-    if (!response.sendHead) {
-        return end();
     }
     if (response.interimContinue && !sendAll(socket, "HTTP/1.1 100 Continue\r\n\r\n")) {
         return false;
@@ -485,13 +449,12 @@ namespace streams {
 
 namespace {
 
-std::string event(const std::string& name, const std::string& data, const std::string& lineEnd)
+constexpr int promptTokens = 78;
+constexpr int completionTokens = 9;
+
+std::string event(const std::string& name, const std::string& data)
 {
-    std::string text;
-    if (!name.empty()) {
-        text += "event: " + name + lineEnd;
-    }
-    return text + "data: " + data + lineEnd + lineEnd;
+    return (name.empty() ? "" : "event: " + name + "\n") + "data: " + data + "\n\n";
 }
 
 Json openAIChunk(Json choices, Json usage)
@@ -513,9 +476,9 @@ Json openAIChoice(Json delta, Json finishReason)
         {"index", 0}, {"delta", std::move(delta)}, {"logprobs", nullptr}, {"finish_reason", std::move(finishReason)}}});
 }
 
-Json anthropicUsage(const Options& options, int outputTokens)
+Json anthropicUsage(int outputTokens)
 {
-    return Json{{"input_tokens", options.promptTokens},
+    return Json{{"input_tokens", promptTokens},
                 {"cache_creation_input_tokens", 0},
                 {"cache_read_input_tokens", 0},
                 {"output_tokens", outputTokens}};
@@ -523,50 +486,32 @@ Json anthropicUsage(const Options& options, int outputTokens)
 
 } // namespace
 
-std::vector<std::string> openAI(const std::vector<std::string>& pieces, const Options& options)
+std::vector<std::string> openAI(const std::vector<std::string>& pieces)
 {
-    const auto& end = options.lineEnd;
     std::vector<std::string> events;
     events.push_back(event(
-        "",
-        openAIChunk(openAIChoice({{"role", "assistant"}, {"content", ""}, {"refusal", nullptr}}, nullptr), nullptr)
-            .dump(),
-        end));
+        "", openAIChunk(openAIChoice({{"role", "assistant"}, {"content", ""}, {"refusal", nullptr}}, nullptr), nullptr)
+                .dump()));
     for (const auto& piece : pieces) {
-        events.push_back(event("", openAIChunk(openAIChoice({{"content", piece}}, nullptr), nullptr).dump(), end));
+        events.push_back(event("", openAIChunk(openAIChoice({{"content", piece}}, nullptr), nullptr).dump()));
     }
-    if (options.failMidStream) {
-        const Json error = {{"error",
-                             {{"message", "The server experienced an error while processing your request. Sorry "
-                                          "about that!"},
-                              {"type", "server_error"},
-                              {"param", nullptr},
-                              {"code", nullptr}}}};
-        events.push_back(event("", error.dump(), end));
-    } else {
-        events.push_back(event("", openAIChunk(openAIChoice(Json::object(), "stop"), nullptr).dump(), end));
-        if (options.usage) {
-            const Json usage = {{"prompt_tokens", options.promptTokens},
-                                {"completion_tokens", options.completionTokens},
-                                {"total_tokens", options.promptTokens + options.completionTokens},
-                                {"prompt_tokens_details", {{"cached_tokens", 0}, {"audio_tokens", 0}}},
-                                {"completion_tokens_details",
-                                 {{"reasoning_tokens", 0},
-                                  {"audio_tokens", 0},
-                                  {"accepted_prediction_tokens", 0},
-                                  {"rejected_prediction_tokens", 0}}}};
-            events.push_back(event("", openAIChunk(Json::array(), usage).dump(), end));
-        }
-    }
-    if (options.done) {
-        events.push_back(event("", "[DONE]", end));
-    }
+    events.push_back(event("", openAIChunk(openAIChoice(Json::object(), "stop"), nullptr).dump()));
+    const Json usage = {{"prompt_tokens", promptTokens},
+                        {"completion_tokens", completionTokens},
+                        {"total_tokens", promptTokens + completionTokens},
+                        {"prompt_tokens_details", {{"cached_tokens", 0}, {"audio_tokens", 0}}},
+                        {"completion_tokens_details",
+                         {{"reasoning_tokens", 0},
+                          {"audio_tokens", 0},
+                          {"accepted_prediction_tokens", 0},
+                          {"rejected_prediction_tokens", 0}}}};
+    events.push_back(event("", openAIChunk(Json::array(), usage).dump()));
+    events.push_back(event("", "[DONE]"));
     return events;
 }
 
-std::vector<std::string> anthropic(const std::vector<std::string>& pieces, const Options& options)
+std::vector<std::string> anthropic(const std::vector<std::string>& pieces)
 {
-    const auto& end = options.lineEnd;
     std::vector<std::string> events;
     const Json start = {{"type", "message_start"},
                         {"message",
@@ -577,28 +522,22 @@ std::vector<std::string> anthropic(const std::vector<std::string>& pieces, const
                           {"content", Json::array()},
                           {"stop_reason", nullptr},
                           {"stop_sequence", nullptr},
-                          {"usage", anthropicUsage(options, 1)}}}};
-    events.push_back(event("message_start", start.dump(), end));
+                          {"usage", anthropicUsage(1)}}}};
+    events.push_back(event("message_start", start.dump()));
     events.push_back(event("content_block_start",
-                           R"({"type":"content_block_start","index":0,"content_block":{"type":"text","text":""}})",
-                           end));
-    events.push_back(event("ping", R"({"type": "ping"})", end));
+                           R"({"type":"content_block_start","index":0,"content_block":{"type":"text","text":""}})"));
+    events.push_back(event("ping", R"({"type": "ping"})"));
     for (const auto& piece : pieces) {
         const Json delta = {
             {"type", "content_block_delta"}, {"index", 0}, {"delta", {{"type", "text_delta"}, {"text", piece}}}};
-        events.push_back(event("content_block_delta", delta.dump(), end));
+        events.push_back(event("content_block_delta", delta.dump()));
     }
-    if (options.failMidStream) {
-        events.push_back(event(
-            "error", R"({"type": "error", "error": {"type": "overloaded_error", "message": "Overloaded"}})", end));
-        return events;
-    }
-    events.push_back(event("content_block_stop", R"({"type":"content_block_stop","index":0              })", end));
+    events.push_back(event("content_block_stop", R"({"type":"content_block_stop","index":0              })"));
     const Json messageDelta = {{"type", "message_delta"},
                                {"delta", {{"stop_reason", "end_turn"}, {"stop_sequence", nullptr}}},
-                               {"usage", anthropicUsage(options, options.completionTokens)}};
-    events.push_back(event("message_delta", messageDelta.dump(), end));
-    events.push_back(event("message_stop", R"({"type":"message_stop"           })", end));
+                               {"usage", anthropicUsage(completionTokens)}};
+    events.push_back(event("message_delta", messageDelta.dump()));
+    events.push_back(event("message_stop", R"({"type":"message_stop"           })"));
     return events;
 }
 

@@ -26,7 +26,7 @@ struct RecordedRequest
     std::string method;
     std::string target; // as sent: "/v1/messages", or an absolute URL when the server was used as a proxy
     Headers headers;    // in arrival order, names as sent
-    std::string body;   // exact bytes (a chunked request body is decoded)
+    std::string body;   // exact bytes
 
     // The first header with this name (ASCII case-insensitive), or an empty view.
     [[nodiscard]] std::string_view header(std::string_view name) const;
@@ -59,7 +59,6 @@ struct ScriptedResponse
     Framing framing = Framing::chunked;
     Ending ending = Ending::complete;
     std::chrono::milliseconds headDelay{0}; // before the head is written
-    bool sendHead = true;                   // false with `stall`: the request is never answered
     bool interimContinue = false;           // a "100 Continue" head before the real one
     std::optional<std::string> raw;         // written instead of any HTTP (then `ending` applies)
 
@@ -107,6 +106,8 @@ private:
     bool respond(int socket, const ScriptedResponse& response);
     ScriptedResponse responseFor(const RecordedRequest& request);
     bool pause(std::chrono::milliseconds delay) const;
+    // Waits until `socket` is readable or hung up; false once the server stops.
+    bool waitReadable(int socket) const;
     void stallUntilHangUp(int socket) const;
 
     int m_listener = -1;
@@ -125,26 +126,16 @@ private:
     std::thread m_acceptor;
 };
 
-// Realistic reply streams, built from a reply split into pieces (one text delta each). Every returned string
-// is one whole event, terminators included, ready to be a BodyChunk.
+// Realistic reply streams, built from a reply split into pieces (one text delta each), reporting 78 prompt and
+// 9 completion tokens. Every returned string is one whole event, terminators included, ready to be a BodyChunk.
 namespace streams {
 
-struct Options
-{
-    std::string lineEnd = "\n"; // "\r\n" as some Python servers send
-    int promptTokens = 78;
-    int completionTokens = 9;
-    bool usage = true;          // OpenAI: the usage chunk (include_usage)
-    bool done = true;           // OpenAI: the closing "data: [DONE]"
-    bool failMidStream = false; // an in-band error after the pieces instead of a normal end
-};
-
-// chat.completion.chunk events: a role chunk, one chunk per piece, the finish chunk, the usage chunk and
-// [DONE] (as the options say).
-std::vector<std::string> openAI(const std::vector<std::string>& pieces, const Options& options = {});
+// chat.completion.chunk events: a role chunk, one chunk per piece, the finish chunk, the usage chunk
+// (include_usage) and [DONE].
+std::vector<std::string> openAI(const std::vector<std::string>& pieces);
 // message_start, content_block_start, ping, one content_block_delta per piece, content_block_stop (padded as
 // the live service pads it), message_delta with the usage, message_stop.
-std::vector<std::string> anthropic(const std::vector<std::string>& pieces, const Options& options = {});
+std::vector<std::string> anthropic(const std::vector<std::string>& pieces);
 // Splits text into pieces of about `size` bytes, never inside a UTF-8 sequence.
 std::vector<std::string> split(std::string_view text, std::size_t size = 12);
 
