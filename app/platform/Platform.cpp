@@ -64,8 +64,9 @@ public:
 QString limitationFor(const QString& platformName)
 {
     if (platformName == QLatin1String("wayland") || isWaylandSession()) {
-        return QStringLiteral("Vesk can't send keystrokes to other apps in a Wayland session. Bind `vesk fix` to a "
-                              "shortcut in your desktop's keyboard settings.");
+        return QStringLiteral("Vesk can't send keystrokes to other apps in a Wayland session, so it can't copy the "
+                              "selection or paste the correction there. Write (in the tray menu) and `vesk correct` "
+                              "still work; an X11 session brings corrections in place.");
     }
     return QStringLiteral("Vesk can't send keystrokes to other apps without an X11 display (Qt platform \"%1\").")
         .arg(platformName);
