@@ -6,6 +6,7 @@
 #include <QLoggingCategory>
 #include <QStandardPaths>
 #include <algorithm>
+#include <numeric>
 #include <sqlite3.h>
 #include <unicode/locid.h>
 
@@ -67,6 +68,7 @@ public:
         }
         return text(column);
     }
+    std::int64_t integer(int column) const { return sqlite3_column_int64(m_statement, column); }
 
 private:
     sqlite3_stmt* m_statement = nullptr;
@@ -81,6 +83,59 @@ bool exec(sqlite3* db, const char* sql)
         return false;
     }
     return true;
+}
+
+// The first column of the first row, or nothing when there is no row.
+std::optional<std::int64_t> queryInteger(sqlite3* db, const char* sql)
+{
+    const Statement statement(db, sql);
+    if (!statement || sqlite3_step(statement.get()) != SQLITE_ROW) {
+        return std::nullopt;
+    }
+    return statement.integer(0);
+}
+
+// Each clear counts up, so that other processes holding the history know to drop theirs.
+constexpr const char* clearsQuery = "SELECT CAST(value AS INTEGER) FROM meta WHERE key = 'clears'";
+
+constexpr const char* selectRecords = "SELECT id, date_ms, provider, model, original, corrected, prompt_tokens, "
+                                      "completion_tokens, estimated_cost, change_count, source_app, strength, tone, "
+                                      "word_count, search_text FROM corrections ";
+constexpr int wordCountColumn = 13;
+constexpr int searchTextColumn = 14;
+
+// Fills a record in place: opening a long history spends its time allocating and copying.
+void readRecord(const Statement& rows, CorrectionRecord& r)
+{
+    r.id = rows.integer(0);
+    r.date = Clock::time_point(std::chrono::milliseconds(rows.integer(1)));
+    r.providerRaw = rows.text(2);
+    r.model = rows.text(3);
+    r.original = rows.text(4);
+    r.corrected = rows.text(5);
+    r.promptTokens = rows.integer(6);
+    r.completionTokens = rows.integer(7);
+    r.estimatedCost = sqlite3_column_double(rows.get(), 8);
+    r.changeCount = static_cast<int>(rows.integer(9));
+    r.sourceApp = rows.optionalText(10);
+    r.strengthRaw = rows.optionalText(11);
+    r.toneRaw = rows.optionalText(12);
+}
+
+// The order of records(): newest first, and the later row first within one millisecond.
+bool isNewer(const CorrectionRecord& a, const CorrectionRecord& b)
+{
+    return a.date != b.date ? a.date > b.date : a.id > b.id;
+}
+
+template <typename T> void reorder(std::vector<T>& items, const std::vector<std::size_t>& order)
+{
+    std::vector<T> reordered;
+    reordered.reserve(items.size());
+    for (const std::size_t index : order) {
+        reordered.push_back(std::move(items[index]));
+    }
+    items = std::move(reordered);
 }
 
 } // namespace
@@ -98,13 +153,15 @@ HistoryStore::HistoryStore(QString path, QObject* parent) : QObject(parent)
                                                .arg(QString::fromUtf8(m_db ? sqlite3_errmsg(m_db) : "cannot open"));
         sqlite3_close(m_db);
         m_db = nullptr;
-        m_records.clear();
-        m_searchTexts.clear();
-        m_wordCounts.clear();
+        forget();
         if (!open(QStringLiteral(":memory:"))) {
             qFatal("The in-memory history store cannot be opened");
         }
+        return;
     }
+    m_refreshTimer.setInterval(refreshInterval);
+    connect(&m_refreshTimer, &QTimer::timeout, this, &HistoryStore::refresh);
+    m_refreshTimer.start();
 }
 
 HistoryStore::~HistoryStore()
@@ -114,13 +171,14 @@ HistoryStore::~HistoryStore()
 
 bool HistoryStore::open(const QString& path)
 {
-    if (sqlite3_open_v2(path.toUtf8().constData(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) !=
-        SQLITE_OK) {
+    if (sqlite3_open_v2(path.toUtf8().constData(), &m_db,
+                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr) != SQLITE_OK) {
         return false;
     }
     sqlite3_busy_timeout(m_db, 2000);
     // Write-ahead logging: a kill during a write leaves the last committed state; readers never block.
-    return exec(m_db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;") && migrate() && load();
+    return exec(m_db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA mmap_size=1073741824;") &&
+           migrate() && load();
 }
 
 bool HistoryStore::migrate()
@@ -162,6 +220,8 @@ bool HistoryStore::migrate()
 
 bool HistoryStore::load()
 {
+    m_dataVersion = queryInteger(m_db, "PRAGMA data_version").value_or(0);
+    m_clears = queryInteger(m_db, clearsQuery).value_or(0);
     std::string foldedWith;
     {
         Statement meta(m_db, "SELECT value FROM meta WHERE key = 'searchLocale'");
@@ -173,34 +233,36 @@ bool HistoryStore::load()
         }
     }
     const bool refold = foldedWith != currentLocale();
-    Statement rows(m_db, "SELECT id, date_ms, provider, model, original, corrected, prompt_tokens, "
-                         "completion_tokens, estimated_cost, change_count, source_app, strength, tone, word_count, "
-                         "search_text FROM corrections ORDER BY date_ms DESC, id DESC");
+    // Ids are dense (rows are only ever all deleted), so the highest is the count without a scan.
+    const auto count = static_cast<std::size_t>(queryInteger(m_db, "SELECT max(id) FROM corrections").value_or(0));
+    m_records.reserve(count);
+    m_searchTexts.reserve(count);
+    m_wordCounts.reserve(count);
+    // Rows come newest first by id, which is date order unless the clock was turned back meanwhile; that
+    // is put right below, which spares SQLite sorting the whole history on every launch.
+    Statement rows(m_db, (std::string(selectRecords) + "ORDER BY id DESC").c_str());
     if (!rows) {
         return false;
     }
     int step = 0;
     while ((step = sqlite3_step(rows.get())) == SQLITE_ROW) {
-        CorrectionRecord r;
-        r.id = sqlite3_column_int64(rows.get(), 0);
-        r.date = Clock::time_point(std::chrono::milliseconds(sqlite3_column_int64(rows.get(), 1)));
-        r.providerRaw = rows.text(2);
-        r.model = rows.text(3);
-        r.original = rows.text(4);
-        r.corrected = rows.text(5);
-        r.promptTokens = sqlite3_column_int64(rows.get(), 6);
-        r.completionTokens = sqlite3_column_int64(rows.get(), 7);
-        r.estimatedCost = sqlite3_column_double(rows.get(), 8);
-        r.changeCount = sqlite3_column_int(rows.get(), 9);
-        r.sourceApp = rows.optionalText(10);
-        r.strengthRaw = rows.optionalText(11);
-        r.toneRaw = rows.optionalText(12);
-        m_wordCounts.push_back(sqlite3_column_int(rows.get(), 13));
-        m_searchTexts.push_back(refold ? r.searchText() : rows.text(14));
-        m_records.push_back(std::move(r));
+        CorrectionRecord& r = m_records.emplace_back();
+        readRecord(rows, r);
+        m_lastSeenId = std::max(m_lastSeenId, r.id);
+        m_wordCounts.push_back(static_cast<int>(rows.integer(wordCountColumn)));
+        m_searchTexts.push_back(refold ? r.searchText() : rows.text(searchTextColumn));
     }
     if (step != SQLITE_DONE) {
         return false;
+    }
+    if (!std::is_sorted(m_records.begin(), m_records.end(), isNewer)) {
+        std::vector<std::size_t> order(m_records.size());
+        std::iota(order.begin(), order.end(), 0);
+        std::stable_sort(order.begin(), order.end(),
+                         [this](std::size_t a, std::size_t b) { return isNewer(m_records[a], m_records[b]); });
+        reorder(m_records, order);
+        reorder(m_searchTexts, order);
+        reorder(m_wordCounts, order);
     }
     if (refold) {
         Statement setLocale(m_db, "INSERT OR REPLACE INTO meta (key, value) VALUES ('searchLocale', ?)");
@@ -223,9 +285,75 @@ bool HistoryStore::load()
     return true;
 }
 
-void HistoryStore::record(const AcceptedCorrection& accepted)
+// Rows other processes added since the last look, placed by date among those held. Says whether there
+// were any.
+bool HistoryStore::loadNewRows()
 {
-    CorrectionRecord r = CorrectionRecord::from(accepted, Clock::now());
+    Statement rows(m_db, (std::string(selectRecords) + "WHERE id > ? ORDER BY id").c_str());
+    if (!rows) {
+        return false;
+    }
+    rows.bind(1, m_lastSeenId);
+    bool added = false;
+    while (sqlite3_step(rows.get()) == SQLITE_ROW) {
+        CorrectionRecord r;
+        readRecord(rows, r);
+        m_lastSeenId = std::max(m_lastSeenId, r.id);
+        if (std::find(m_ownIds.begin(), m_ownIds.end(), r.id) != m_ownIds.end()) {
+            continue;
+        }
+        // Folded here: the writer may have folded in another locale.
+        std::string searchText = r.searchText();
+        const auto words = static_cast<int>(rows.integer(wordCountColumn));
+        add(std::move(r), std::move(searchText), words);
+        added = true;
+    }
+    std::erase_if(m_ownIds, [this](std::int64_t id) { return id <= m_lastSeenId; });
+    return added;
+}
+
+void HistoryStore::refresh()
+{
+    if (!m_persistent) {
+        return;
+    }
+    const auto version = queryInteger(m_db, "PRAGMA data_version");
+    if (!version || *version == m_dataVersion) {
+        return;
+    }
+    m_dataVersion = *version;
+    if (queryInteger(m_db, clearsQuery).value_or(0) != m_clears) {
+        // Cleared elsewhere, perhaps with new rows since: start again from the file.
+        forget();
+        load();
+        emit changed();
+    } else if (loadNewRows()) {
+        emit changed();
+    }
+}
+
+void HistoryStore::forget()
+{
+    m_records.clear();
+    m_searchTexts.clear();
+    m_wordCounts.clear();
+    m_lastSeenId = 0;
+    m_ownIds.clear();
+}
+
+void HistoryStore::add(CorrectionRecord record, std::string searchText, int words)
+{
+    const auto at = std::lower_bound(m_records.begin(), m_records.end(), record, isNewer);
+    const auto index = at - m_records.begin();
+    m_records.insert(at, std::move(record));
+    m_searchTexts.insert(m_searchTexts.begin() + index, std::move(searchText));
+    m_wordCounts.insert(m_wordCounts.begin() + index, words);
+}
+
+bool HistoryStore::record(const AcceptedCorrection& accepted)
+{
+    // Dated to the millisecond the file keeps, so that this record sorts the same as when read back.
+    CorrectionRecord r = CorrectionRecord::from(accepted, std::chrono::floor<std::chrono::milliseconds>(Clock::now()));
     const int words = static_cast<int>(unicode::countWords(r.corrected));
     std::string searchText = r.searchText();
     Statement insert(m_db, "INSERT INTO corrections (date_ms, provider, model, original, corrected, prompt_tokens, "
@@ -252,24 +380,36 @@ void HistoryStore::record(const AcceptedCorrection& accepted)
     }
     if (saved) {
         r.id = sqlite3_last_insert_rowid(m_db);
+        // Nothing can have been written between the last row seen and this one unless its id leaves a gap.
+        if (r.id == m_lastSeenId + 1) {
+            m_lastSeenId = r.id;
+        } else if (m_persistent) {
+            m_ownIds.push_back(r.id);
+        }
     } else {
         qCCritical(lcHistory).noquote()
             << QStringLiteral("History save failed: %1").arg(QString::fromUtf8(sqlite3_errmsg(m_db)));
         // Still shown until quit, under an id no stored row can have, so the views can tell it apart.
         r.id = --m_lastUnsavedId;
     }
-    m_records.insert(m_records.begin(), std::move(r));
-    m_searchTexts.insert(m_searchTexts.begin(), std::move(searchText));
-    m_wordCounts.insert(m_wordCounts.begin(), words);
+    add(std::move(r), std::move(searchText), words);
     emit changed();
+    return saved && m_persistent;
 }
 
 void HistoryStore::clearAll()
 {
-    exec(m_db, "DELETE FROM corrections;");
-    m_records.clear();
-    m_searchTexts.clear();
-    m_wordCounts.clear();
+    if (!exec(m_db, "BEGIN IMMEDIATE;"
+                    "DELETE FROM corrections;"
+                    "INSERT INTO meta (key, value) VALUES ('clears', 1)"
+                    " ON CONFLICT (key) DO UPDATE SET value = CAST(value AS INTEGER) + 1;"
+                    "COMMIT;") &&
+        sqlite3_get_autocommit(m_db) == 0) {
+        exec(m_db, "ROLLBACK;");
+    }
+    m_clears = queryInteger(m_db, clearsQuery).value_or(0);
+    forget();
+    m_dataVersion = -1; // the next look takes in whatever the file still holds, should the clear have failed
     emit changed();
 }
 

@@ -2,7 +2,8 @@
 
 // Every accepted correction, kept in a SQLite file in the app's data directory. The records are held in
 // memory newest first, with what searches and figures need computed once per record, so views update
-// live and a keystroke never re-reads or re-folds the history.
+// live and a keystroke never re-reads or re-folds the history. Corrections recorded or a history cleared
+// by another process (`vesk correct` while the app runs) show up within a couple of seconds.
 
 #include "core/AcceptedCorrection.h"
 #include "core/CorrectionRecord.h"
@@ -10,7 +11,9 @@
 
 #include <QObject>
 #include <QString>
-#include <memory>
+#include <QTimer>
+#include <chrono>
+#include <cstdint>
 #include <vector>
 
 struct sqlite3;
@@ -23,6 +26,8 @@ class HistoryStore : public QObject
 
 public:
     static constexpr int schemaVersion = 1;
+    // How often the file is checked for what other processes wrote.
+    static constexpr std::chrono::milliseconds refreshInterval{1500};
 
     // Opens (creating when needed) the store at `path`, or at history.sqlite3 in the app's data
     // directory. A store that cannot be opened is left untouched and the history lives in memory until
@@ -36,9 +41,14 @@ public:
     // The record with the store's row id, or null when there is none (any more).
     [[nodiscard]] const CorrectionRecord* find(std::int64_t id) const;
 
-    // Adds the accepted correction, dated now. A failed save is logged; the record still shows until quit.
-    void record(const AcceptedCorrection& accepted);
+    // Adds the accepted correction, dated now, and says whether it reached the file. A failed save is
+    // logged; the record still shows until quit.
+    bool record(const AcceptedCorrection& accepted);
     void clearAll();
+
+    // Takes in what other processes recorded or cleared since the last look and emits changed() if that
+    // changed the records. Runs every refreshInterval; when nothing was written it costs one query.
+    void refresh();
 
     // Indexes into records() of those matching the query (trimmed; case and accents ignored in the user's
     // locale), newest first; every record when the query is blank.
@@ -55,6 +65,9 @@ private:
     bool open(const QString& path);
     bool migrate();
     bool load();
+    bool loadNewRows();
+    void forget();
+    void add(CorrectionRecord record, std::string searchText, int words);
 
     sqlite3* m_db = nullptr;
     bool m_persistent = false;
@@ -62,6 +75,16 @@ private:
     std::vector<CorrectionRecord> m_records;
     std::vector<std::string> m_searchTexts;
     std::vector<int> m_wordCounts;
+
+    // What the last look at the file saw: SQLite's count of other connections' commits, the number of
+    // times the history was cleared, and the highest row id. Ids only grow between clears, so rows above
+    // that id are exactly the new ones.
+    std::int64_t m_dataVersion = 0;
+    std::int64_t m_clears = 0;
+    std::int64_t m_lastSeenId = 0;
+    // Rows this store wrote above m_lastSeenId while another process wrote below them; already held.
+    std::vector<std::int64_t> m_ownIds;
+    QTimer m_refreshTimer;
 };
 
 } // namespace vesk::app

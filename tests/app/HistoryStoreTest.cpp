@@ -3,9 +3,12 @@
 #include "app/HistoryStore.h"
 
 #include <QFile>
+#include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <set>
+#include <sqlite3.h>
 
 namespace vesk::app {
 namespace {
@@ -20,10 +23,35 @@ AcceptedCorrection accepted(std::string original, std::string corrected, std::op
             std::move(source)};
 }
 
+std::vector<std::string> correctedTexts(const HistoryStore& store)
+{
+    std::vector<std::string> texts;
+    for (const CorrectionRecord& record : store.records()) {
+        texts.push_back(record.corrected);
+    }
+    return texts;
+}
+
 class HistoryStoreTest : public ::testing::Test
 {
 protected:
     QString path() const { return m_dir.filePath("history.sqlite3"); }
+
+    // Runs one statement on the file behind the store's back; the first column of its first row.
+    std::string sql(const char* statement) const
+    {
+        sqlite3* db = nullptr;
+        sqlite3_stmt* query = nullptr;
+        std::string first;
+        if (sqlite3_open(path().toUtf8().constData(), &db) == SQLITE_OK &&
+            sqlite3_prepare_v2(db, statement, -1, &query, nullptr) == SQLITE_OK && sqlite3_step(query) == SQLITE_ROW) {
+            first = reinterpret_cast<const char*>(sqlite3_column_text(query, 0));
+        }
+        sqlite3_finalize(query);
+        sqlite3_close(db);
+        return first;
+    }
+
     QTemporaryDir m_dir;
 };
 
@@ -66,6 +94,20 @@ TEST_F(HistoryStoreTest, SearchAndClear)
     EXPECT_TRUE(HistoryStore(path()).records().empty()) << "cleared on disk too";
 }
 
+TEST_F(HistoryStoreTest, RowsWrittenWhileTheClockWasBehindStillComeByDate)
+{
+    {
+        HistoryStore store(path());
+        store.record(accepted("a", "Older one."));
+        store.record(accepted("b", "Newer."));
+    }
+    sql("UPDATE corrections SET date_ms = date_ms - 86400000 WHERE id = 2");
+    const HistoryStore reopened(path());
+    EXPECT_EQ(correctedTexts(reopened), (std::vector<std::string>{"Older one.", "Newer."}));
+    EXPECT_EQ(reopened.wordCounts(), (std::vector<int>{2, 1}));
+    EXPECT_EQ(reopened.search(QStringLiteral("newer")), (std::vector<std::size_t>{1}));
+}
+
 TEST_F(HistoryStoreTest, UnusableFilesFallBackToMemoryAndAreLeftAlone)
 {
     QFile corrupt(path());
@@ -84,6 +126,70 @@ TEST_F(HistoryStoreTest, UnusableFilesFallBackToMemoryAndAreLeftAlone)
 
     HistoryStore unwritable(m_dir.filePath("no/such/dir/history.sqlite3"));
     EXPECT_FALSE(unwritable.isPersistent());
+}
+
+// The running app and `vesk correct` share one file: each sees what the other wrote, once.
+TEST_F(HistoryStoreTest, WritesAndClearsFromAnotherProcessShowUp)
+{
+    HistoryStore app(path());
+    app.record(accepted("mine", "Mine."));
+    HistoryStore other(path());
+    QSignalSpy changed(&app, &HistoryStore::changed);
+    other.record(accepted("theirs", "Theirs.", "Command line"));
+    ASSERT_TRUE(changed.wait(3 * HistoryStore::refreshInterval.count())) << "picked up on its own";
+    EXPECT_EQ(correctedTexts(app), (std::vector<std::string>{"Theirs.", "Mine."}));
+    EXPECT_EQ(app.search(QStringLiteral("command")), (std::vector<std::size_t>{0}));
+
+    app.record(accepted("a", "A."));
+    other.record(accepted("b", "B."));
+    app.record(accepted("c", "C."));
+    app.refresh();
+    EXPECT_EQ(correctedTexts(app), (std::vector<std::string>{"C.", "B.", "A.", "Theirs.", "Mine."}))
+        << "interleaved rows each once, newest first";
+    EXPECT_EQ(app.wordCounts().size(), 5U);
+    changed.clear();
+    app.refresh();
+    EXPECT_EQ(changed.count(), 0) << "nothing new, nothing emitted";
+
+    other.clearAll();
+    other.record(accepted("after", "After.")); // the file numbers its rows from 1 again
+    app.refresh();
+    EXPECT_EQ(correctedTexts(app), (std::vector<std::string>{"After."}));
+    EXPECT_EQ(changed.count(), 1);
+}
+
+// SIGKILL at any moment of a write leaves a file that passes SQLite's integrity check and holds every
+// row the writer had reported committed.
+TEST_F(HistoryStoreTest, AKillDuringWritesKeepsTheFileWholeAndEveryCommittedRow)
+{
+    std::set<std::int64_t> committed;
+    for (const int killAfter : {1, 40, 150}) {
+        SCOPED_TRACE(killAfter);
+        QProcess writer;
+        writer.start(QStringLiteral(VESK_HISTORY_WRITER), {path()});
+        ASSERT_TRUE(writer.waitForStarted());
+        QByteArray out;
+        while (out.count('\n') < killAfter && writer.waitForReadyRead(10'000)) {
+            out += writer.readAllStandardOutput();
+        }
+        writer.kill();
+        writer.waitForFinished();
+        out += writer.readAllStandardOutput();
+        ASSERT_GE(out.count('\n'), killAfter) << writer.readAllStandardError().toStdString();
+        // A torn last line was never reported.
+        for (const QByteArray& line : out.left(out.lastIndexOf('\n')).split('\n')) {
+            committed.insert(line.toLongLong());
+        }
+    }
+
+    EXPECT_EQ(sql("PRAGMA integrity_check"), "ok");
+    const HistoryStore store(path());
+    ASSERT_TRUE(store.isPersistent());
+    std::set<std::int64_t> stored;
+    for (const CorrectionRecord& record : store.records()) {
+        stored.insert(record.id);
+    }
+    EXPECT_TRUE(std::includes(stored.begin(), stored.end(), committed.begin(), committed.end()));
 }
 
 } // namespace
