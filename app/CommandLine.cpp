@@ -1,17 +1,21 @@
 #include "app/CommandLine.h"
 
 #include "app/AppSettings.h"
+#include "app/HistoryStore.h"
 #include "core/CorrectionEngine.h"
 #include "core/CorrectionSession.h"
 #include "core/Pricing.h"
 #include "core/UnicodeText.h"
 
+#include <QDateTime>
+#include <QTextBoundaryFinder>
 #include <condition_variable>
 #include <deque>
 #include <iostream>
 #include <iterator>
 #include <map>
 #include <mutex>
+
 namespace vesk::app {
 
 namespace {
@@ -19,8 +23,12 @@ namespace {
 constexpr const char* usageText = R"(usage:
   vesk                      start the desktop app (or show the running one)
   vesk fix                  correct the selection in the focused app, like the shortcut
-  vesk correct [options] [--json]
-                            correct UTF-8 text from standard input and print the result
+  vesk correct [options] [--json] [--no-history]
+                            correct UTF-8 text from standard input and print the result;
+                            it is kept in the history unless --no-history is given
+  vesk history [--search TEXT] [--json]
+                            print the history, newest first: local time, source, fixes,
+                            model and the start of the correction, tab-separated
   vesk settings [options] [--review on|off] [--setup-done on|off]
                             print the saved settings, or change them (--setup-done on
                             skips the first-launch guide, for prepared installs)
@@ -56,6 +64,7 @@ struct Overrides
     std::optional<bool> review;
     std::optional<bool> setupDone;
     bool json = false;
+    bool noHistory = false;
     std::map<std::string, std::string> correction; // option name -> raw value, validated on apply
 };
 
@@ -82,29 +91,41 @@ template <typename E> E parseCase(const std::string& option, const std::string& 
     throw UsageError{"unknown " + option + " \"" + value + "\" (one of " + known + ")"};
 }
 
-Overrides parseOptions(const std::vector<std::string>& args, std::size_t first, bool allowJson, bool allowReview)
+// Every argument may end up in JSON, which only carries UTF-8.
+void requireUtf8(const std::vector<std::string>& args)
 {
-    // Every argument may end up in JSON, which only carries UTF-8.
     if (!std::all_of(args.begin(), args.end(), [](const std::string& arg) { return unicode::isValidUtf8(arg); })) {
         throw UsageError{"arguments must be UTF-8 text"};
     }
+}
+
+enum class Command { correct, settings };
+
+Overrides parseOptions(const std::vector<std::string>& args, Command command)
+{
+    requireUtf8(args);
+    const bool forCorrect = command == Command::correct;
     Overrides o;
-    for (std::size_t i = first; i < args.size(); ++i) {
+    for (std::size_t i = 1; i < args.size(); ++i) {
         std::string name = args[i];
         std::optional<std::string> value;
         if (const auto eq = name.find('='); name.starts_with("--") && eq != std::string::npos) {
             value = name.substr(eq + 1);
             name.resize(eq);
         }
-        if (name == "--json" && allowJson && !value) {
+        if (name == "--json" && forCorrect && !value) {
             o.json = true;
+            continue;
+        }
+        if (name == "--no-history" && forCorrect && !value) {
+            o.noHistory = true;
             continue;
         }
         static const char* const valued[] = {"--provider",     "--model",    "--endpoint",     "--strength",
                                              "--tone",         "--language", "--meaning-lock", "--preserve-formatting",
                                              "--instructions", "--review",   "--setup-done"};
         const bool known = std::find(std::begin(valued), std::end(valued), name) != std::end(valued) &&
-                           ((name != "--review" && name != "--setup-done") || allowReview);
+                           ((name != "--review" && name != "--setup-done") || !forCorrect);
         if (!known) {
             throw UsageError{"unknown option \"" + name + "\""};
         }
@@ -240,6 +261,19 @@ private:
     std::function<std::optional<std::string>(const char*)> m_environment;
 };
 
+// What the history shows as the source of a correction made here.
+constexpr std::string_view commandLineSource = "Command line";
+
+// The correction is done and printed by then: a history that can't take it costs a note, never the result.
+void keepInHistory(const AcceptedCorrection& accepted, const CommandLineContext& context)
+{
+    context.out.flush();
+    const std::unique_ptr<HistoryStore> history = context.openHistory();
+    if (!history->isPersistent() || !history->record(accepted)) {
+        context.err << "vesk: the history couldn't be saved; this correction is not in it.\n";
+    }
+}
+
 Json failureJson(const ProviderFailure& failure)
 {
     Json json = Json::object();
@@ -251,7 +285,7 @@ Json failureJson(const ProviderFailure& failure)
 
 int correct(const std::vector<std::string>& args, const CommandLineContext& context)
 {
-    const Overrides overrides = parseOptions(args, 1, /*allowJson=*/true, /*allowReview=*/false);
+    const Overrides overrides = parseOptions(args, Command::correct);
     const AppSettingsSnapshot settings = applied(context.settings.snapshot(), overrides);
 
     std::string text{std::istreambuf_iterator<char>(context.in), std::istreambuf_iterator<char>()};
@@ -277,9 +311,12 @@ int correct(const std::vector<std::string>& args, const CommandLineContext& cont
     const CorrectionRun run{settings.selectedProvider, settings.currentModel(), settings.correction,
                             settings.endpoint(settings.selectedProvider)};
     auto keys = std::make_shared<EnvironmentFirstKeyStore>(context.keyring, context.environment);
+    std::optional<AcceptedCorrection> recorded;
+    const auto keep = [&recorded](const AcceptedCorrection& accepted) { recorded = accepted; };
     BlockingExecutor mainThread;
-    CorrectionSession session(CorrectionSession::Reading{}, text, {}, std::nullopt,
-                              CorrectionEngine::providers(keys, context.transport, [run] { return run; }, {}),
+    CorrectionSession session(CorrectionSession::Reading{}, text, {}, std::string(commandLineSource),
+                              CorrectionEngine::providers(
+                                  keys, context.transport, [run] { return run; }, keep),
                               mainThread.executor());
     session.start();
     mainThread.runUntil([&] { return !session.isRunning(); });
@@ -292,30 +329,132 @@ int correct(const std::vector<std::string>& args, const CommandLineContext& cont
     if (result == nullptr || !accepted) {
         return fail({"Couldn't correct", "The correction did not finish.", std::nullopt});
     }
-    if (!overrides.json) {
+    if (overrides.json) {
+        Json json = Json::object();
+        json["corrected"] = *accepted;
+        json["changeCount"] = result->diff.changeCount();
+        json["changes"] = Json::array();
+        for (const auto& change : result->diff.changes) {
+            json["changes"].push_back({{"original", change.original}, {"replacement", change.replacement}});
+        }
+        json["provider"] = rawValue(run.provider);
+        json["model"] = run.model;
+        const auto& usage = session.usage();
+        json["usage"] = usage
+                            ? Json{{"promptTokens", usage->promptTokens}, {"completionTokens", usage->completionTokens}}
+                            : Json(nullptr);
+        json["estimatedCost"] = Pricing::estimatedCost(run.model, usage);
+        context.out << json.dump() << "\n";
+    } else {
         context.out << *accepted;
+    }
+    if (recorded && !overrides.noHistory) {
+        keepInHistory(*recorded, context);
+    }
+    return 0;
+}
+
+std::int64_t millisecondsSinceEpoch(std::chrono::system_clock::time_point date)
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(date.time_since_epoch()).count();
+}
+
+Json recordJson(const CorrectionRecord& record)
+{
+    const auto optional = [](const std::optional<std::string>& text) { return text ? Json(*text) : Json(nullptr); };
+    Json json = Json::object();
+    json["date"] = QDateTime::fromMSecsSinceEpoch(millisecondsSinceEpoch(record.date), Qt::UTC)
+                       .toString(Qt::ISODateWithMs)
+                       .toStdString();
+    json["providerRaw"] = record.providerRaw;
+    json["model"] = record.model;
+    json["original"] = record.original;
+    json["corrected"] = record.corrected;
+    json["promptTokens"] = record.promptTokens;
+    json["completionTokens"] = record.completionTokens;
+    json["estimatedCost"] = record.estimatedCost;
+    json["changeCount"] = record.changeCount;
+    json["sourceApp"] = optional(record.sourceApp);
+    json["strengthRaw"] = optional(record.strengthRaw);
+    json["toneRaw"] = optional(record.toneRaw);
+    return json;
+}
+
+// The start of the correction on one line: white space runs (line breaks too) become one space, and a
+// long text is cut after whole characters with an ellipsis.
+QString preview(const std::string& text)
+{
+    constexpr int maxCharacters = 60;
+    const QString line = QString::fromStdString(text).simplified();
+    QTextBoundaryFinder characters(QTextBoundaryFinder::Grapheme, line);
+    qsizetype cut = 0;
+    for (int kept = 0; kept < maxCharacters; ++kept) {
+        const qsizetype next = characters.toNextBoundary();
+        if (next < 0) {
+            break;
+        }
+        cut = next;
+    }
+    return cut < line.size() ? line.left(cut) + QChar(0x2026) : line;
+}
+
+// One record a line, fields split by tabs so that grep, cut and awk take it apart.
+std::string recordLine(const CorrectionRecord& record)
+{
+    const QString date = QDateTime::fromMSecsSinceEpoch(millisecondsSinceEpoch(record.date))
+                             .toString(QStringLiteral("yyyy-MM-dd HH:mm"));
+    return date.toStdString() + '\t' + record.sourceLabel() + '\t' + record.fixesLabel() + '\t' + record.model + '\t' +
+           preview(record.corrected).toStdString();
+}
+
+int historyCommand(const std::vector<std::string>& args, const CommandLineContext& context)
+{
+    requireUtf8(args);
+    bool json = false;
+    std::string query;
+    for (std::size_t i = 1; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        if (arg == "--json") {
+            json = true;
+        } else if (arg == "--search") {
+            if (i + 1 >= args.size()) {
+                throw UsageError{"--search needs a value"};
+            }
+            query = args[++i];
+        } else if (arg.starts_with("--search=")) {
+            query = arg.substr(arg.find('=') + 1);
+        } else {
+            throw UsageError{"unknown option \"" + arg + "\""};
+        }
+    }
+    const std::unique_ptr<HistoryStore> history = context.openHistory();
+    if (!history->isPersistent()) {
+        context.err << "Couldn't open the history\nThe history file in Vesk's data folder can't be read or created.\n";
+        return 1;
+    }
+    const std::vector<CorrectionRecord>& records = history->records();
+    const std::vector<std::size_t> found = history->search(QString::fromStdString(query));
+    if (json) {
+        Json list = Json::array();
+        for (const std::size_t index : found) {
+            list.push_back(recordJson(records[index]));
+        }
+        // A damaged file may hold bytes that are not UTF-8; they are shown replaced rather than lost.
+        context.out << list.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
         return 0;
     }
-    Json json = Json::object();
-    json["corrected"] = *accepted;
-    json["changeCount"] = result->diff.changeCount();
-    json["changes"] = Json::array();
-    for (const auto& change : result->diff.changes) {
-        json["changes"].push_back({{"original", change.original}, {"replacement", change.replacement}});
+    if (records.empty()) {
+        context.err << "No corrections yet.\n";
     }
-    json["provider"] = rawValue(run.provider);
-    json["model"] = run.model;
-    const auto& usage = session.usage();
-    json["usage"] = usage ? Json{{"promptTokens", usage->promptTokens}, {"completionTokens", usage->completionTokens}}
-                          : Json(nullptr);
-    json["estimatedCost"] = Pricing::estimatedCost(run.model, usage);
-    context.out << json.dump() << "\n";
+    for (const std::size_t index : found) {
+        context.out << recordLine(records[index]) << "\n";
+    }
     return 0;
 }
 
 int settingsCommand(const std::vector<std::string>& args, const CommandLineContext& context)
 {
-    const Overrides overrides = parseOptions(args, 1, /*allowJson=*/false, /*allowReview=*/true);
+    const Overrides overrides = parseOptions(args, Command::settings);
     if (args.size() > 1) {
         context.settings.setSnapshot(applied(context.settings.snapshot(), overrides));
     }
@@ -376,6 +515,9 @@ int runCommandLine(const std::vector<std::string>& args, const CommandLineContex
         }
         if (command == "correct") {
             return correct(args, context);
+        }
+        if (command == "history") {
+            return historyCommand(args, context);
         }
         if (command == "settings") {
             return settingsCommand(args, context);

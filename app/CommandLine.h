@@ -1,7 +1,7 @@
 #pragma once
 
-// The terminal's ways into Vesk: `vesk correct`, `vesk settings`, `vesk key …`. They run without a
-// display.
+// The terminal's ways into Vesk: `vesk correct`, `vesk history`, `vesk settings`, `vesk key …`. They run
+// without a display.
 
 #include "core/APIKeyStore.h"
 #include "core/ProviderTransport.h"
@@ -16,6 +16,7 @@
 namespace vesk::app {
 
 class AppSettings;
+class HistoryStore;
 
 struct CommandLineContext
 {
@@ -26,9 +27,11 @@ struct CommandLineContext
     std::shared_ptr<APIKeyStore> keyring;
     std::shared_ptr<ProviderTransport> transport;
     std::function<std::optional<std::string>(const char*)> environment; // reads a variable
+    // Opens the history when a command first needs it, so `settings` and `key` never touch it.
+    std::function<std::unique_ptr<HistoryStore>()> openHistory;
 };
 
-// Exit status: 0 done, 1 the correction or key operation failed, 2 wrong usage.
+// Exit status: 0 done, 1 the correction, key operation or history read failed, 2 wrong usage.
 int runCommandLine(const std::vector<std::string>& args, const CommandLineContext& context);
 
 } // namespace vesk::app

@@ -3,6 +3,7 @@
 #include "app/AppSettings.h"
 #include "app/CommandLine.h"
 #include "app/DesktopApp.h"
+#include "app/HistoryStore.h"
 #include "app/KeychainKeyStore.h"
 #include "app/SingleInstance.h"
 #include "core/CurlTransport.h"
@@ -55,6 +56,7 @@ int runCommandLine(int argc, char** argv, const std::vector<std::string>& args)
             const char* value = std::getenv(name);
             return value ? std::optional<std::string>(value) : std::nullopt;
         },
+        [] { return std::make_unique<vesk::app::HistoryStore>(); },
     };
     return vesk::app::runCommandLine(args, context);
 }

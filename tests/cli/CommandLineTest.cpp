@@ -1,14 +1,17 @@
 // The `vesk` binary run as a person runs it from a shell, against the scripted provider server on
-// loopback. Settings live in a fresh config directory per test; keys come from the environment, and the
-// keyring is made unreachable so nothing on the machine is touched.
+// loopback. Settings and history live in fresh config and data directories per test; keys come from the
+// environment, and the keyring is made unreachable so nothing on the machine is touched.
 
 #include "core/Json.h"
 #include "core/PromptBuilder.h"
 #include "support/Process.h"
 #include "support/ScriptedProviderServer.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <regex>
+#include <sstream>
 
 namespace vesk {
 namespace {
@@ -30,6 +33,7 @@ protected:
         ProcessOptions options;
         options.input = input;
         options.setEnvironment = {{"XDG_CONFIG_HOME", m_home.filePath("config").toStdString()},
+                                  {"XDG_DATA_HOME", m_home.filePath("data").toStdString()},
                                   {"OPENAI_API_KEY", openAIKey},
                                   {"ANTHROPIC_API_KEY", anthropicKey},
                                   {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus"},
@@ -47,9 +51,32 @@ protected:
     {
         ProcessOptions options;
         options.input = input;
-        options.setEnvironment = {{"XDG_CONFIG_HOME", m_home.filePath("config").toStdString()}};
+        options.setEnvironment = {{"XDG_CONFIG_HOME", m_home.filePath("config").toStdString()},
+                                  {"XDG_DATA_HOME", m_home.filePath("data").toStdString()}};
         options.unsetEnvironment = {"OPENAI_API_KEY", "ANTHROPIC_API_KEY", "http_proxy", "HTTP_PROXY"};
         return test::runProcess(VESK_BINARY, args, options);
+    }
+
+    ProcessResult correctThroughServer(std::vector<std::string> args, std::vector<std::string> deltas,
+                                       const std::string& input)
+    {
+        m_server.enqueue(ScriptedResponse::events(streams::openAI(std::move(deltas))));
+        args.insert(args.begin(), {"correct", "--endpoint", m_server.url("")});
+        return vesk(args, input);
+    }
+
+    std::vector<std::string> historyLines(const std::vector<std::string>& args = {}) const
+    {
+        std::vector<std::string> command{"history"};
+        command.insert(command.end(), args.begin(), args.end());
+        const ProcessResult r = vesk(command);
+        EXPECT_EQ(r.exitCode, 0) << r.err;
+        std::vector<std::string> lines;
+        std::istringstream out(r.out);
+        for (std::string line; std::getline(out, line);) {
+            lines.push_back(line);
+        }
+        return lines;
     }
 
     test::ScriptedProviderServer m_server;
@@ -183,6 +210,7 @@ TEST_F(CommandLineTest, SettingsPersistAndShapeTheNextCorrection)
     EXPECT_EQ(printed["reviewBeforeReplacing"], false);
     EXPECT_EQ(printed["correction"]["tone"], "concise");
     EXPECT_EQ(printed["endpoints"]["anthropic"], m_server.url(""));
+    EXPECT_FALSE(QFile::exists(m_home.filePath("data"))) << "settings never open the history";
 
     m_server.enqueue(ScriptedResponse::events(streams::anthropic({"Done."})));
     const ProcessResult r = vesk({"correct"}, "done");
@@ -222,6 +250,76 @@ TEST_F(CommandLineTest, KeyringKeysAreSetUsedAndRemoved)
     const ProcessResult empty = veskWithKeyring({"key", "set", "anthropic"}, "\n");
     EXPECT_EQ(empty.exitCode, 1);
     EXPECT_EQ(veskWithKeyring({"key", "set", "mistral"}, key).exitCode, 2);
+}
+
+TEST_F(CommandLineTest, HistoryStartsEmpty)
+{
+    const ProcessResult json = vesk({"history", "--json"});
+    EXPECT_EQ(json.exitCode, 0) << json.err;
+    EXPECT_EQ(json.out, "[]\n");
+    const ProcessResult plain = vesk({"history"});
+    EXPECT_EQ(plain.exitCode, 0) << plain.err;
+    EXPECT_EQ(plain.out, "");
+
+    EXPECT_EQ(vesk({"history", "--search"}).exitCode, 2);
+    EXPECT_EQ(vesk({"history", "--provider", "openai"}).exitCode, 2);
+}
+
+TEST_F(CommandLineTest, SuccessfulCorrectionsAreKeptInTheHistory)
+{
+    ASSERT_EQ(correctThroughServer({}, {"The", " cat", " sat."}, "teh cat sat").exitCode, 0);
+    ASSERT_EQ(correctThroughServer({"--no-history"}, {"Not kept."}, "not kep").exitCode, 0);
+    m_server.enqueue(ScriptedResponse::text(401, "application/json", streams::openAIErrorBody("bad key")));
+    ASSERT_EQ(vesk({"correct", "--endpoint", m_server.url("")}, "failed").exitCode, 1);
+    const ProcessResult second = correctThroughServer({"--json", "--tone", "friendly", "--model", "gpt-4.1"},
+                                                      {"Café\tcrème,\nplease."}, "cafe creme\nplease");
+    ASSERT_EQ(second.exitCode, 0) << second.err;
+    EXPECT_EQ(Json::parse(second.out)["corrected"], "Café\tcrème,\nplease.") << "the output is unchanged";
+
+    Json records = Json::parse(vesk({"history", "--json"}).out);
+    ASSERT_EQ(records.size(), 2U) << records.dump(2);
+    EXPECT_EQ(records[0]["corrected"], "Café\tcrème,\nplease.");
+    EXPECT_EQ(records[0]["toneRaw"], "friendly");
+    const std::string date = records[1]["date"];
+    EXPECT_TRUE(std::regex_match(date, std::regex(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)"))) << date;
+    EXPECT_DOUBLE_EQ(records[1]["estimatedCost"].get<double>(), 78 * 0.15e-6 + 9 * 0.60e-6);
+    records[1].erase("date");
+    records[1]["estimatedCost"] = 0;
+    EXPECT_EQ(records[1], Json::parse(R"({"providerRaw":"openai","model":"gpt-4o-mini","original":"teh cat sat",)"
+                                      R"("corrected":"The cat sat.","promptTokens":78,"completionTokens":9,)"
+                                      R"("estimatedCost":0,"changeCount":2,"sourceApp":"Command line",)"
+                                      R"("strengthRaw":"grammarSpelling","toneRaw":"preserve"})"));
+
+    const std::vector<std::string> lines = historyLines();
+    ASSERT_EQ(lines.size(), 2U);
+    const std::regex line(R"(\d{4}-\d\d-\d\d \d\d:\d\d\tCommand line\t(.*))");
+    std::smatch fields;
+    ASSERT_TRUE(std::regex_match(lines[1], fields, line)) << lines[1];
+    EXPECT_EQ(fields[1], "2 fixes\tgpt-4o-mini\tThe cat sat.");
+    ASSERT_TRUE(std::regex_match(lines[0], fields, line)) << lines[0];
+    EXPECT_TRUE(fields[1].str().ends_with("\tgpt-4.1\tCafé crème, please.")) << "one line, white space collapsed";
+
+    EXPECT_EQ(historyLines({"--search", "  CAFE "}).size(), 1U) << "trimmed, case and accents ignored";
+    EXPECT_EQ(historyLines({"--search=command line"}).size(), 2U) << "the source label matches";
+    EXPECT_TRUE(historyLines({"--search", "not kept"}).empty());
+    EXPECT_EQ(Json::parse(vesk({"history", "--json", "--search", "sat"}).out).size(), 1U);
+}
+
+TEST_F(CommandLineTest, AnUnusableHistoryNeverFailsTheCorrection)
+{
+    // The data directory is a file, so no history can be created under it.
+    QFile blocker(m_home.filePath("data"));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+
+    const ProcessResult r = correctThroughServer({}, {"Hello."}, "helo");
+    EXPECT_EQ(r.exitCode, 0);
+    EXPECT_EQ(r.out, "Hello.");
+    EXPECT_EQ(r.err, "vesk: the history couldn't be saved; this correction is not in it.\n");
+
+    const ProcessResult history = vesk({"history"});
+    EXPECT_EQ(history.exitCode, 1);
+    EXPECT_EQ(history.err.substr(0, history.err.find('\n')), "Couldn't open the history");
 }
 
 } // namespace
