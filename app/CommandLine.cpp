@@ -2,13 +2,14 @@
 
 #include "app/AppSettings.h"
 #include "app/HistoryStore.h"
+#include "app/Utf8.h"
 #include "core/CorrectionEngine.h"
 #include "core/CorrectionSession.h"
+#include "core/HistoryFormat.h"
 #include "core/Pricing.h"
 #include "core/UnicodeText.h"
 
 #include <QDateTime>
-#include <QTextBoundaryFinder>
 #include <condition_variable>
 #include <deque>
 #include <iostream>
@@ -380,22 +381,14 @@ Json recordJson(const CorrectionRecord& record)
     return json;
 }
 
-// The start of the correction on one line: white space runs (line breaks too) become one space, and a
-// long text is cut after whole characters with an ellipsis.
-QString preview(const std::string& text)
+// The correction's title as the app shows it, on one line (runs of white space, line breaks too, become one
+// space) and cut after whole characters with an ellipsis.
+std::string preview(const CorrectionRecord& record)
 {
-    constexpr int maxCharacters = 60;
-    const QString line = QString::fromStdString(text).simplified();
-    QTextBoundaryFinder characters(QTextBoundaryFinder::Grapheme, line);
-    qsizetype cut = 0;
-    for (int kept = 0; kept < maxCharacters; ++kept) {
-        const qsizetype next = characters.toNextBoundary();
-        if (next < 0) {
-            break;
-        }
-        cut = next;
-    }
-    return cut < line.size() ? line.left(cut) + QChar(0x2026) : line;
+    constexpr std::size_t maxCharacters = 60;
+    const std::string line = fromUtf8(historyformat::title(record)).simplified().toStdString();
+    const std::string_view kept = unicode::firstGraphemes(line, maxCharacters);
+    return kept.size() < line.size() ? std::string(kept) + "\u2026" : line;
 }
 
 // One record a line, fields split by tabs so that grep, cut and awk take it apart.
@@ -404,7 +397,7 @@ std::string recordLine(const CorrectionRecord& record)
     const QString date = QDateTime::fromMSecsSinceEpoch(millisecondsSinceEpoch(record.date))
                              .toString(QStringLiteral("yyyy-MM-dd HH:mm"));
     return date.toStdString() + '\t' + record.sourceLabel() + '\t' + record.fixesLabel() + '\t' + record.model + '\t' +
-           preview(record.corrected).toStdString();
+           preview(record);
 }
 
 int historyCommand(const std::vector<std::string>& args, const CommandLineContext& context)
@@ -433,7 +426,7 @@ int historyCommand(const std::vector<std::string>& args, const CommandLineContex
         return 1;
     }
     const std::vector<CorrectionRecord>& records = history->records();
-    const std::vector<std::size_t> found = history->search(QString::fromStdString(query));
+    const std::vector<std::size_t> found = history->search(fromUtf8(query));
     if (json) {
         Json list = Json::array();
         for (const std::size_t index : found) {
