@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <numeric>
 #include <sqlite3.h>
+#include <thread>
 #include <unicode/locid.h>
 
 namespace vesk::app {
@@ -85,6 +86,9 @@ bool exec(sqlite3* db, const char* sql)
     return true;
 }
 
+// Reading through the page cache's mapping saves copying every page on the way in.
+constexpr const char* mapFile = "PRAGMA mmap_size=1073741824;";
+
 // The first column of the first row, or nothing when there is no row.
 std::optional<std::int64_t> queryInteger(sqlite3* db, const char* sql)
 {
@@ -126,6 +130,50 @@ void readRecord(const Statement& rows, CorrectionRecord& r)
 bool isNewer(const CorrectionRecord& a, const CorrectionRecord& b)
 {
     return a.date != b.date ? a.date > b.date : a.id > b.id;
+}
+
+// Rows of the file as the store keeps them: newest first by id, with word counts and search texts.
+struct Rows
+{
+    std::vector<CorrectionRecord> records;
+    std::vector<std::string> searchTexts;
+    std::vector<int> wordCounts;
+};
+
+// Appends the rows with ids in (above, upTo], newest first, folding their search texts again if asked.
+bool readRows(sqlite3* db, std::int64_t above, std::int64_t upTo, bool refold, Rows& into)
+{
+    const auto count = static_cast<std::size_t>(std::max<std::int64_t>(upTo - above, 0));
+    into.records.reserve(into.records.size() + count);
+    into.searchTexts.reserve(into.searchTexts.size() + count);
+    into.wordCounts.reserve(into.wordCounts.size() + count);
+    Statement rows(db, (std::string(selectRecords) + "WHERE id > ? AND id <= ? ORDER BY id DESC").c_str());
+    if (!rows) {
+        return false;
+    }
+    rows.bind(1, above);
+    rows.bind(2, upTo);
+    int step = 0;
+    while ((step = sqlite3_step(rows.get())) == SQLITE_ROW) {
+        CorrectionRecord& r = into.records.emplace_back();
+        readRecord(rows, r);
+        into.wordCounts.push_back(static_cast<int>(rows.integer(wordCountColumn)));
+        into.searchTexts.push_back(refold ? r.searchText() : rows.text(searchTextColumn));
+    }
+    return step == SQLITE_DONE;
+}
+
+// The same through a connection of its own, for a thread of its own.
+bool readRowsOfFile(const char* file, std::int64_t upTo, bool refold, Rows& into)
+{
+    sqlite3* db = nullptr;
+    bool read = sqlite3_open_v2(file, &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr) == SQLITE_OK;
+    if (read) {
+        sqlite3_busy_timeout(db, 2000);
+        read = exec(db, mapFile) && readRows(db, 0, upTo, refold, into);
+    }
+    sqlite3_close(db);
+    return read;
 }
 
 template <typename T> void reorder(std::vector<T>& items, const std::vector<std::size_t>& order)
@@ -177,8 +225,8 @@ bool HistoryStore::open(const QString& path)
     }
     sqlite3_busy_timeout(m_db, 2000);
     // Write-ahead logging: a kill during a write leaves the last committed state; readers never block.
-    return exec(m_db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA mmap_size=1073741824;") &&
-           migrate() && load();
+    return exec(m_db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;") && exec(m_db, mapFile) && migrate() &&
+           load();
 }
 
 bool HistoryStore::migrate()
@@ -233,28 +281,44 @@ bool HistoryStore::load()
         }
     }
     const bool refold = foldedWith != currentLocale();
-    // Ids are dense (rows are only ever all deleted), so the highest is the count without a scan.
-    const auto count = static_cast<std::size_t>(queryInteger(m_db, "SELECT max(id) FROM corrections").value_or(0));
-    m_records.reserve(count);
-    m_searchTexts.reserve(count);
-    m_wordCounts.reserve(count);
-    // Rows come newest first by id, which is date order unless the clock was turned back meanwhile; that
-    // is put right below, which spares SQLite sorting the whole history on every launch.
-    Statement rows(m_db, (std::string(selectRecords) + "ORDER BY id DESC").c_str());
-    if (!rows) {
+    // Ids only grow between clears, and rows are never deleted one by one, so the rows up to the highest id
+    // are all there is; any written meanwhile are taken in at the next look. Rows come newest first by id,
+    // which is date order unless the clock was turned back meanwhile (put right below), which spares
+    // SQLite sorting the whole history. Most of opening is copying rows into memory, so a long history is
+    // read in two halves at once, the older one through a second connection on a thread of its own.
+    const std::int64_t lastId = queryInteger(m_db, "SELECT max(id) FROM corrections").value_or(0);
+    const char* file = sqlite3_db_filename(m_db, "main");
+    const std::int64_t middle = lastId >= 20'000 && file != nullptr && *file != '\0' ? lastId / 2 : 0;
+    Rows newer;
+    Rows older;
+    bool olderRead = true;
+    std::thread olderHalf;
+    if (middle > 0) {
+        olderHalf = std::thread([&] { olderRead = readRowsOfFile(file, middle, refold, older); });
+    }
+    newer.records.reserve(static_cast<std::size_t>(lastId)); // room for the older half too
+    newer.searchTexts.reserve(static_cast<std::size_t>(lastId));
+    newer.wordCounts.reserve(static_cast<std::size_t>(lastId));
+    const bool newerRead = readRows(m_db, middle, lastId, refold, newer);
+    if (olderHalf.joinable()) {
+        olderHalf.join();
+    }
+    if (!olderRead) { // the second connection failed; this one may still do
+        older = {};
+        olderRead = readRows(m_db, 0, middle, refold, older);
+    }
+    if (!newerRead || !olderRead) {
         return false;
     }
-    int step = 0;
-    while ((step = sqlite3_step(rows.get())) == SQLITE_ROW) {
-        CorrectionRecord& r = m_records.emplace_back();
-        readRecord(rows, r);
-        m_lastSeenId = std::max(m_lastSeenId, r.id);
-        m_wordCounts.push_back(static_cast<int>(rows.integer(wordCountColumn)));
-        m_searchTexts.push_back(refold ? r.searchText() : rows.text(searchTextColumn));
-    }
-    if (step != SQLITE_DONE) {
-        return false;
-    }
+    m_records = std::move(newer.records);
+    m_records.insert(m_records.end(), std::make_move_iterator(older.records.begin()),
+                     std::make_move_iterator(older.records.end()));
+    m_searchTexts = std::move(newer.searchTexts);
+    m_searchTexts.insert(m_searchTexts.end(), std::make_move_iterator(older.searchTexts.begin()),
+                         std::make_move_iterator(older.searchTexts.end()));
+    m_wordCounts = std::move(newer.wordCounts);
+    m_wordCounts.insert(m_wordCounts.end(), older.wordCounts.begin(), older.wordCounts.end());
+    m_lastSeenId = lastId;
     if (!std::is_sorted(m_records.begin(), m_records.end(), isNewer)) {
         std::vector<std::size_t> order(m_records.size());
         std::iota(order.begin(), order.end(), 0);

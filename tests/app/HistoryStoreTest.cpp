@@ -108,6 +108,29 @@ TEST_F(HistoryStoreTest, RowsWrittenWhileTheClockWasBehindStillComeByDate)
     EXPECT_EQ(reopened.search(QStringLiteral("newer")), (std::vector<std::size_t>{1}));
 }
 
+// A long history is read in two halves at once; they come together newest first, each row with its own
+// search text and word count.
+TEST_F(HistoryStoreTest, ALongHistoryOpensWhole)
+{
+    HistoryStore(path()).record(accepted("first", "First."));
+    sql("WITH RECURSIVE n(i) AS (SELECT 2 UNION ALL SELECT i + 1 FROM n WHERE i < 30000)"
+        " INSERT INTO corrections (date_ms, provider, model, original, corrected, prompt_tokens, completion_tokens,"
+        " estimated_cost, change_count, source_app, strength, tone, word_count, search_text)"
+        " SELECT (SELECT date_ms FROM corrections) + i * 1000, 'openai', 'gpt-4o-mini', 'row ' || i,"
+        " 'Row ' || i || '.', 0, 0, 0, 1, NULL, NULL, NULL, i % 7, '<' || i || '>' FROM n");
+    const HistoryStore store(path());
+    const auto& records = store.records();
+    ASSERT_EQ(records.size(), 30'000U);
+    EXPECT_EQ(records.front().id, 30'000);
+    EXPECT_EQ(records.back().corrected, "First.");
+    EXPECT_TRUE(std::is_sorted(records.begin(), records.end(),
+                               [](const CorrectionRecord& a, const CorrectionRecord& b) { return a.id > b.id; }));
+    EXPECT_EQ(store.search(QStringLiteral("<15001>")), (std::vector<std::size_t>{14'999}));
+    EXPECT_EQ(store.search(QStringLiteral("<15000>")), (std::vector<std::size_t>{15'000}));
+    EXPECT_EQ(store.wordCounts()[14'999], 15'001 % 7);
+    EXPECT_EQ(store.wordCounts()[15'000], 15'000 % 7);
+}
+
 TEST_F(HistoryStoreTest, UnusableFilesFallBackToMemoryAndAreLeftAlone)
 {
     QFile corrupt(path());
