@@ -101,6 +101,10 @@ ReviewPanelController::ReviewPanelController(AppSettings& settings, QObject* par
     // A frameless tool window above everything: it stays out of the task bar, and the window manager
     // still gives it keyboard focus so Return, Escape and Ctrl+R reach it.
     d->view->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    // Shown while the copy stroke is still on its way to the source app, the panel must not take the
+    // keyboard when it maps: Qt then marks it with a zero user time, which window managers read as "don't
+    // focus". It asks for the keyboard itself once the text is in.
+    d->view->setProperty("_q_showWithoutActivating", true);
     // Transparent around the rounded body and its shadow; needs an alpha channel in the window itself.
     QSurfaceFormat format = d->view->format();
     format.setAlphaBufferSize(8);
