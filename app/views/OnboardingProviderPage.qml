@@ -14,6 +14,10 @@ Column {
         if (active)
             keyEntry.focusKeyField()
     }
+    Component.onCompleted: {
+        if (active)
+            keyEntry.focusKeyField()
+    }
 
     Text {
         width: parent.width

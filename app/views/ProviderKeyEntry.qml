@@ -17,8 +17,6 @@ Column {
     }
 
     spacing: 10
-    enabled: !connection.isLoading
-    opacity: enabled ? 1.0 : 0.6
 
     // The saved key.
     Row {
@@ -97,7 +95,7 @@ Column {
 
         KeycapButton {
             primary: true
-            enabled: !entry.busy
+            enabled: !entry.busy && !entry.connection.isLoading
             text: entry.connection.hasSavedKey ? "Verify & replace" : "Verify & save"
             onClicked: entry.connection.verifyAndSave()
         }
