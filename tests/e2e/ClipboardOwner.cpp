@@ -4,10 +4,10 @@
 //   vesk_clipboard_owner [--text TEXT] [--html HTML] [--png FILE]
 //
 // Serves the clipboard until terminated.
+#include <QClipboard>
 #include <QFile>
 #include <QGuiApplication>
 #include <QMimeData>
-#include <QClipboard>
 #include <cstdio>
 
 int main(int argc, char** argv)

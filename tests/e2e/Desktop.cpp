@@ -278,8 +278,8 @@ std::string describeScreen()
         }
         window.type = windowType(id);
         readGeometry(window);
-        out << "  " << id << " \"" << window.name << "\" " << window.type << " " << window.width << "x"
-            << window.height << "+" << window.x << "+" << window.y << "\n";
+        out << "  " << id << " \"" << window.name << "\" " << window.type << " " << window.width << "x" << window.height
+            << "+" << window.x << "+" << window.y << "\n";
     }
     out << "clipboard targets:";
     for (const std::string& target : clipboardTargets()) {

@@ -9,11 +9,10 @@
 #include "support/Process.h"
 #include "support/ScriptedProviderServer.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <gtest/gtest.h>
 #include <iostream>
 #include <memory>
 #include <sys/stat.h>
@@ -92,7 +91,8 @@ protected:
     // Puts formats on the clipboard from a separate program and waits until the clipboard offers `target`.
     void holdClipboard(const std::vector<std::string>& args, const std::string& target)
     {
-        m_owner = std::make_unique<BackgroundProcess>(VESK_CLIPBOARD_OWNER, args, (m_vesk.directory() / "owner.log").string());
+        m_owner = std::make_unique<BackgroundProcess>(VESK_CLIPBOARD_OWNER, args,
+                                                      (m_vesk.directory() / "owner.log").string());
         ASSERT_TRUE(waitUntil(
             [&] {
                 const auto targets = clipboardTargets();
@@ -170,7 +170,9 @@ TEST_P(AcceptedCorrectionTest, ReplacesTheSelectionAndRestoresTheClipboard)
         png = readFile(file);
         ownerArgs.insert(ownerArgs.end(), {"--png", file.string()});
     }
-    ASSERT_NO_FATAL_FAILURE(holdClipboard(ownerArgs, c.image ? "image/png" : c.html.empty() ? "UTF8_STRING" : "text/html"));
+    ASSERT_NO_FATAL_FAILURE(holdClipboard(ownerArgs, c.image          ? "image/png"
+                                                     : c.html.empty() ? "UTF8_STRING"
+                                                                      : "text/html"));
     m_server.respondWith([](const RecordedRequest&) { return reply(fixedText); });
     ASSERT_NO_FATAL_FAILURE(startVesk());
     ASSERT_NO_FATAL_FAILURE(startEditor(typo));
@@ -203,13 +205,13 @@ TEST_P(AcceptedCorrectionTest, ReplacesTheSelectionAndRestoresTheClipboard)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Clipboard, AcceptedCorrectionTest,
-    ::testing::Values(ClipboardCase{"PlainText", "what the user copied before", ""},
-                      ClipboardCase{"RichText", "Bold and plain",
-                                    "<meta charset=\"utf-8\"><b>Bold</b> and <i>plain</i> — ünïcode"},
-                      ClipboardCase{"Image", "", "", true}),
-    test::ParamName());
+INSTANTIATE_TEST_SUITE_P(Clipboard, AcceptedCorrectionTest,
+                         ::testing::Values(ClipboardCase{"PlainText", "what the user copied before", ""},
+                                           ClipboardCase{
+                                               "RichText", "Bold and plain",
+                                               "<meta charset=\"utf-8\"><b>Bold</b> and <i>plain</i> — ünïcode"},
+                                           ClipboardCase{"Image", "", "", true}),
+                         test::ParamName());
 
 TEST_F(DesktopFlowTest, WithoutReviewTheCorrectionReplacesAtOnce)
 {
@@ -308,9 +310,8 @@ TEST_F(DesktopFlowTest, PressWhileStreamingReplacesTheFirstCorrection)
 {
     const std::string second = "The cat sat on the mat!";
     std::atomic<int> served = 0;
-    m_server.respondWith([&](const RecordedRequest&) {
-        return served++ == 0 ? reply(fixedText, 300ms) : reply(second);
-    });
+    m_server.respondWith(
+        [&](const RecordedRequest&) { return served++ == 0 ? reply(fixedText, 300ms) : reply(second); });
     ASSERT_NO_FATAL_FAILURE(startVesk());
     ASSERT_NO_FATAL_FAILURE(startEditor(typo));
 
@@ -368,7 +369,11 @@ TEST_F(DesktopFlowTest, TerminalSelectionIsCopiedWithoutInterrupting)
     const std::string terminal = runTool("xdotool", {"getactivewindow"}).out;
     runTool("xdotool", {"mousemove", "--window", terminal.substr(0, terminal.find('\n')), "40", "8", "click",
                         "--repeat", "3", "--delay", "80", "1"});
-    ASSERT_TRUE(waitUntil([] { return runTool("xclip", {"-o", "-selection", "primary"}).out.starts_with("teh"); }, 2s))
+    ASSERT_TRUE(waitUntil(
+        [] {
+            return runTool("xclip", {"-o", "-selection", "primary"}).out.starts_with("teh");
+        },
+        2s))
         << "the terminal selected nothing";
 
     pressKeys("alt+g");

@@ -52,8 +52,7 @@ Summary summarize(std::vector<double> values)
 void print(const char* what, const std::vector<double>& values)
 {
     const Summary s = summarize(values);
-    std::printf("%-52s n=%2zu  p50 %7.1f ms  p95 %7.1f ms  max %7.1f ms\n", what, values.size(), s.p50, s.p95,
-                s.max);
+    std::printf("%-52s n=%2zu  p50 %7.1f ms  p95 %7.1f ms  max %7.1f ms\n", what, values.size(), s.p50, s.p95, s.max);
 }
 
 } // namespace
@@ -89,8 +88,7 @@ int main(int argc, char** argv)
     }
     BackgroundProcess owner(VESK_CLIPBOARD_OWNER, {"--text", userClipboard},
                             (session.directory() / "owner.log").string());
-    if (!waitUntil([] { return clipboard() == userClipboard; }, 5s) || !session.start() ||
-        !session.openEditor(typo)) {
+    if (!waitUntil([] { return clipboard() == userClipboard; }, 5s) || !session.start() || !session.openEditor(typo)) {
         std::cerr << "set-up failed\n" << describeScreen() << session.log();
         return 1;
     }

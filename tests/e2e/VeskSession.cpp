@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <sys/stat.h>
+#include <thread>
 
 namespace vesk::e2e {
 
@@ -98,7 +99,13 @@ bool VeskSession::openEditor(const std::string& text)
     writeFile(m_document, text);
     m_editor = std::make_unique<BackgroundProcess>("mousepad", std::vector<std::string>{m_document.string()},
                                                    (m_directory / "mousepad.log").string());
-    return waitUntil([&] { return isEditorActive(); }, 10s);
+    if (!waitUntil([&] { return isEditorActive(); }, 10s)) {
+        return false;
+    }
+    // A window that has just become active may still be setting up its input; nobody types into a
+    // window in the same instant it appears.
+    std::this_thread::sleep_for(300ms);
+    return true;
 }
 
 bool VeskSession::isEditorActive() const
