@@ -189,6 +189,7 @@ TEST_F(CommandLineTest, BadInputAndUsageNeverReachTheProvider)
     EXPECT_EQ(vesk({"frobnicate"}).exitCode, 2);
     EXPECT_EQ(vesk({"settings", "--instructions", "caf\xC3"}).exitCode, 2);
     EXPECT_EQ(vesk({"correct", "--review", "on"}).exitCode, 2) << "review is a saved setting only";
+    EXPECT_EQ(vesk({"correct", "--setup-done", "on"}).exitCode, 2);
 
     const ProcessResult empty = vesk({"correct", "--endpoint", m_server.url("")}, " \n");
     EXPECT_EQ(empty.exitCode, 1);
@@ -203,12 +204,13 @@ TEST_F(CommandLineTest, BadInputAndUsageNeverReachTheProvider)
 TEST_F(CommandLineTest, SettingsPersistAndShapeTheNextCorrection)
 {
     const ProcessResult set = vesk({"settings", "--provider", "anthropic", "--endpoint", m_server.url(""), "--review",
-                                    "off", "--tone", "concise"});
+                                    "off", "--tone", "concise", "--setup-done", "on"});
     ASSERT_EQ(set.exitCode, 0) << set.err;
     const Json printed = Json::parse(vesk({"settings"}).out);
     EXPECT_EQ(printed["selectedProvider"], "anthropic");
     EXPECT_EQ(printed["reviewBeforeReplacing"], false);
     EXPECT_EQ(printed["correction"]["tone"], "concise");
+    EXPECT_EQ(printed["hasOnboarded"], true);
     EXPECT_EQ(printed["endpoints"]["anthropic"], m_server.url(""));
     EXPECT_FALSE(QFile::exists(m_home.filePath("data"))) << "settings never open the history";
 
