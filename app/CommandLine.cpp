@@ -269,7 +269,8 @@ constexpr std::string_view commandLineSource = "Command line";
 void keepInHistory(const AcceptedCorrection& accepted, const CommandLineContext& context)
 {
     context.out.flush();
-    const std::unique_ptr<HistoryStore> history = context.openHistory();
+    // Adding a row needs none of the rows already there.
+    const std::unique_ptr<HistoryStore> history = context.openHistory(HistoryStore::Use::append);
     if (!history->isPersistent() || !history->record(accepted)) {
         context.err << "vesk: the history couldn't be saved; this correction is not in it.\n";
     }
@@ -420,7 +421,7 @@ int historyCommand(const std::vector<std::string>& args, const CommandLineContex
             throw UsageError{"unknown option \"" + arg + "\""};
         }
     }
-    const std::unique_ptr<HistoryStore> history = context.openHistory();
+    const std::unique_ptr<HistoryStore> history = context.openHistory(HistoryStore::Use::read);
     if (!history->isPersistent()) {
         context.err << "Couldn't open the history\nThe history file in Vesk's data folder can't be read or created.\n";
         return 1;

@@ -3,6 +3,7 @@
 // The terminal's ways into Vesk: `vesk correct`, `vesk history`, `vesk settings`, `vesk key …`. They run
 // without a display.
 
+#include "app/HistoryStore.h"
 #include "core/APIKeyStore.h"
 #include "core/ProviderTransport.h"
 
@@ -16,7 +17,6 @@
 namespace vesk::app {
 
 class AppSettings;
-class HistoryStore;
 
 struct CommandLineContext
 {
@@ -28,7 +28,7 @@ struct CommandLineContext
     std::shared_ptr<ProviderTransport> transport;
     std::function<std::optional<std::string>(const char*)> environment; // reads a variable
     // Opens the history when a command first needs it, so `settings` and `key` never touch it.
-    std::function<std::unique_ptr<HistoryStore>()> openHistory;
+    std::function<std::unique_ptr<HistoryStore>(HistoryStore::Use)> openHistory;
 };
 
 // Exit status: 0 done, 1 the correction, key operation or history read failed, 2 wrong usage.

@@ -12,6 +12,7 @@ HistoryActions::HistoryActions(HistoryStore& store, HomeModel& home, OpenCompose
     : QObject(parent), m_store(store), m_home(home), m_openComposer(std::move(openComposer)),
       m_copy(copy ? std::move(copy) : Copy([](const QString& text) { QGuiApplication::clipboard()->setText(text); }))
 {
+    connect(&m_store, &HistoryStore::cleared, this, [this] { m_home.setActivitySelection(0); });
 }
 
 void HistoryActions::withRecord(qint64 recordId, const std::function<void(const CorrectionRecord&)>& action)
@@ -34,14 +35,14 @@ void HistoryActions::copyOriginal(qint64 recordId)
 void HistoryActions::reuseCorrection(qint64 recordId)
 {
     withRecord(recordId, [this](const CorrectionRecord& r) {
-        m_openComposer(ComposerDraft{QUuid::createUuid(), QString::fromStdString(r.corrected), false});
+        m_openComposer(ComposerDraft{.text = QString::fromStdString(r.corrected), .startsCorrection = false});
     });
 }
 
 void HistoryActions::rerunOriginal(qint64 recordId)
 {
     withRecord(recordId, [this](const CorrectionRecord& r) {
-        m_openComposer(ComposerDraft{QUuid::createUuid(), QString::fromStdString(r.original), true});
+        m_openComposer(ComposerDraft{.text = QString::fromStdString(r.original), .startsCorrection = true});
     });
 }
 
@@ -54,7 +55,6 @@ void HistoryActions::open(qint64 recordId)
 void HistoryActions::clearAll()
 {
     m_store.clearAll();
-    m_home.setActivitySelection(0);
 }
 
 } // namespace vesk::app

@@ -45,8 +45,6 @@ QVariant HistoryListModel::value(const CorrectionRecord& record, int role) const
         return qs(historyformat::title(record));
     case FixesRole:
         return qs(record.fixesLabel());
-    case ChangesRole:
-        return qs(record.changesLabel());
     case TimeRole:
         return qs(historyformat::timeLabel(record.date, m_clock(), m_calendar));
     case SourceRole:
@@ -67,9 +65,9 @@ QVariant HistoryListModel::value(const CorrectionRecord& record, int role) const
 QHash<int, QByteArray> HistoryListModel::roleNames() const
 {
     return {
-        {RecordIdRole, "recordId"}, {TitleRole, "title"},   {FixesRole, "fixes"},       {ChangesRole, "changes"},
-        {TimeRole, "time"},         {SourceRole, "source"}, {OriginalRole, "original"}, {CorrectedRole, "corrected"},
-        {SettingsRole, "settings"}, {DetailRole, "detail"},
+        {RecordIdRole, "recordId"},   {TitleRole, "title"},       {FixesRole, "fixes"},
+        {TimeRole, "time"},           {SourceRole, "source"},     {OriginalRole, "original"},
+        {CorrectedRole, "corrected"}, {SettingsRole, "settings"}, {DetailRole, "detail"},
     };
 }
 

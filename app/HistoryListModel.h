@@ -30,11 +30,10 @@ class HistoryListModel : public QAbstractListModel
 public:
     enum Role {
         RecordIdRole = Qt::UserRole + 1,
-        TitleRole,   // the trimmed correction, or "Untitled correction"
-        FixesRole,   // "1 fix", "3 fixes"
-        ChangesRole, // "1 change", "3 changes"
-        TimeRole,    // "Today at 3:04 PM"
-        SourceRole,  // "From Mousepad", "From Write"
+        TitleRole,  // the trimmed correction, or "Untitled correction"
+        FixesRole,  // "1 fix", "3 fixes"
+        TimeRole,   // "Today at 3:04 PM"
+        SourceRole, // "From Mousepad", "From Write"
         OriginalRole,
         CorrectedRole,
         SettingsRole, // "Polish · Preserve original", or empty

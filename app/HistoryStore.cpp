@@ -188,7 +188,7 @@ template <typename T> void reorder(std::vector<T>& items, const std::vector<std:
 
 } // namespace
 
-HistoryStore::HistoryStore(QString path, QObject* parent) : QObject(parent)
+HistoryStore::HistoryStore(QString path, Use use, QObject* parent) : QObject(parent), m_use(use)
 {
     if (path.isEmpty()) {
         const QString dir = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
@@ -205,6 +205,9 @@ HistoryStore::HistoryStore(QString path, QObject* parent) : QObject(parent)
         if (!open(QStringLiteral(":memory:"))) {
             qFatal("The in-memory history store cannot be opened");
         }
+        return;
+    }
+    if (m_use != Use::app) {
         return;
     }
     m_refreshTimer.setInterval(refreshInterval);
@@ -226,7 +229,7 @@ bool HistoryStore::open(const QString& path)
     sqlite3_busy_timeout(m_db, 2000);
     // Write-ahead logging: a kill during a write leaves the last committed state; readers never block.
     return exec(m_db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;") && exec(m_db, mapFile) && migrate() &&
-           load();
+           (m_use == Use::append ? readFoldLocale() : load());
 }
 
 bool HistoryStore::migrate()
@@ -266,21 +269,37 @@ bool HistoryStore::migrate()
                       "COMMIT;");
 }
 
+// The locale the file's search texts were folded in, or this process's for a new file.
+bool HistoryStore::readFoldLocale()
+{
+    Statement meta(m_db, "SELECT value FROM meta WHERE key = 'searchLocale'");
+    if (!meta) {
+        return false;
+    }
+    if (sqlite3_step(meta.get()) == SQLITE_ROW) {
+        m_foldLocale = meta.text(0);
+        return true;
+    }
+    m_foldLocale = currentLocale();
+    if (m_use != Use::read) {
+        Statement setLocale(m_db, "INSERT OR IGNORE INTO meta (key, value) VALUES ('searchLocale', ?)");
+        if (setLocale) {
+            setLocale.bind(1, m_foldLocale);
+            sqlite3_step(setLocale.get());
+        }
+    }
+    return true;
+}
+
 bool HistoryStore::load()
 {
     m_dataVersion = queryInteger(m_db, "PRAGMA data_version").value_or(0);
     m_clears = queryInteger(m_db, clearsQuery).value_or(0);
-    std::string foldedWith;
-    {
-        Statement meta(m_db, "SELECT value FROM meta WHERE key = 'searchLocale'");
-        if (!meta) {
-            return false;
-        }
-        if (sqlite3_step(meta.get()) == SQLITE_ROW) {
-            foldedWith = meta.text(0);
-        }
+    if (!readFoldLocale()) {
+        return false;
     }
-    const bool refold = foldedWith != currentLocale();
+    const bool refold = m_foldLocale != currentLocale();
+    m_foldLocale = currentLocale();
     // Ids only grow between clears, and rows are never deleted one by one, so the rows up to the highest id
     // are all there is; any written meanwhile are taken in at the next look. Rows come newest first by id,
     // which is date order unless the clock was turned back meanwhile (put right below), which spares
@@ -292,9 +311,9 @@ bool HistoryStore::load()
     Rows newer;
     Rows older;
     bool olderRead = true;
-    std::thread olderHalf;
+    std::jthread olderHalf; // joined however this function is left
     if (middle > 0) {
-        olderHalf = std::thread([&] { olderRead = readRowsOfFile(file, middle, refold, older); });
+        olderHalf = std::jthread([&] { olderRead = readRowsOfFile(file, middle, refold, older); });
     }
     newer.records.reserve(static_cast<std::size_t>(lastId)); // room for the older half too
     newer.searchTexts.reserve(static_cast<std::size_t>(lastId));
@@ -328,7 +347,7 @@ bool HistoryStore::load()
         reorder(m_searchTexts, order);
         reorder(m_wordCounts, order);
     }
-    if (refold) {
+    if (refold && m_use == Use::app) {
         Statement setLocale(m_db, "INSERT OR REPLACE INTO meta (key, value) VALUES ('searchLocale', ?)");
         if (setLocale) {
             setLocale.bind(1, currentLocale());
@@ -390,6 +409,7 @@ void HistoryStore::refresh()
         // Cleared elsewhere, perhaps with new rows since: start again from the file.
         forget();
         load();
+        emit cleared();
         emit changed();
     } else if (loadNewRows()) {
         emit changed();
@@ -419,7 +439,7 @@ bool HistoryStore::record(const AcceptedCorrection& accepted)
     // Dated to the millisecond the file keeps, so that this record sorts the same as when read back.
     CorrectionRecord r = CorrectionRecord::from(accepted, std::chrono::floor<std::chrono::milliseconds>(Clock::now()));
     const int words = static_cast<int>(unicode::countWords(r.corrected));
-    std::string searchText = r.searchText();
+    std::string searchText = r.searchText(m_foldLocale);
     Statement insert(m_db, "INSERT INTO corrections (date_ms, provider, model, original, corrected, prompt_tokens, "
                            "completion_tokens, estimated_cost, change_count, source_app, strength, tone, word_count, "
                            "search_text) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
@@ -474,6 +494,7 @@ void HistoryStore::clearAll()
     m_clears = queryInteger(m_db, clearsQuery).value_or(0);
     forget();
     m_dataVersion = -1; // the next look takes in whatever the file still holds, should the clear have failed
+    emit cleared();
     emit changed();
 }
 

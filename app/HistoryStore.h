@@ -29,10 +29,15 @@ public:
     // How often the file is checked for what other processes wrote.
     static constexpr std::chrono::milliseconds refreshInterval{1500};
 
+    // What a store is opened for. The app holds the whole history and follows other processes' writes;
+    // a terminal command either only adds a correction (nothing is read) or only reads (nothing in the
+    // file is rewritten, even when the texts are folded again for this process's locale).
+    enum class Use { app, append, read };
+
     // Opens (creating when needed) the store at `path`, or at history.sqlite3 in the app's data
     // directory. A store that cannot be opened is left untouched and the history lives in memory until
     // the app quits.
-    explicit HistoryStore(QString path = {}, QObject* parent = nullptr);
+    explicit HistoryStore(QString path = {}, Use use = Use::app, QObject* parent = nullptr);
     ~HistoryStore() override;
 
     // Newest first.
@@ -60,17 +65,24 @@ public:
 
 signals:
     void changed();
+    // The history was emptied (here or by another process): record ids seen before may come back for
+    // other corrections, so nothing should hold on to one.
+    void cleared();
 
 private:
     bool open(const QString& path);
     bool migrate();
+    bool readFoldLocale();
     bool load();
     bool loadNewRows();
     void forget();
     void add(CorrectionRecord record, std::string searchText, int words);
 
+    Use m_use = Use::app;
     sqlite3* m_db = nullptr;
     bool m_persistent = false;
+    // The locale the stored search texts are folded in; new rows are folded the same way.
+    std::string m_foldLocale;
     std::int64_t m_lastUnsavedId = 0;
     std::vector<CorrectionRecord> m_records;
     std::vector<std::string> m_searchTexts;

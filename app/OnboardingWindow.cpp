@@ -23,7 +23,13 @@ OnboardingWindow::~OnboardingWindow() = default;
 
 void OnboardingWindow::show()
 {
-    // A fresh guide every time, from the first page.
+    // Already open: brought forward as it is, so a press of the shortcut never throws away where the user is.
+    if (isVisible()) {
+        m_view->raise();
+        m_view->requestActivate();
+        return;
+    }
+    // Otherwise a fresh guide, from the first page.
     m_view.reset();
     m_model = std::make_unique<OnboardingModel>(m_settings, m_history, m_shortcuts, m_desktop);
     connect(m_model.get(), &OnboardingModel::finished, this, [this] {

@@ -33,7 +33,6 @@ public:
     [[nodiscard]] bool isEmpty() const { return m_store.records().empty(); }
     [[nodiscard]] QVariantList figures() const;
     [[nodiscard]] QString emptyMessage() const;
-    [[nodiscard]] const HistoryStats& stats() const { return m_stats; }
 
     // Figures count "this week" and "this month" from now, so they are recomputed when shown.
     Q_INVOKABLE void refresh();

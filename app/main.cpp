@@ -56,7 +56,7 @@ int runCommandLine(int argc, char** argv, const std::vector<std::string>& args)
             const char* value = std::getenv(name);
             return value ? std::optional<std::string>(value) : std::nullopt;
         },
-        [] { return std::make_unique<vesk::app::HistoryStore>(); },
+        [](vesk::app::HistoryStore::Use use) { return std::make_unique<vesk::app::HistoryStore>(QString(), use); },
     };
     return vesk::app::runCommandLine(args, context);
 }

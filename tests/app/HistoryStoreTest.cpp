@@ -215,5 +215,22 @@ TEST_F(HistoryStoreTest, AKillDuringWritesKeepsTheFileWholeAndEveryCommittedRow)
     EXPECT_TRUE(std::includes(stored.begin(), stored.end(), committed.begin(), committed.end()));
 }
 
+TEST_F(HistoryStoreTest, TerminalCommandsOnlyAddOrOnlyRead)
+{
+    {
+        HistoryStore app(path());
+        app.record(accepted("teh cat", "The cat."));
+    }
+    {
+        HistoryStore adding(path(), HistoryStore::Use::append);
+        EXPECT_TRUE(adding.records().empty()) << "adding a row reads none of the others";
+        EXPECT_TRUE(adding.record(accepted("helo", "Hello.", "Command line")));
+    }
+    HistoryStore reading(path(), HistoryStore::Use::read);
+    ASSERT_EQ(reading.records().size(), 2U);
+    EXPECT_EQ(reading.records()[0].sourceApp, "Command line");
+    EXPECT_EQ(reading.search(QStringLiteral("HELLO")).size(), 1U);
+}
+
 } // namespace
 } // namespace vesk::app
