@@ -1,6 +1,7 @@
 #include "app/HistoryActions.h"
 
 #include "app/HomeModel.h"
+#include "app/Utf8.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -24,25 +25,25 @@ void HistoryActions::withRecord(qint64 recordId, const std::function<void(const 
 
 void HistoryActions::copyCorrection(qint64 recordId)
 {
-    withRecord(recordId, [this](const CorrectionRecord& r) { m_copy(QString::fromStdString(r.corrected)); });
+    withRecord(recordId, [this](const CorrectionRecord& r) { m_copy(fromUtf8(r.corrected)); });
 }
 
 void HistoryActions::copyOriginal(qint64 recordId)
 {
-    withRecord(recordId, [this](const CorrectionRecord& r) { m_copy(QString::fromStdString(r.original)); });
+    withRecord(recordId, [this](const CorrectionRecord& r) { m_copy(fromUtf8(r.original)); });
 }
 
 void HistoryActions::reuseCorrection(qint64 recordId)
 {
     withRecord(recordId, [this](const CorrectionRecord& r) {
-        m_openComposer(ComposerDraft{.text = QString::fromStdString(r.corrected), .startsCorrection = false});
+        m_openComposer(ComposerDraft{.text = fromUtf8(r.corrected), .startsCorrection = false});
     });
 }
 
 void HistoryActions::rerunOriginal(qint64 recordId)
 {
     withRecord(recordId, [this](const CorrectionRecord& r) {
-        m_openComposer(ComposerDraft{.text = QString::fromStdString(r.original), .startsCorrection = true});
+        m_openComposer(ComposerDraft{.text = fromUtf8(r.original), .startsCorrection = true});
     });
 }
 

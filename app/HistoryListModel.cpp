@@ -1,17 +1,9 @@
 #include "app/HistoryListModel.h"
 
+#include "app/Utf8.h"
 #include "core/HistoryFormat.h"
 
 namespace vesk::app {
-
-namespace {
-
-QString qs(const std::string& text)
-{
-    return QString::fromStdString(text);
-}
-
-} // namespace
 
 HistoryListModel::HistoryListModel(HistoryStore& store, Clock clock, Calendar calendar, QObject* parent)
     : QAbstractListModel(parent), m_store(store),
@@ -42,21 +34,21 @@ QVariant HistoryListModel::value(const CorrectionRecord& record, int role) const
         return QVariant::fromValue<qint64>(record.id);
     case Qt::DisplayRole:
     case TitleRole:
-        return qs(historyformat::title(record));
+        return fromUtf8(historyformat::title(record));
     case FixesRole:
-        return qs(record.fixesLabel());
+        return fromUtf8(record.fixesLabel());
     case TimeRole:
-        return qs(historyformat::timeLabel(record.date, m_clock(), m_calendar));
+        return fromUtf8(historyformat::timeLabel(record.date, m_clock(), m_calendar));
     case SourceRole:
-        return qs(historyformat::sourceLine(record));
+        return fromUtf8(historyformat::sourceLine(record));
     case OriginalRole:
-        return qs(record.original);
+        return fromUtf8(record.original);
     case CorrectedRole:
-        return qs(record.corrected);
+        return fromUtf8(record.corrected);
     case SettingsRole:
-        return qs(record.settingsLabel().value_or(std::string()));
+        return fromUtf8(record.settingsLabel().value_or(std::string()));
     case DetailRole:
-        return qs(historyformat::detailLine(record));
+        return fromUtf8(historyformat::detailLine(record));
     default:
         return {};
     }
@@ -99,12 +91,12 @@ int HistoryListModel::totalCount() const
 
 QString HistoryListModel::countText() const
 {
-    return qs(historyformat::countLabel(m_store.records().size()));
+    return fromUtf8(historyformat::countLabel(m_store.records().size()));
 }
 
 QString HistoryListModel::clearMessage() const
 {
-    return qs(historyformat::clearMessage(m_store.records().size()));
+    return fromUtf8(historyformat::clearMessage(m_store.records().size()));
 }
 
 int HistoryListModel::rowOf(qint64 recordId) const

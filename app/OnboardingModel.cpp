@@ -3,6 +3,7 @@
 #include "app/AppSettings.h"
 #include "app/HistoryStore.h"
 #include "app/ShortcutSettings.h"
+#include "app/Utf8.h"
 
 #include <algorithm>
 
@@ -81,8 +82,8 @@ void OnboardingModel::checkPractice()
         return;
     }
     const CorrectionRecord& newest = m_history.records().front();
-    if (QString::fromStdString(newest.original).trimmed() == practiceSentence() &&
-        QString::fromStdString(newest.corrected).trimmed() == m_practiceText.trimmed()) {
+    if (fromUtf8(newest.original).trimmed() == practiceSentence() &&
+        fromUtf8(newest.corrected).trimmed() == m_practiceText.trimmed()) {
         m_practiced = true;
         emit practicedChanged();
     }

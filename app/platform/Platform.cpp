@@ -63,7 +63,7 @@ public:
 
 QString limitationFor(const QString& platformName)
 {
-    if (platformName == QLatin1String("wayland") || isWaylandSession()) {
+    if (isWaylandSession()) {
         return QStringLiteral("Vesk can't send keystrokes to other apps in a Wayland session, so it can't copy the "
                               "selection or paste the correction there. Write (in the tray menu) and `vesk correct` "
                               "still work; an X11 session brings corrections in place.");
