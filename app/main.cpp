@@ -1,11 +1,11 @@
 // The `vesk` binary: without arguments the desktop app; with a subcommand, the terminal's ways in.
-#include "app/AppIdentity.h"
-#include "app/AppSettings.h"
-#include "app/CommandLine.h"
-#include "app/DesktopApp.h"
-#include "app/HistoryStore.h"
-#include "app/KeychainKeyStore.h"
-#include "app/SingleInstance.h"
+#include "app/common/AppIdentity.h"
+#include "app/services/AppSettings.h"
+#include "app/cli/CommandLine.h"
+#include "app/desktop/DesktopApp.h"
+#include "app/services/HistoryStore.h"
+#include "app/services/KeychainKeyStore.h"
+#include "app/services/SingleInstance.h"
 #include "core/CurlTransport.h"
 
 #include <QApplication>

@@ -1,6 +1,6 @@
 #include "app/platform/Platform.h"
 
-#include "app/platform/PlatformLog.h"
+#include "app/common/Logging.h"
 #include "app/platform/SystemClipboard.h"
 #include "app/platform/x11/X11Display.h"
 #include "app/platform/x11/X11GlobalShortcut.h"
@@ -14,7 +14,6 @@
 
 namespace vesk::app {
 
-Q_LOGGING_CATEGORY(lcPlatform, "vesk.platform")
 
 namespace {
 

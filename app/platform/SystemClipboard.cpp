@@ -1,6 +1,6 @@
 #include "app/platform/SystemClipboard.h"
 
-#include "app/platform/PlatformLog.h"
+#include "app/common/Logging.h"
 
 #include <QClipboard>
 #include <QElapsedTimer>

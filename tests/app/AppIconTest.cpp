@@ -1,4 +1,4 @@
-#include "app/AppIcon.h"
+#include "app/common/AppIcon.h"
 
 #include <QList>
 #include <QSize>

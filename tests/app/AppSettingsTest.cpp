@@ -1,4 +1,4 @@
-#include "app/AppSettings.h"
+#include "app/services/AppSettings.h"
 
 #include <QSettings>
 #include <QSignalSpy>

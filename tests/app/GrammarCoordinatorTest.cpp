@@ -1,10 +1,10 @@
 // The correction flow against the fake platform, with real HTTP to the scripted provider server.
 
-#include "app/GrammarCoordinator.h"
+#include "app/desktop/GrammarCoordinator.h"
 
-#include "app/AppRouter.h"
-#include "app/AppSettings.h"
-#include "app/CorrectionEnvironment.h"
+#include "app/desktop/AppRouter.h"
+#include "app/services/AppSettings.h"
+#include "app/desktop/CorrectionEnvironment.h"
 #include "app/platform/fake/FakePlatform.h"
 #include "core/CurlTransport.h"
 #include "core/InMemoryKeyStore.h"

@@ -1,10 +1,10 @@
 // The history's list, overview and actions as the home window uses them, over a real SQLite file.
 
-#include "app/HistoryActions.h"
-#include "app/HistoryListModel.h"
-#include "app/HomeModel.h"
-#include "app/OverviewModel.h"
-#include "app/ShortcutSettings.h"
+#include "app/models/HistoryActions.h"
+#include "app/models/HistoryListModel.h"
+#include "app/models/HomeModel.h"
+#include "app/models/OverviewModel.h"
+#include "app/services/ShortcutSettings.h"
 #include "support/CalendarTesting.h"
 
 #include <QAbstractItemModelTester>

@@ -1,6 +1,6 @@
 // The history on real SQLite files.
 
-#include "app/HistoryStore.h"
+#include "app/services/HistoryStore.h"
 
 #include <QFile>
 #include <QProcess>

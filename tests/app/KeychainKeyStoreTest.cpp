@@ -2,7 +2,7 @@
 // tests/support/with-keyring.sh provides; KeychainKeyStoreUnavailableTest needs a process that has not
 // talked to any keyring yet, because GLib keeps its session bus connection for the life of the process.
 
-#include "app/KeychainKeyStore.h"
+#include "app/services/KeychainKeyStore.h"
 
 #include <QEventLoop>
 #include <QProcess>

@@ -1,4 +1,4 @@
-#include "app/LaunchAtLogin.h"
+#include "app/services/LaunchAtLogin.h"
 
 #include <QFile>
 #include <QSignalSpy>

@@ -1,12 +1,12 @@
 // The first-launch guide's pages, the practice check and the end of setup.
 
-#include "app/OnboardingModel.h"
+#include "app/models/OnboardingModel.h"
 
 #include "ViewTesting.h"
-#include "app/AppSettings.h"
-#include "app/HistoryStore.h"
-#include "app/OnboardingWindow.h"
-#include "app/ProviderConnection.h"
+#include "app/services/AppSettings.h"
+#include "app/services/HistoryStore.h"
+#include "app/windows/OnboardingWindow.h"
+#include "app/models/ProviderConnection.h"
 #include "core/InMemoryKeyStore.h"
 
 #include <QQuickWindow>

@@ -1,4 +1,4 @@
-#include "app/PanelGeometry.h"
+#include "app/windows/PanelGeometry.h"
 
 #include <gtest/gtest.h>
 #include <ostream>

@@ -1,6 +1,6 @@
-#include "app/ProviderConnection.h"
+#include "app/models/ProviderConnection.h"
 
-#include "app/AppSettings.h"
+#include "app/services/AppSettings.h"
 #include "core/CurlTransport.h"
 #include "core/InMemoryKeyStore.h"
 #include "support/ScriptedProviderServer.h"

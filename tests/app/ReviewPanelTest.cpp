@@ -1,6 +1,6 @@
 #include "ViewTesting.h"
-#include "app/AppSettings.h"
-#include "app/ReviewPanelController.h"
+#include "app/services/AppSettings.h"
+#include "app/windows/ReviewPanelController.h"
 #include "support/FakeCorrectionEngine.h"
 #include "support/ManualExecutor.h"
 

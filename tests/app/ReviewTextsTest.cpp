@@ -1,4 +1,4 @@
-#include "app/ReviewTexts.h"
+#include "app/models/ReviewTexts.h"
 
 #include "support/ParamName.h"
 

@@ -1,6 +1,6 @@
-#include "app/SessionModel.h"
+#include "app/models/SessionModel.h"
 
-#include "app/ComposerModel.h"
+#include "app/models/ComposerModel.h"
 #include "support/FakeCorrectionEngine.h"
 #include "support/ManualExecutor.h"
 

@@ -1,8 +1,8 @@
-#include "app/SettingsModel.h"
+#include "app/models/SettingsModel.h"
 
 #include "ViewTesting.h"
-#include "app/AppSettings.h"
-#include "app/ShortcutSettings.h"
+#include "app/services/AppSettings.h"
+#include "app/services/ShortcutSettings.h"
 #include "core/InMemoryKeyStore.h"
 
 #include <QQmlContext>

@@ -1,7 +1,7 @@
-#include "app/ShortcutRecorder.h"
+#include "app/models/ShortcutRecorder.h"
 
 #include "ViewTesting.h"
-#include "app/ShortcutSettings.h"
+#include "app/services/ShortcutSettings.h"
 #include "app/platform/fake/FakeGlobalShortcut.h"
 
 #include <QQmlComponent>

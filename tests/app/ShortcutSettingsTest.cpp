@@ -1,4 +1,4 @@
-#include "app/ShortcutSettings.h"
+#include "app/services/ShortcutSettings.h"
 
 #include "app/platform/fake/FakeGlobalShortcut.h"
 #include "support/ParamName.h"

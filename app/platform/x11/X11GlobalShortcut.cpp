@@ -1,6 +1,6 @@
 #include "app/platform/x11/X11GlobalShortcut.h"
 
-#include "app/platform/PlatformLog.h"
+#include "app/common/Logging.h"
 #include "app/platform/x11/X11Display.h"
 #include "app/platform/x11/X11Keys.h"
 

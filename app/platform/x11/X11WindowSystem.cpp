@@ -1,6 +1,6 @@
 #include "app/platform/x11/X11WindowSystem.h"
 
-#include "app/platform/PlatformLog.h"
+#include "app/common/Logging.h"
 #include "app/platform/PollUntil.h"
 #include "app/platform/TerminalKeys.h"
 #include "app/platform/x11/X11Display.h"

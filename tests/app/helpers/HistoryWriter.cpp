@@ -1,7 +1,7 @@
 // Records corrections into the history file named on the command line as fast as it can, printing each
 // row's id once it is committed, until it is killed. The crash-safety test kills it mid-stream.
 
-#include "app/HistoryStore.h"
+#include "app/services/HistoryStore.h"
 
 #include <QCoreApplication>
 #include <cstdio>

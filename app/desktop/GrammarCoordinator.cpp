@@ -1,0 +1,173 @@
+#include "app/desktop/GrammarCoordinator.h"
+#include "app/common/Logging.h"
+
+#include "app/desktop/AppRouter.h"
+#include "app/services/AppSettings.h"
+#include "app/desktop/CorrectionEnvironment.h"
+
+#include <QLoggingCategory>
+#include <QPointer>
+
+namespace vesk::app {
+
+
+struct GrammarCoordinator::Current
+{
+    std::unique_ptr<CorrectionSession> session;
+    SelectionCapture capture;
+};
+
+GrammarCoordinator::GrammarCoordinator(Platform& platform, CorrectionEnvironment& environment, Panel panel,
+                                       AppRouter& router, QObject* parent)
+    : QObject(parent), m_platform(platform), m_environment(environment), m_panel(std::move(panel)), m_router(router),
+      m_selection(platform)
+{
+}
+
+GrammarCoordinator::~GrammarCoordinator() = default;
+
+CorrectionSession* GrammarCoordinator::currentSession() const
+{
+    return m_current ? m_current->session.get() : nullptr;
+}
+
+void GrammarCoordinator::correctSelection()
+{
+    if (!m_platform.input->canPostInput()) {
+        qCInfo(lcCoordinator) << "Input can't be posted to other apps; opening onboarding to guide the user.";
+        m_router.openOnboarding();
+        return;
+    }
+    SelectionCapture capture = m_selection.start();
+    if (m_current) {
+        m_current->session->cancel();
+    }
+    std::optional<std::string> sourceApp;
+    if (capture.source && !capture.source->appName.isEmpty()) {
+        sourceApp = capture.source->appName.toStdString();
+    }
+    m_current = std::make_unique<Current>(
+        Current{m_environment.makeSession(CorrectionSession::Reading{}, std::string(), std::move(sourceApp)), capture});
+    Current* started = m_current.get();
+
+    const QPointer<GrammarCoordinator> self(this);
+    PanelActions actions{[self] {
+                             if (self) {
+                                 self->accept();
+                             }
+                         },
+                         [self] {
+                             if (self) {
+                                 self->close();
+                             }
+                         },
+                         [self] {
+                             if (self) {
+                                 self->openSettings();
+                             }
+                         }};
+    m_panel.show(*started->session, std::move(actions));
+    m_selection.awaitCopiedText(capture, [self, started](std::optional<QString> text) {
+        if (self) {
+            self->textCaptured(started, std::move(text));
+        }
+    });
+}
+
+void GrammarCoordinator::textCaptured(Current* expected, std::optional<QString> text)
+{
+    // A newer press or a close replaced this correction while the copy was on its way.
+    if (m_current.get() != expected) {
+        return;
+    }
+    if (!text) {
+        endCurrent();
+        if (m_platform.input->canPostInput()) {
+            qCInfo(lcCoordinator) << "No selection captured; opening the Composer.";
+            m_router.openComposer(ComposerDraft{});
+        } else {
+            qCInfo(lcCoordinator) << "No selection captured (input can't be posted); opening onboarding.";
+            m_router.openOnboarding();
+        }
+        return;
+    }
+    CorrectionSession& session = *expected->session;
+    session.setOriginal(text->toStdString());
+    session.start();
+    if (m_panel.focus) {
+        m_panel.focus();
+    }
+    if (m_environment.settings().reviewBeforeReplacing()) {
+        return;
+    }
+    // Review is off: accept on the session's own finish, if it is still the current correction then.
+    const QPointer<GrammarCoordinator> self(this);
+    session.setOnFinished([self, expected] {
+        if (!self || self->m_current.get() != expected) {
+            return;
+        }
+        const auto* result = std::get_if<CorrectionSession::Result>(&expected->session->state());
+        if (result != nullptr && result->diff.changeCount() > 0) {
+            self->accept();
+        }
+    });
+}
+
+void GrammarCoordinator::accept()
+{
+    if (!m_current) {
+        return;
+    }
+    const std::optional<std::string> text = m_current->session->accept();
+    if (!text) {
+        return;
+    }
+    const std::optional<WindowRef> target = m_current->capture.source;
+    endCurrent();
+    const QPointer<GrammarCoordinator> self(this);
+    m_selection.paste(QString::fromStdString(*text), target, [self] {
+        if (self) {
+            emit self->pasted();
+        }
+    });
+}
+
+void GrammarCoordinator::close()
+{
+    if (!m_current) {
+        return;
+    }
+    const std::optional<WindowRef> source = m_current->capture.source;
+    m_current->session->cancel();
+    endCurrent();
+    if (source) {
+        m_platform.windows->activate(*source, [](bool) {});
+    }
+}
+
+void GrammarCoordinator::openSettings()
+{
+    if (m_current) {
+        m_current->session->cancel();
+    }
+    endCurrent();
+    m_router.openHome(HomeSection::settings);
+}
+
+void GrammarCoordinator::endCurrent()
+{
+    m_panel.hide();
+    if (!m_current) {
+        return;
+    }
+    // The call may have come from inside the session (its finish hook) or from a panel button bound to
+    // it: the session goes once the current event has been handled, not under its caller's feet.
+    std::shared_ptr<CorrectionSession> retired(std::move(m_current->session));
+    retired->setOnChanged({});
+    retired->setOnFinished({});
+    m_current.reset();
+    QMetaObject::invokeMethod(
+        this, [retired] {}, Qt::QueuedConnection);
+}
+
+} // namespace vesk::app

@@ -1,0 +1,123 @@
+#include "app/desktop/SelectionCapture.h"
+#include "app/common/Logging.h"
+
+#include <QGuiApplication>
+#include <QLoggingCategory>
+#include <QPointer>
+#include <QTimer>
+
+namespace vesk::app {
+
+
+SelectionAccess::SelectionAccess(Platform& platform, QObject* parent) : QObject(parent), m_platform(platform) {}
+
+SelectionCapture SelectionAccess::start()
+{
+    SelectionCapture capture;
+    // A press while one of our own windows has the keyboard (the panel of the previous press) is about the
+    // same selection: the source stays the app the user was in.
+    capture.source =
+        QGuiApplication::focusWindow() != nullptr && m_lastSource ? m_lastSource : m_platform.windows->activeWindow();
+    m_lastSource = capture.source;
+    auto& state = *capture.state;
+    if (m_inFlight && !m_inFlight->finished) {
+        state.saved = m_inFlight->saved;
+        m_inFlight->superseded = true;
+    } else {
+        state.saved = m_platform.clipboard->snapshot();
+    }
+    state.changeCount = m_platform.clipboard->changeCount();
+    m_inFlight = capture.state;
+
+    // While the shortcut's keys are down the keyboard belongs to our grab and a held Alt would turn the
+    // copy stroke into Ctrl+Alt+C, so the stroke waits for a clean keyboard.
+    m_platform.input->whenModifiersReleased([this, source = capture.source, weak = std::weak_ptr(capture.state)] {
+        const auto state = weak.lock();
+        if (!state || state->superseded) {
+            return;
+        }
+        // The stroke goes to whatever has the keyboard: make sure it is the source again (the user may
+        // have clicked elsewhere, or a window of ours took it while the keys were held).
+        const auto active = m_platform.windows->activeWindow();
+        if (source && (!active || active->id != source->id)) {
+            m_platform.windows->activate(*source, [this, state, source](bool) {
+                if (!state->superseded) {
+                    postCopy(state, source);
+                }
+            });
+            return;
+        }
+        postCopy(state, source);
+    });
+    return capture;
+}
+
+void SelectionAccess::postCopy(const std::shared_ptr<SelectionCapture::State>& state,
+                               const std::optional<WindowRef>& source)
+{
+    state->changeCount = m_platform.clipboard->changeCount();
+    if (!m_platform.input->post(Keystroke::copy, source)) {
+        qCWarning(lcCapture) << "Couldn't post the copy keystroke";
+    }
+    state->copyPosted = std::chrono::steady_clock::now();
+}
+
+void SelectionAccess::awaitCopiedText(const SelectionCapture& capture, std::function<void(std::optional<QString>)> done)
+{
+    poll(capture, std::move(done));
+}
+
+void SelectionAccess::poll(const SelectionCapture& capture, std::function<void(std::optional<QString>)> done)
+{
+    auto& state = *capture.state;
+    if (state.superseded) {
+        state.finished = true;
+        done(std::nullopt);
+        return;
+    }
+    // The copy wait counts from the stroke, not the press: the modifier wait before it is the user's, and
+    // the input layer bounds it.
+    const bool changed = state.copyPosted && m_platform.clipboard->changeCount() != state.changeCount;
+    if (!changed && (!state.copyPosted || std::chrono::steady_clock::now() < *state.copyPosted + copyWait)) {
+        QTimer::singleShot(pollInterval, this,
+                           [this, capture, done = std::move(done)]() mutable { poll(capture, std::move(done)); });
+        return;
+    }
+    std::optional<QString> text = changed ? m_platform.clipboard->text() : std::nullopt;
+    m_platform.clipboard->restore(state.saved);
+    state.finished = true;
+    if (text && text->isEmpty()) {
+        text.reset();
+    }
+    done(std::move(text));
+}
+
+void SelectionAccess::paste(const QString& text, const std::optional<WindowRef>& target, std::function<void()> done)
+{
+    auto pasteNow = [this, text, target, done = std::move(done)](bool) mutable {
+        QTimer::singleShot(settleBeforePaste, this, [this, text, target, done = std::move(done)]() mutable {
+            const ClipboardContents saved = m_platform.clipboard->snapshot();
+            m_platform.clipboard->setTransientText(text);
+            m_platform.input->whenModifiersReleased([this, saved, target, done = std::move(done)]() mutable {
+                if (!m_platform.input->post(Keystroke::paste, target)) {
+                    qCWarning(lcCapture) << "Couldn't post the paste keystroke";
+                }
+                // The target fetches the text a few milliseconds after the stroke; restoring sooner
+                // would paste the old clipboard.
+                QTimer::singleShot(holdBeforeRestore, this, [this, saved, done = std::move(done)] {
+                    m_platform.clipboard->restore(saved);
+                    if (done) {
+                        done();
+                    }
+                });
+            });
+        });
+    };
+    if (target) {
+        m_platform.windows->activate(*target, std::move(pasteNow));
+    } else {
+        pasteNow(true);
+    }
+}
+
+} // namespace vesk::app

@@ -1,0 +1,137 @@
+#include "app/models/ReviewTexts.h"
+
+#include "app/common/Utf8.h"
+
+#include <QLocale>
+#include <QRegularExpression>
+#include <QStringList>
+#include <QTextBoundaryFinder>
+
+namespace vesk::app::ReviewTexts {
+
+namespace {
+
+template <typename... Ts> struct Overloaded : Ts...
+{
+    using Ts::operator()...;
+};
+
+} // namespace
+
+int userCharacters(const QString& text)
+{
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    int count = 0;
+    while (finder.toNextBoundary() > 0) {
+        ++count;
+    }
+    return count;
+}
+
+ReviewPhase phaseOf(const CorrectionSession::State& state)
+{
+    return std::visit(Overloaded{
+                          [](const CorrectionSession::Streaming&) { return ReviewPhase::writing; },
+                          [](const CorrectionSession::Result& result) {
+                              return result.diff.changes.empty() ? ReviewPhase::noChanges : ReviewPhase::result;
+                          },
+                          [](const CorrectionSession::Failed&) { return ReviewPhase::error; },
+                          [](const CorrectionSession::Editing&) { return ReviewPhase::reading; },
+                          [](const CorrectionSession::Reading&) { return ReviewPhase::reading; },
+                      },
+                      state);
+}
+
+QString phaseName(ReviewPhase phase)
+{
+    switch (phase) {
+    case ReviewPhase::reading:
+        return QStringLiteral("reading");
+    case ReviewPhase::writing:
+        return QStringLiteral("writing");
+    case ReviewPhase::result:
+        return QStringLiteral("result");
+    case ReviewPhase::noChanges:
+        return QStringLiteral("noChanges");
+    case ReviewPhase::error:
+        return QStringLiteral("error");
+    }
+    return QStringLiteral("reading");
+}
+
+QString title(ReviewPhase phase)
+{
+    switch (phase) {
+    case ReviewPhase::reading:
+    case ReviewPhase::writing:
+        return QStringLiteral("Correcting");
+    case ReviewPhase::result:
+        return QStringLiteral("Review");
+    case ReviewPhase::noChanges:
+        return QStringLiteral("Looks good");
+    case ReviewPhase::error:
+        return QStringLiteral("Couldn't correct");
+    }
+    return QStringLiteral("Correcting");
+}
+
+QString changeCount(int count)
+{
+    return count == 1 ? QStringLiteral("1 change") : QStringLiteral("%1 changes").arg(count);
+}
+
+QString characterCount(int count)
+{
+    return count == 1 ? QStringLiteral("1 character") : QStringLiteral("%1 characters").arg(QLocale().toString(count));
+}
+
+QString subtitle(ReviewPhase phase, int changes, const std::optional<CorrectionSettings>& settings,
+                 const std::optional<QString>& sourceApp)
+{
+    QStringList parts;
+    if (phase == ReviewPhase::result) {
+        parts << changeCount(changes);
+    }
+    if (settings) {
+        parts << fromUtf8(title(settings->strength)) << fromUtf8(title(settings->tone));
+    }
+    if (sourceApp && !sourceApp->isEmpty()) {
+        parts << QStringLiteral("from ") + *sourceApp;
+    }
+    return parts.join(QStringLiteral(" · "));
+}
+
+QString primaryTitle(bool hasChanges, const std::optional<QString>& sourceApp)
+{
+    if (!hasChanges) {
+        return QStringLiteral("Keep original");
+    }
+    static const QRegularExpression parenthesisedSuffix(QStringLiteral("\\s*\\(.*\\)$"));
+    QString name = sourceApp.value_or(QString());
+    name.remove(parenthesisedSuffix);
+    if (!name.isEmpty() && userCharacters(name) <= 18) {
+        return QStringLiteral("Replace in ") + name;
+    }
+    return QStringLiteral("Replace");
+}
+
+QString statusLine(ReviewPhase phase, const std::optional<QString>& sourceApp)
+{
+    if (phase == ReviewPhase::reading) {
+        if (sourceApp && !sourceApp->isEmpty()) {
+            return QStringLiteral("Reading selection ") + *sourceApp;
+        }
+        return QStringLiteral("Reading selection");
+    }
+    if (phase == ReviewPhase::writing) {
+        return QStringLiteral("Writing the correction");
+    }
+    return {};
+}
+
+bool offersOpenSettings(const ProviderFailure& failure)
+{
+    return failure.fixableInSettings;
+}
+
+} // namespace vesk::app::ReviewTexts

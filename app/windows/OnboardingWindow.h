@@ -1,0 +1,49 @@
+#pragma once
+
+// The first-launch window: a short guide from choosing a provider to a first correction. Each show starts
+// the guide afresh; finishing it closes the window and marks setup as done.
+
+#include "app/models/OnboardingModel.h"
+
+#include <QObject>
+#include <memory>
+
+class QQuickView;
+class QQuickWindow;
+
+namespace vesk::app {
+
+class ProviderConnection;
+
+class OnboardingWindow : public QObject
+{
+    Q_OBJECT
+
+public:
+    // Everything must outlive the window; `shortcuts` may be null.
+    OnboardingWindow(AppSettings& settings, HistoryStore& history, ProviderConnection& connection,
+                     const ShortcutSettings* shortcuts, OnboardingModel::Desktop desktop, QObject* parent = nullptr);
+    ~OnboardingWindow() override;
+
+    void show();
+    void close();
+    [[nodiscard]] bool isVisible() const;
+    [[nodiscard]] QQuickWindow* window() const;
+    // The guide of the window shown last; null before the first show.
+    [[nodiscard]] OnboardingModel* model() const { return m_model.get(); }
+
+signals:
+    // The user finished the guide.
+    void finished();
+
+private:
+    AppSettings& m_settings;
+    HistoryStore& m_history;
+    ProviderConnection& m_connection;
+    const ShortcutSettings* m_shortcuts;
+    OnboardingModel::Desktop m_desktop;
+    std::unique_ptr<OnboardingModel> m_model;
+    std::unique_ptr<QQuickView> m_view;
+};
+
+} // namespace vesk::app
