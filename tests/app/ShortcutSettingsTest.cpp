@@ -95,18 +95,6 @@ TEST_F(ShortcutSettingsTest, RecordingRefusesTakenKeysAndKeepsTheCurrentShortcut
     EXPECT_EQ(m_platform.registered(ShortcutSettings::fixGrammar), superJ);
 }
 
-TEST_F(ShortcutSettingsTest, ShortcutsArePausedWhileRecording)
-{
-    ShortcutSettings settings(storage(), &m_platform);
-    QSignalSpy pressed(&m_platform, &GlobalShortcut::pressed);
-    settings.setRecording(true);
-    m_platform.press(ShortcutSettings::fixGrammar);
-    EXPECT_EQ(pressed.count(), 0) << "recording Alt+G must not start a correction";
-    settings.setRecording(false);
-    m_platform.press(ShortcutSettings::fixGrammar);
-    EXPECT_EQ(pressed.count(), 1);
-}
-
 using test::operator<<;
 
 struct ValidationCase
@@ -116,9 +104,7 @@ struct ValidationCase
     const char* reason; // empty: allowed
 };
 
-class ShortcutValidationTest : public ::testing::TestWithParam<ValidationCase>
-{
-};
+using ShortcutValidationTest = ::testing::TestWithParam<ValidationCase>;
 
 TEST_P(ShortcutValidationTest, GivesAReadableReason)
 {
@@ -144,12 +130,6 @@ INSTANTIATE_TEST_SUITE_P(
         ValidationCase{"AltTab",
                        {Qt::Key_Tab, Qt::AltModifier},
                        "Alt+Tab switches between windows on most desktops; choose another shortcut."},
-        ValidationCase{"AltSpace",
-                       {Qt::Key_Space, Qt::AltModifier},
-                       "Alt+Space opens the window menu on most desktops; choose another shortcut."},
-        ValidationCase{"CtrlAltDelete",
-                       {Qt::Key_Delete, ctrlAlt},
-                       "Ctrl+Alt+Del logs out or opens the system monitor on most desktops; choose another shortcut."},
         ValidationCase{
             "ConsoleSwitch", {Qt::Key_F3, ctrlAlt}, "Ctrl+Alt+F3 switches to a text console; choose another shortcut."},
         ValidationCase{"OwnCopyStroke",
