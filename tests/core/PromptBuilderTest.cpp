@@ -60,9 +60,9 @@ INSTANTIATE_TEST_SUITE_P(
                    {Strength::fullRewrite, Tone::concise, LanguageMode::englishUK, true, true, ""}},
         PromptCase{"PolishWithoutMeaningLock",
                    {Strength::clarityFlow, Tone::preserve, LanguageMode::automatic, false, false, ""}},
-        PromptCase{"CustomInstructionsTrimmedForCorrection",
-                   {Strength::spellingPunctuation, Tone::preserve, LanguageMode::automatic, false, false,
-                    "  keep emoji \n"}},
+        PromptCase{
+            "CustomInstructionsTrimmedForCorrection",
+            {Strength::spellingPunctuation, Tone::preserve, LanguageMode::automatic, false, false, "  keep emoji \n"}},
         PromptCase{"CustomInstructionsKeepInnerLineBreaksForEditing",
                    {Strength::fullRewrite, Tone::preserve, LanguageMode::automatic, false, false,
                     "\tno slang\nkeep names\u3000"}},

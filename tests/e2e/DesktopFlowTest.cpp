@@ -121,12 +121,6 @@ protected:
         EXPECT_TRUE(closed) << "Return did not close the panel";
     }
 
-    [[nodiscard]] std::string userText(std::size_t request) const
-    {
-        const auto requests = m_server.requests();
-        return request < requests.size() ? requests[request].body : std::string();
-    }
-
     test::ScriptedProviderServer m_server;
     VeskSession m_vesk;
     std::unique_ptr<BackgroundProcess> m_owner;
@@ -136,8 +130,7 @@ protected:
 // What the user had on the clipboard before the correction; all of it must be back afterwards. The
 // correction is started by the shortcut or by `vesk fix`, and reviewed in the panel or pasted at once.
 // Every way copies from the editor and pastes the correction back.
-enum class Trigger
-{
+enum class Trigger {
     shortcut,
     shortcutWithAltHeld, // Alt held after G: a copy stroke now would reach the editor as Ctrl+Alt+C
     fixCommand,
@@ -197,7 +190,7 @@ TEST_P(AcceptedCorrectionTest, ReplacesTheSelectionAndRestoresTheClipboard)
         pressKeys("alt+g");
     }
     ASSERT_TRUE(m_server.waitForRequests(1, 5s)) << "no request reached the provider";
-    EXPECT_NE(userText(0).find(typo), std::string::npos) << "the selection was sent";
+    EXPECT_NE(m_server.requests().at(0).body.find(typo), std::string::npos) << "the selection was sent";
     if (c.review) {
         ASSERT_TRUE(waitForSettledPanel()) << "the review panel did not show";
         acceptInPanel();
@@ -277,7 +270,8 @@ TEST_P(SecondPressTest, OnlyTheLastCorrectionLands)
         ASSERT_TRUE(waitUntil([&] { return panel().has_value(); }, 2s));
         pressKeys("alt+g");
         ASSERT_TRUE(m_server.waitForRequests(2, 5s)) << "the second press asked for nothing";
-        EXPECT_NE(userText(1).find(typo), std::string::npos) << "the second press copied from the editor";
+        EXPECT_NE(m_server.requests().at(1).body.find(typo), std::string::npos)
+            << "the second press copied from the editor";
     } else {
         runTool("xdotool", {"key", "--delay", "40", "alt+g", "alt+g"});
         ASSERT_TRUE(m_server.waitForRequests(1, 5s));
@@ -316,12 +310,16 @@ TEST_F(DesktopFlowTest, TerminalSelectionIsCopiedWithoutInterrupting)
     const std::string terminal = runTool("xdotool", {"getactivewindow"}).out;
     runTool("xdotool", {"mousemove", "--window", terminal.substr(0, terminal.find('\n')), "40", "8", "click",
                         "--repeat", "3", "--delay", "80", "1"});
-    ASSERT_TRUE(waitUntil([] { return runTool("xclip", {"-o", "-selection", "primary"}).out.starts_with("teh"); }, 2s))
+    ASSERT_TRUE(waitUntil(
+        [] {
+            return runTool("xclip", {"-o", "-selection", "primary"}).out.starts_with("teh");
+        },
+        2s))
         << "the terminal selected nothing";
 
     pressKeys("alt+g");
     ASSERT_TRUE(m_server.waitForRequests(1, 5s)) << "nothing was copied from the terminal";
-    EXPECT_NE(userText(0).find(typo), std::string::npos);
+    EXPECT_NE(m_server.requests().at(0).body.find(typo), std::string::npos);
     ASSERT_TRUE(waitForSettledPanel());
     screenshot("terminal-panel");
     pressKeys("Escape");
