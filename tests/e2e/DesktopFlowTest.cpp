@@ -129,7 +129,8 @@ protected:
 
 // What the user had on the clipboard before the correction; all of it must be back afterwards. The
 // correction is started by the shortcut or by `vesk fix`, and reviewed in the panel or pasted at once.
-// Every way copies from the editor and pastes the correction back.
+// Every way copies from the editor and pastes the correction back. That each format (an image's PNG bytes
+// among them) comes back byte for byte is X11ClipboardTest's; here plain and rich text stand for the rest.
 enum class Trigger {
     shortcut,
     shortcutWithAltHeld, // Alt held after G: a copy stroke now would reach the editor as Ctrl+Alt+C
@@ -141,7 +142,6 @@ struct ClipboardCase
     const char* name;
     std::string text;
     std::string html;
-    bool image = false;
     Trigger trigger = Trigger::shortcut;
     bool review = true;
 };
@@ -154,22 +154,13 @@ TEST_P(AcceptedCorrectionTest, ReplacesTheSelectionAndRestoresTheClipboard)
 {
     const ClipboardCase& c = GetParam();
     std::vector<std::string> ownerArgs;
-    std::string png;
     if (!c.text.empty()) {
         ownerArgs.insert(ownerArgs.end(), {"--text", c.text});
     }
     if (!c.html.empty()) {
         ownerArgs.insert(ownerArgs.end(), {"--html", c.html});
     }
-    if (c.image) {
-        const fs::path file = m_vesk.directory() / "picture.png";
-        ASSERT_EQ(runTool("convert", {"-size", "64x40", "gradient:#0a84ff-#ff3b30", file.string()}).exitCode, 0);
-        png = readFile(file);
-        ownerArgs.insert(ownerArgs.end(), {"--png", file.string()});
-    }
-    ASSERT_NO_FATAL_FAILURE(holdClipboard(ownerArgs, c.image          ? "image/png"
-                                                     : c.html.empty() ? "UTF8_STRING"
-                                                                      : "text/html"));
+    ASSERT_NO_FATAL_FAILURE(holdClipboard(ownerArgs, c.html.empty() ? "UTF8_STRING" : "text/html"));
     if (!c.review) {
         ASSERT_EQ(m_vesk.run({"settings", "--review", "off"}).exitCode, 0);
     }
@@ -206,24 +197,16 @@ TEST_P(AcceptedCorrectionTest, ReplacesTheSelectionAndRestoresTheClipboard)
         EXPECT_TRUE(waitUntil([&] { return clipboard("text/html") == c.html; }, 2s))
             << "clipboard html: \"" << clipboard("text/html") << "\"";
     }
-    if (c.image) {
-        std::string restored;
-        waitUntil([&] { return !(restored = clipboard("image/png")).empty(); }, 2s);
-        ASSERT_FALSE(restored.empty()) << describeScreen();
-        EXPECT_EQ(pixelsOf(restored), pixelsOf(png)) << "the picture came back different";
-        EXPECT_TRUE(restored == png) << "the picture's PNG bytes were re-encoded";
-    }
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Clipboard, AcceptedCorrectionTest,
-    ::testing::Values(
-        ClipboardCase{"PlainText", "what the user copied before", ""},
-        ClipboardCase{"RichText", "Bold and plain", "<meta charset=\"utf-8\"><b>Bold</b> and <i>plain</i> — ünïcode"},
-        ClipboardCase{"Image", "", "", true},
-        ClipboardCase{"CopiesOnlyOnceAHeldAltIsReleased", "kept", "", false, Trigger::shortcutWithAltHeld},
-        ClipboardCase{"FixCommandDoesWhatTheShortcutDoes", "kept", "", false, Trigger::fixCommand},
-        ClipboardCase{"WithoutReviewTheCorrectionReplacesAtOnce", "kept", "", false, Trigger::shortcut, false}),
+    ::testing::Values(ClipboardCase{"PlainText", "what the user copied before", ""},
+                      ClipboardCase{"RichText", "Bold and plain",
+                                    "<meta charset=\"utf-8\"><b>Bold</b> and <i>plain</i> — ünïcode"},
+                      ClipboardCase{"CopiesOnlyOnceAHeldAltIsReleased", "kept", "", Trigger::shortcutWithAltHeld},
+                      ClipboardCase{"FixCommandDoesWhatTheShortcutDoes", "kept", "", Trigger::fixCommand},
+                      ClipboardCase{"WithoutReviewTheCorrectionReplacesAtOnce", "kept", "", Trigger::shortcut, false}),
     test::ParamName());
 
 TEST_F(DesktopFlowTest, NothingSelectedOpensTheComposer)
