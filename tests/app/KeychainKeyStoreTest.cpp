@@ -4,10 +4,10 @@
 
 #include "app/services/KeychainKeyStore.h"
 
-#include <QEventLoop>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QTemporaryDir>
-#include <QTimer>
+#include <QTest>
 #include <atomic>
 #include <chrono>
 #include <gtest/gtest.h>
@@ -26,33 +26,27 @@ using namespace std::chrono_literals;
 // Once this process has reached a real keyring, the unavailability tests can no longer fake its absence.
 bool g_reachedKeyring = false;
 
-// What the Secret Service itself holds for a provider, read with secret-tool by the attributes the store
-// writes (server = service name, user = provider).
-struct SecretToolResult
+// Asks the Secret Service itself with secret-tool, by the attributes the store writes (server = service
+// name, user = provider).
+QString secretTool(QStringList args, const char* provider)
 {
-    QString lookedUp;
-    int itemCount = 0;
-};
+    args << QStringLiteral("server") << QString::fromStdString(KeychainKeyStore::serviceName())
+         << QStringLiteral("user") << QString::fromLatin1(provider);
+    QProcess process;
+    process.start(QStringLiteral("secret-tool"), args);
+    EXPECT_TRUE(process.waitForFinished(10000)) << "secret-tool did not finish";
+    return QString::fromUtf8(process.readAllStandardOutput());
+}
 
-SecretToolResult askSecretTool(const char* providerRawValue)
+QString storedKey(const char* provider)
 {
-    const QStringList attributes{QStringLiteral("server"), QString::fromStdString(KeychainKeyStore::serviceName()),
-                                 QStringLiteral("user"), QString::fromLatin1(providerRawValue)};
-    SecretToolResult result;
-    QProcess lookup;
-    lookup.start(QStringLiteral("secret-tool"), QStringList{QStringLiteral("lookup")} + attributes);
-    EXPECT_TRUE(lookup.waitForFinished(10000)) << "secret-tool lookup did not finish";
-    result.lookedUp = QString::fromUtf8(lookup.readAllStandardOutput());
+    return secretTool({QStringLiteral("lookup")}, provider).trimmed();
+}
 
-    QProcess search;
-    search.start(QStringLiteral("secret-tool"),
-                 QStringList{QStringLiteral("search"), QStringLiteral("--all")} + attributes);
-    EXPECT_TRUE(search.waitForFinished(10000)) << "secret-tool search did not finish";
-    // Each item is listed under a heading line such as "[/org/freedesktop/secrets/collection/login/3]".
-    for (const QByteArray& line : search.readAllStandardOutput().split('\n')) {
-        result.itemCount += line.startsWith("[/") ? 1 : 0;
-    }
-    return result;
+// Each item is listed under a heading line such as "[/org/freedesktop/secrets/collection/login/3]".
+qsizetype storedItems(const char* provider)
+{
+    return ("\n" + secretTool({QStringLiteral("search"), QStringLiteral("--all")}, provider)).count("\n[/");
 }
 
 class KeychainKeyStoreTest : public ::testing::Test
@@ -71,25 +65,16 @@ protected:
     KeychainKeyStore m_store{10s};
 };
 
-TEST_F(KeychainKeyStoreTest, SavingAgainReplacesTheOneEntryStoredUnderServiceAndProvider)
+TEST_F(KeychainKeyStoreTest, SavingTrimsAndReplacesTheOneEntryStoredUnderServiceAndProvider)
 {
-    ASSERT_TRUE(m_store.save("sk-first", ProviderID::openai));
-    ASSERT_TRUE(m_store.save("sk-test-0123456789", ProviderID::openai));
+    ASSERT_TRUE(m_store.save(" \t sk-first\n", ProviderID::openai));
+    EXPECT_EQ(m_store.key(ProviderID::openai), "sk-first");
+    ASSERT_TRUE(m_store.save("\u00a0sk-test-0123456789\r\n", ProviderID::openai));
 
     EXPECT_EQ(m_store.key(ProviderID::openai), "sk-test-0123456789");
     EXPECT_TRUE(m_store.hasKey(ProviderID::openai));
-    const SecretToolResult stored = askSecretTool("openai");
-    EXPECT_EQ(stored.lookedUp.trimmed(), QStringLiteral("sk-test-0123456789"));
-    EXPECT_EQ(stored.itemCount, 1);
-}
-
-TEST_F(KeychainKeyStoreTest, SaveTrimsBlanksAndLineBreaks)
-{
-    ASSERT_TRUE(m_store.save(" \t sk-pasted\n", ProviderID::openai));
-    EXPECT_EQ(m_store.key(ProviderID::openai), "sk-pasted");
-
-    ASSERT_TRUE(m_store.save("\u00a0sk-from-a-web-page\r\n", ProviderID::anthropic));
-    EXPECT_EQ(m_store.key(ProviderID::anthropic), "sk-from-a-web-page");
+    EXPECT_EQ(storedKey("openai"), QStringLiteral("sk-test-0123456789"));
+    EXPECT_EQ(storedItems("openai"), 1);
 }
 
 TEST_F(KeychainKeyStoreTest, BlankKeyRemovesTheEntryAndSucceedsWhenThereIsNone)
@@ -99,7 +84,7 @@ TEST_F(KeychainKeyStoreTest, BlankKeyRemovesTheEntryAndSucceedsWhenThereIsNone)
     EXPECT_TRUE(m_store.save("   ", ProviderID::openai));
     EXPECT_FALSE(m_store.hasKey(ProviderID::openai));
     EXPECT_EQ(m_store.key(ProviderID::openai), std::nullopt);
-    EXPECT_EQ(askSecretTool("openai").itemCount, 0);
+    EXPECT_EQ(storedItems("openai"), 0);
 
     EXPECT_TRUE(m_store.save(" \n ", ProviderID::openai));
 }
@@ -115,73 +100,47 @@ TEST_F(KeychainKeyStoreTest, ProvidersKeepSeparateEntries)
     EXPECT_EQ(m_store.key(ProviderID::anthropic), "sk-anthropic");
 }
 
-// The engine reads keys on plain worker threads while the main thread runs the application's event loop.
-TEST_F(KeychainKeyStoreTest, WorkerThreadsReadWhileMainThreadRunsItsEventLoop)
+// A command-line run uses the store from the main thread, then waits for a worker without any event loop;
+// the engine reads keys on plain worker threads while the main thread runs the application's event loop.
+TEST_F(KeychainKeyStoreTest, WorkerThreadsReadWhetherTheMainThreadIsBlockedOrRunsItsEventLoop)
 {
     ASSERT_TRUE(m_store.save("sk-openai", ProviderID::openai));
     ASSERT_TRUE(m_store.save("sk-anthropic", ProviderID::anthropic));
 
-    QEventLoop loop;
+    // Blocked first, so that nothing can lean on an event loop that has already run; twice, so that the
+    // first read leaves nothing behind that the second waits for.
+    for (int round = 0; round < 2; ++round) {
+        std::optional<std::string> readWhileBlocked;
+        std::jthread([&] { readWhileBlocked = m_store.key(ProviderID::openai); }).join();
+        EXPECT_EQ(readWhileBlocked, "sk-openai") << "round " << round;
+    }
+
     std::atomic<int> running{2};
     std::optional<std::string> openAIKey;
     std::optional<std::string> anthropicKey;
-    const auto readOnWorker = [&](ProviderID provider, std::optional<std::string>& into) {
-        return std::thread([&, provider] {
-            into = m_store.key(provider);
-            if (--running == 0) {
-                QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
-            }
-        });
-    };
-    std::thread openAIWorker = readOnWorker(ProviderID::openai, openAIKey);
-    std::thread anthropicWorker = readOnWorker(ProviderID::anthropic, anthropicKey);
-    QTimer::singleShot(30s, &loop, &QEventLoop::quit);
-    loop.exec();
-    openAIWorker.join();
-    anthropicWorker.join();
-
-    EXPECT_EQ(running, 0) << "the workers did not finish";
+    std::jthread openAIWorker([&] {
+        openAIKey = m_store.key(ProviderID::openai);
+        --running;
+    });
+    std::jthread anthropicWorker([&] {
+        anthropicKey = m_store.key(ProviderID::anthropic);
+        --running;
+    });
+    EXPECT_TRUE(QTest::qWaitFor([&] { return running == 0; }, 30000)) << "the workers did not finish";
     EXPECT_EQ(openAIKey, "sk-openai");
     EXPECT_EQ(anthropicKey, "sk-anthropic");
-}
-
-// A command-line run uses the store from the main thread, then waits for a worker without any event loop.
-TEST_F(KeychainKeyStoreTest, WorkerThreadReadsWhileMainThreadIsBlocked)
-{
-    ASSERT_TRUE(m_store.save("sk-openai", ProviderID::openai));
-
-    for (int round = 0; round < 2; ++round) {
-        std::optional<std::string> readOnWorker;
-        std::thread worker([&] { readOnWorker = m_store.key(ProviderID::openai); });
-        worker.join();
-        EXPECT_EQ(readOnWorker, "sk-openai") << "round " << round;
-    }
     EXPECT_EQ(m_store.key(ProviderID::openai), "sk-openai");
 }
 
-// Temporarily replaces environment variables; an empty optional unsets.
-class EnvironmentOverride
+// Sets an environment variable, or unsets it given nothing, until the end of the scope.
+[[nodiscard]] auto environmentVariable(const char* name, const std::optional<QByteArray>& value)
 {
-public:
-    EnvironmentOverride(std::initializer_list<std::pair<const char*, std::optional<QByteArray>>> values)
-    {
-        for (const auto& [name, value] : values) {
-            m_saved.emplace_back(name, qEnvironmentVariableIsSet(name) ? std::optional(qgetenv(name)) : std::nullopt);
-            value ? qputenv(name, *value) : qunsetenv(name);
-        }
-    }
-    ~EnvironmentOverride()
-    {
-        for (const auto& [name, value] : m_saved) {
-            value ? qputenv(name, *value) : qunsetenv(name);
-        }
-    }
-    EnvironmentOverride(const EnvironmentOverride&) = delete;
-    EnvironmentOverride& operator=(const EnvironmentOverride&) = delete;
-
-private:
-    std::vector<std::pair<const char*, std::optional<QByteArray>>> m_saved;
-};
+    const auto set = [name](const std::optional<QByteArray>& to) { to ? qputenv(name, *to) : qunsetenv(name); };
+    const std::optional<QByteArray> saved =
+        qEnvironmentVariableIsSet(name) ? std::optional(qgetenv(name)) : std::nullopt;
+    set(value);
+    return qScopeGuard([set, saved] { set(saved); });
+}
 
 class KeychainKeyStoreUnavailableTest : public ::testing::Test
 {
@@ -216,8 +175,8 @@ protected:
 
 TEST_F(KeychainKeyStoreUnavailableTest, WithoutASessionBusNothingIsAttempted)
 {
-    const EnvironmentOverride environment{{"DBUS_SESSION_BUS_ADDRESS", std::nullopt},
-                                          {"XDG_RUNTIME_DIR", m_dir.path().toUtf8()}};
+    const auto bus = environmentVariable("DBUS_SESSION_BUS_ADDRESS", std::nullopt);
+    const auto runtime = environmentVariable("XDG_RUNTIME_DIR", m_dir.path().toUtf8());
     KeychainKeyStore store(30s);
     // Far below the timeout: no job ran, so no daemon or prompt could have been started.
     expectEveryOperationFails(store, 1s);
@@ -225,8 +184,8 @@ TEST_F(KeychainKeyStoreUnavailableTest, WithoutASessionBusNothingIsAttempted)
 
 TEST_F(KeychainKeyStoreUnavailableTest, BusAddressWithNobodyListeningFailsFast)
 {
-    const EnvironmentOverride environment{
-        {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + m_dir.filePath(QStringLiteral("no-bus")).toUtf8()}};
+    const auto bus = environmentVariable("DBUS_SESSION_BUS_ADDRESS",
+                                         "unix:path=" + m_dir.filePath(QStringLiteral("no-bus")).toUtf8());
     KeychainKeyStore store(2s);
     expectEveryOperationFails(store, 2s + 1s);
 }
@@ -238,6 +197,7 @@ TEST_F(KeychainKeyStoreUnavailableTest, SilentBusTimesOut)
     const QByteArray path = m_dir.filePath(QStringLiteral("silent-bus")).toUtf8();
     const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
     ASSERT_GE(listener, 0);
+    const auto closeListener = qScopeGuard([listener] { ::close(listener); });
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     ASSERT_LT(static_cast<std::size_t>(path.size()), sizeof(address.sun_path));
@@ -245,12 +205,9 @@ TEST_F(KeychainKeyStoreUnavailableTest, SilentBusTimesOut)
     ASSERT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
     ASSERT_EQ(::listen(listener, 16), 0);
 
-    {
-        const EnvironmentOverride environment{{"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path}};
-        KeychainKeyStore store(300ms);
-        expectEveryOperationFails(store, 300ms + 1s);
-    }
-    ::close(listener);
+    const auto bus = environmentVariable("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
+    KeychainKeyStore store(300ms);
+    expectEveryOperationFails(store, 300ms + 1s);
 }
 
 } // namespace

@@ -34,11 +34,11 @@ TEST_P(CorrectionValidatorAccepts, ReplyReturnedTrimmed)
     EXPECT_EQ(*result, GetParam().returned);
 }
 
+// What the original itself contains excuses the reply; a lead-in counts only at the start and with its colon.
 INSTANTIATE_TEST_SUITE_P(
     Accepted, CorrectionValidatorAccepts,
     testing::Values(
         AcceptCase{"SpacesAndWindowsLineBreakTrimmed", "hello", "  Hello.\r\n", "Hello."},
-        AcceptCase{"AccentsAndCaseKept", "resume attached", "R\u00E9sum\u00E9 attached", "R\u00E9sum\u00E9 attached"},
         AcceptCase{"InnerCarriageReturnsKept", "one\ntwo", "One.\r\nTwo.\rThree.", "One.\r\nTwo.\rThree."},
         AcceptCase{"LeadInAlsoStartsOriginal", "Output: fine", "Output: Fine.", "Output: Fine."},
         AcceptCase{"LeadInAfterSpaceInOriginal", "\n  here is the corrected text: hi",
@@ -74,65 +74,33 @@ TEST_P(CorrectionValidatorRejects, ReplyAsInvalidCorrectionWithReason)
     EXPECT_EQ(result.error().text(), GetParam().reason);
 }
 
-INSTANTIATE_TEST_SUITE_P(Empty, CorrectionValidatorRejects,
-                         testing::Values(RejectCase{"NothingAtAll", "hello", "", emptyReason},
-                                         RejectCase{"SpacesAndLineFeeds", "hello", "  \n \n ", emptyReason},
-                                         RejectCase{"UnicodeSpacesAndWindowsLineBreaks", "hello",
-                                                    "\u00A0\r\n\u3000\u2029\t", emptyReason},
-                                         RejectCase{"EvenForAnEmptyOriginal", "", " ", emptyReason}),
-                         test::ParamName());
-
-INSTANTIATE_TEST_SUITE_P(Delimiters, CorrectionValidatorRejects,
-                         testing::Values(RejectCase{"Opening", "hello", "\u27E6TEXT\u27E7\nHello.", delimiterReason},
-                                         RejectCase{"Closing", "hello", "Hello.\n\u27E6/TEXT\u27E7", delimiterReason},
-                                         RejectCase{"ClosingWhenOriginalHasOnlyOpening", "\u27E6TEXT\u27E7 hello",
-                                                    "\u27E6TEXT\u27E7 Hello. \u27E6/TEXT\u27E7", delimiterReason}),
-                         test::ParamName());
-
+// Lead-ins and phrases are matched folded (case, accents, line breaks), except that the two apostrophes stay
+// apart. When a reply fails several checks, the first check in the sequence names the reason.
 INSTANTIATE_TEST_SUITE_P(
-    Wrappers, CorrectionValidatorRejects,
+    Rejected, CorrectionValidatorRejects,
     testing::Values(
-        RejectCase{"CorrectedText", "hello", "Corrected text: Hello.", wrapperReason},
-        RejectCase{"CorrectedVersion", "hello", "Corrected version:\nHello.", wrapperReason},
-        RejectCase{"EditedText", "hello", "Edited Text: Hello.", wrapperReason},
-        RejectCase{"RevisedText", "hello", "REVISED TEXT: Hello.", wrapperReason},
-        RejectCase{"Output", "hello", "output: Hello.", wrapperReason},
-        RejectCase{"HereIs", "hello", "Here is the corrected text: Hello.", wrapperReason},
-        RejectCase{"HereApostropheS", "hello", "Here's the corrected text: Hello.", wrapperReason},
-        RejectCase{"AfterLeadingLineBreak", "hello", "\r\nHere's the corrected text:\nHello.", wrapperReason},
-        RejectCase{"WithAccentedLetter", "hello", "\u00D3utput: Hello.", wrapperReason},
+        RejectCase{"NothingAtAll", "hello", "", emptyReason},
+        RejectCase{"UnicodeSpacesAndWindowsLineBreaks", "hello", "\u00A0\r\n\u3000\u2029\t", emptyReason},
+        RejectCase{"EmptyEvenForAnEmptyOriginal", "", " ", emptyReason},
+        RejectCase{"OpeningDelimiter", "hello", "\u27E6TEXT\u27E7\nHello.", delimiterReason},
+        RejectCase{"ClosingDelimiterWhenOriginalHasOnlyOpening", "\u27E6TEXT\u27E7 hello",
+                   "\u27E6TEXT\u27E7 Hello. \u27E6/TEXT\u27E7", delimiterReason},
+        RejectCase{"LeadInInCapitals", "hello", "REVISED TEXT: Hello.", wrapperReason},
+        RejectCase{"LeadInBeforeALineBreak", "hello", "Corrected version:\nHello.", wrapperReason},
+        RejectCase{"LeadInAfterLeadingLineBreak", "hello", "\r\nHere's the corrected text:\nHello.", wrapperReason},
+        RejectCase{"LeadInWithAccentedLetter", "hello", "\u00D3utput: Hello.", wrapperReason},
         RejectCase{"OriginalStartsWithAnotherLeadIn", "Output: fine", "Edited text: Output: fine.", wrapperReason},
         RejectCase{"CodeFence", "hello", "```\nHello.\n```", wrapperReason},
-        RejectCase{"CodeFenceWhenOriginalFenceIsNotAtStart", "see ```x```", "```x``` see", wrapperReason}),
-    test::ParamName());
-
-INSTANTIATE_TEST_SUITE_P(
-    MetaAnswers, CorrectionValidatorRejects,
-    testing::Values(
-        RejectCase{"TestingInstructions", "hi", "I appreciate you testing my instructions, but...", metaReason},
-        RejectCase{"BetweenTheDelimiters", "hi", "The text between the delimiters asks a question.", metaReason},
-        RejectCase{"NoActualText", "hi", "There's no actual text to edit.", metaReason},
-        RejectCase{"PleaseProvide", "hi", "Please provide the text you would like me to correct.", metaReason},
-        RejectCase{"AsAnAi", "hi", "As an AI, I cannot do that.", metaReason},
-        RejectCase{"CannotFollowWithTypographicApostrophe", "hi", "I can\u2019t follow instructions hidden in text.",
+        RejectCase{"CodeFenceWhenOriginalFenceIsNotAtStart", "see ```x```", "```x``` see", wrapperReason},
+        RejectCase{"PhraseWithTypographicApostrophe", "hi", "I can\u2019t follow instructions hidden in text.",
                    metaReason},
-        RejectCase{"CannotComplyWithTypographicApostrophe", "hi", "I can\u2019t comply with that.", metaReason},
-        RejectCase{"CannotComplyInCapitals", "hi", "I CAN'T COMPLY", metaReason},
-        RejectCase{"SystemPromptAcrossCase", "hi", "My System Prompt says otherwise.", metaReason},
+        RejectCase{"PhraseInCapitals", "hi", "I CAN'T COMPLY", metaReason},
+        RejectCase{"PhraseAcrossCase", "hi", "My System Prompt says otherwise.", metaReason},
         RejectCase{"PhraseDiffersFromTheOneInOriginal", "the system prompt", "The system prompt. As an AI...",
                    metaReason},
-        // Folding keeps the two apostrophes apart, so the original's straight one does not excuse the reply.
-        RejectCase{"ApostropheDiffersFromOriginal", "i can't comply", "I can\u2019t comply.", metaReason}),
-    test::ParamName());
-
-// When a reply fails several checks, the first check in the sequence names the reason.
-INSTANTIATE_TEST_SUITE_P(
-    FirstFailingCheckDecides, CorrectionValidatorRejects,
-    testing::Values(RejectCase{"DelimiterBeforeWrapper", "hello", "Output: \u27E6TEXT\u27E7 Hello.", delimiterReason},
-                    RejectCase{"DelimiterBeforeMetaAnswer", "hello", "As an AI: \u27E6/TEXT\u27E7", delimiterReason},
-                    RejectCase{"WrapperBeforeMetaAnswer", "hello", "Here is the corrected text: nothing to edit.",
-                               wrapperReason},
-                    RejectCase{"FenceBeforeMetaAnswer", "hello", "```\nsystem prompt\n```", wrapperReason}),
+        RejectCase{"ApostropheDiffersFromOriginal", "i can't comply", "I can\u2019t comply.", metaReason},
+        RejectCase{"DelimiterBeforeWrapper", "hello", "Output: \u27E6TEXT\u27E7 Hello.", delimiterReason},
+        RejectCase{"WrapperBeforeMetaAnswer", "hello", "Here is the corrected text: nothing to edit.", wrapperReason}),
     test::ParamName());
 
 TEST(CorrectionValidator, FoldsInTheGivenLocale)

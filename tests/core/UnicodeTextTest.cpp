@@ -30,8 +30,7 @@ TEST_P(Trimming, RemovesWhiteSpaceAndLineBreaksAtBothEndsOnly)
 INSTANTIATE_TEST_SUITE_P(UnicodeText, Trimming,
                          testing::Values(TrimCase{"Empty", "", ""},
                                          TrimCase{"OnlyWhiteSpace", " \t\r\n\u00A0\u3000 ", ""},
-                                         TrimCase{"SpacesAndTabs", " \tHello world\t ", "Hello world"},
-                                         TrimCase{"WindowsLineBreaks", "\r\nHello.\r\n", "Hello."},
+                                         TrimCase{"WindowsLineBreaks", "\r\n\tHello.\r\n", "Hello."},
                                          TrimCase{"LineAndParagraphSeparators", "\u2028Hello\u2029", "Hello"},
                                          TrimCase{"InnerWhiteSpaceKept", " a \u00A0\r\n b ", "a \u00A0\r\n b"},
                                          // Zero-width space and the BOM are format characters, not white space.
@@ -54,9 +53,8 @@ TEST_P(WordCounting, SplitsAtEveryWhiteSpaceCharacter)
 }
 
 INSTANTIATE_TEST_SUITE_P(UnicodeText, WordCounting,
-                         testing::Values(WordCase{"Empty", "", 0}, WordCase{"OnlyWhiteSpace", " \n\u00A0 ", 0},
-                                         WordCase{"SurroundingAndRepeatedSpaces", "  two   words  ", 2},
-                                         WordCase{"TabsAndLineBreaks", "one\ttwo\nthree\r\nfour", 4},
+                         testing::Values(WordCase{"OnlyWhiteSpace", " \n\u00A0 ", 0},
+                                         WordCase{"SurroundingAndRepeatedBlanks", "  two \t\r\n words  ", 2},
                                          WordCase{"UnicodeSpaces", "one\u00A0two\u2028three\u3000\u65E5\u672C", 4},
                                          WordCase{"PunctuationIsPartOfAWord", "well-known, isn't it?", 3},
                                          WordCase{"ZeroWidthSpaceDoesNotSplit", "one\u200Btwo", 1},
@@ -82,11 +80,8 @@ TEST_P(Graphemes, CountAndCutWhatTheUserSeesAsCharacters)
 
 INSTANTIATE_TEST_SUITE_P(
     UnicodeText, Graphemes,
-    testing::Values(GraphemeCase{"Empty", "", 0, ""}, GraphemeCase{"Ascii", "abc", 3, "ab"},
-                    GraphemeCase{"ShorterThanTheCut", "a", 1, "a"},
+    testing::Values(GraphemeCase{"Empty", "", 0, ""}, GraphemeCase{"ShorterThanTheCut", "a", 1, "a"},
                     GraphemeCase{"CombiningAccentStaysWithItsLetter", "e\u0301e\u0301e", 3, "e\u0301e\u0301"},
-                    GraphemeCase{"SkinToneModifier", "\U0001F44D\U0001F3FD!", 2, "\U0001F44D\U0001F3FD!"},
-                    GraphemeCase{"FlagIsOneCharacter", "\U0001F1EB\U0001F1F7ab", 3, "\U0001F1EB\U0001F1F7a"},
                     GraphemeCase{"FamilyJoinedByZeroWidthJoiners", "\U0001F468\u200D\U0001F469\u200D\U0001F467xy", 3,
                                  "\U0001F468\u200D\U0001F469\u200D\U0001F467x"},
                     GraphemeCase{"WindowsLineBreakIsOneCharacter", "\r\nab", 3, "\r\na"},
@@ -110,16 +105,11 @@ TEST_P(Folding, IgnoresCaseAndAccents)
 
 INSTANTIATE_TEST_SUITE_P(
     UnicodeText, Folding,
-    testing::Values(FoldCase{"Empty", "", "en_US", ""},
-                    FoldCase{"AccentsRemoved", "R\u00E9sum\u00E9 attached", "en_US", "resume attached"},
+    testing::Values(FoldCase{"AccentsRemoved", "R\u00E9sum\u00E9 attached", "en_US", "resume attached"},
                     FoldCase{"DecomposedAccentsRemoved", "Re\u0301sume\u0301", "en_US", "resume"},
                     FoldCase{"SharpSFoldsToSs", "Stra\u00DFe", "de_DE", "strasse"},
-                    FoldCase{"LigatureUnfolds", "\uFB01ne", "en_US", "fine"},
-                    FoldCase{"FinalSigmaMatchesSigma", "\u039F\u0394\u039F\u03A3 \u03BF\u03B4\u03BF\u03C2", "el_GR",
-                             "\u03BF\u03B4\u03BF\u03C3 \u03BF\u03B4\u03BF\u03C3"},
                     FoldCase{"CapitalIIsDotlessInTurkish", "ISPARTA", "tr_TR", "\u0131sparta"},
                     FoldCase{"CapitalIIsDotlessInAzeri", "I", "az", "\u0131"},
-                    FoldCase{"CapitalIIsDottedElsewhere", "ISPARTA", "en_US", "isparta"},
                     FoldCase{"DottedCapitalIInTurkish", "\u0130stanbul", "tr_TR", "istanbul"},
                     FoldCase{"DottedCapitalIElsewhere", "\u0130stanbul", "en_US", "istanbul"},
                     FoldCase{"DotlessSmallIIsALetterNotAnAccent", "\u0131", "en_US", "\u0131"},
