@@ -5,9 +5,9 @@
 #include "app/desktop/AppRouter.h"
 #include "app/services/AppSettings.h"
 #include "app/desktop/CorrectionEnvironment.h"
-#include "app/platform/fake/FakePlatform.h"
+#include "support/fake/FakePlatform.h"
 #include "core/CurlTransport.h"
-#include "core/InMemoryKeyStore.h"
+#include "support/InMemoryKeyStore.h"
 #include "support/ScriptedProviderServer.h"
 
 #include <QCoreApplication>

@@ -11,7 +11,7 @@
 #include "app/models/ProviderConnection.h"
 #include "app/models/SettingsModel.h"
 #include "app/services/ShortcutSettings.h"
-#include "core/InMemoryKeyStore.h"
+#include "support/InMemoryKeyStore.h"
 #include "support/CalendarTesting.h"
 #include "support/FakeCorrectionEngine.h"
 #include "support/ManualExecutor.h"

@@ -7,7 +7,7 @@
 #include "app/services/HistoryStore.h"
 #include "app/windows/OnboardingWindow.h"
 #include "app/models/ProviderConnection.h"
-#include "core/InMemoryKeyStore.h"
+#include "support/InMemoryKeyStore.h"
 
 #include <QQuickWindow>
 #include <QSignalSpy>

@@ -2,7 +2,7 @@
 
 #include "app/services/AppSettings.h"
 #include "core/CurlTransport.h"
-#include "core/InMemoryKeyStore.h"
+#include "support/InMemoryKeyStore.h"
 #include "support/ScriptedProviderServer.h"
 
 #include <QSettings>

@@ -2,7 +2,7 @@
 
 #include "ViewTesting.h"
 #include "app/services/ShortcutSettings.h"
-#include "app/platform/fake/FakeGlobalShortcut.h"
+#include "support/fake/FakeGlobalShortcut.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>

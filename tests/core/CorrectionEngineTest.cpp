@@ -3,7 +3,7 @@
 #include "core/CorrectionEngine.h"
 
 #include "core/CurlTransport.h"
-#include "core/InMemoryKeyStore.h"
+#include "support/InMemoryKeyStore.h"
 #include "core/PromptBuilder.h"
 #include "support/ScriptedProviderServer.h"
 

@@ -1,4 +1,4 @@
-#include "app/platform/fake/FakePlatform.h"
+#include "support/fake/FakePlatform.h"
 
 namespace vesk::app {
 

@@ -1,4 +1,4 @@
-#include "app/platform/fake/FakeClipboard.h"
+#include "support/fake/FakeClipboard.h"
 
 namespace vesk::app {
 

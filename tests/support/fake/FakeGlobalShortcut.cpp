@@ -1,4 +1,4 @@
-#include "app/platform/fake/FakeGlobalShortcut.h"
+#include "support/fake/FakeGlobalShortcut.h"
 
 namespace vesk::app {
 

@@ -1,6 +1,6 @@
-#include "app/platform/fake/FakeInputSynthesizer.h"
+#include "support/fake/FakeInputSynthesizer.h"
 
-#include "app/platform/fake/FakeClipboard.h"
+#include "support/fake/FakeClipboard.h"
 
 #include <QPointer>
 #include <QTimer>

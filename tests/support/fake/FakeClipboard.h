@@ -1,6 +1,6 @@
 #pragma once
 
-// An in-memory clipboard for tests and offline runs.
+// An in-memory clipboard for tests.
 
 #include "app/platform/Clipboard.h"
 

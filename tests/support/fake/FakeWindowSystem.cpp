@@ -1,4 +1,4 @@
-#include "app/platform/fake/FakeWindowSystem.h"
+#include "support/fake/FakeWindowSystem.h"
 
 #include <QTimer>
 
