@@ -45,14 +45,15 @@ struct DesktopApp::Private
                                       [this](const AcceptedCorrection& accepted) { history.record(accepted); }};
     // One for the whole app, so Settings and onboarding always agree on the provider and its key.
     ProviderConnection connection{settings, keys, ProviderConnection::correctionProbe(transport)};
-    ReviewPanelController panel{settings};
-    HomeWindow home{environment, history, connection, shortcuts};
+    ReviewPanelController panel{settings, *platform->appearance};
+    HomeWindow home{environment, history, connection, shortcuts, *platform->appearance};
     OnboardingWindow onboarding{
         settings,
         history,
         connection,
         &shortcuts,
-        {[this] { return platform->input->canPostInput(); }, platform->limitation, isWaylandSession()}};
+        {[this] { return platform->input->canPostInput(); }, platform->limitation, isWaylandSession()},
+        *platform->appearance};
     SingleInstance instance;
     std::unique_ptr<GrammarCoordinator> coordinator;
     QSystemTrayIcon* tray = nullptr;

@@ -14,6 +14,7 @@ class QQuickWindow;
 namespace vesk::app {
 
 class AppSettings;
+class DesktopAppearance;
 class SessionModel;
 
 class ReviewPanelController : public QObject
@@ -28,7 +29,8 @@ public:
         std::function<void()> openSettings;
     };
 
-    explicit ReviewPanelController(AppSettings& settings, QObject* parent = nullptr);
+    // The settings and the appearance must outlive the controller.
+    ReviewPanelController(AppSettings& settings, DesktopAppearance& appearance, QObject* parent = nullptr);
     ~ReviewPanelController() override;
 
     // Shows `session` (which must outlive the show, until hide() or the next show) centred on the screen

@@ -4,6 +4,7 @@
 
 #include "app/platform/Platform.h"
 #include "support/fake/FakeClipboard.h"
+#include "support/fake/FakeDesktopAppearance.h"
 #include "support/fake/FakeGlobalShortcut.h"
 #include "support/fake/FakeInputSynthesizer.h"
 #include "support/fake/FakeWindowSystem.h"
@@ -18,6 +19,7 @@ struct FakePlatform
     FakeInputSynthesizer& input;
     FakeWindowSystem& windows;
     FakeClipboard& clipboard;
+    FakeDesktopAppearance& appearance;
 };
 
 FakePlatform createFakePlatform();
