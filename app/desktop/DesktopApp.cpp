@@ -65,11 +65,9 @@ struct DesktopApp::Private
 
 DesktopApp::DesktopApp(QObject* parent) : QObject(parent), d(std::make_unique<Private>())
 {
-    GrammarCoordinator::Panel panel{[this](CorrectionSession& session, GrammarCoordinator::PanelActions actions) {
-                                        d->panel.show(session, {std::move(actions.accept), std::move(actions.close),
-                                                                std::move(actions.openSettings)});
-                                    },
-                                    [this] { d->panel.hide(); }, [this] { d->panel.focus(); }};
+    GrammarCoordinator::Panel panel{
+        [this](CorrectionSession& session, PanelActions actions) { d->panel.show(session, std::move(actions)); },
+        [this] { d->panel.hide(); }, [this] { d->panel.focus(); }};
     d->coordinator =
         std::make_unique<GrammarCoordinator>(*d->platform, d->environment, panel, static_cast<AppRouter&>(*this));
 }

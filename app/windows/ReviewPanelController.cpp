@@ -126,9 +126,9 @@ ReviewPanelController::~ReviewPanelController()
     d->model.setSession(nullptr);
 }
 
-void ReviewPanelController::show(CorrectionSession& session, Actions actions)
+void ReviewPanelController::show(CorrectionSession& session, PanelActions actions)
 {
-    d->actions.set(std::move(actions.accept), std::move(actions.close), std::move(actions.openSettings));
+    d->actions.set(std::move(actions));
     d->model.setSession(&session);
     d->view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), d->appearance.prefersReducedMotion());
 

@@ -20,7 +20,7 @@ protected:
     {
         auto session = std::make_unique<Session>(std::move(state), std::move(original), "", "Mousepad", fake.engine(),
                                                  executor.executor());
-        session->setOnChanged([this] { ++notifications; });
+        observed.push_back(session->observeChanges([this] { ++notifications; }));
         return session;
     }
 
@@ -33,6 +33,7 @@ protected:
 
     test::FakeCorrectionEngine fake;
     test::ManualExecutor executor;
+    std::vector<Subscription> observed;
     int notifications = 0;
 };
 
@@ -198,26 +199,43 @@ TEST_F(CorrectionSessionTest, RepeatedIdenticalStreamingTextDoesNotNotify)
     EXPECT_EQ(notifications, before + 1);
 }
 
-TEST_F(CorrectionSessionTest, FinishHookRunsForResultsAndFailuresNotForCancels)
+TEST_F(CorrectionSessionTest, FinishObserversHearResultsAndFailuresNotCancels)
 {
     auto session = makeSession("hello");
-    int finished = 0;
-    session->setOnFinished([&] { ++finished; });
+    int first = 0;
+    int second = 0;
+    const Subscription firstObserved = session->observeFinish([&] { ++first; });
+    Subscription secondObserved = session->observeFinish([&] { ++second; });
     session->start();
     complete({"Hello."});
-    EXPECT_EQ(finished, 1);
+    EXPECT_EQ(first, 1);
+    EXPECT_EQ(second, 1);
 
+    secondObserved.reset();
     session->start();
     fake.last().callbacks.onFinish(ProviderError::timeout());
     executor.drain();
-    EXPECT_EQ(finished, 2);
+    EXPECT_EQ(first, 2);
+    EXPECT_EQ(second, 1) << "a dropped observer is not told";
 
     session->start();
     FakeStream& cancelled = fake.last();
     session->cancel();
     cancelled.callbacks.onFinish(std::nullopt);
     executor.drain();
-    EXPECT_EQ(finished, 2);
+    EXPECT_EQ(first, 2);
+}
+
+// The coordinator ends a correction from inside a finish observer, which drops the panel model's observer.
+TEST_F(CorrectionSessionTest, ObserverDroppedDuringANotificationIsSkipped)
+{
+    auto session = makeSession("hello");
+    Subscription later;
+    int laterCalls = 0;
+    const Subscription dropper = session->observeChanges([&] { later.reset(); });
+    later = session->observeChanges([&] { ++laterCalls; });
+    session->start();
+    EXPECT_EQ(laterCalls, 0);
 }
 
 } // namespace
