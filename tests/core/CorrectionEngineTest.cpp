@@ -22,18 +22,21 @@ namespace streams = test::streams;
 class Recorder
 {
 public:
+    struct Seen
+    {
+        std::vector<CorrectionEvent> events;
+        std::optional<ProviderError> error;
+        bool finished = false;
+    };
+
     CorrectionStreamCallbacks callbacks()
     {
-        return {[this](CorrectionEvent event) {
-                    const std::scoped_lock lock(m_mutex);
-                    m_events.push_back(std::move(event));
-                    m_changed.notify_all();
-                },
+        return {[this](CorrectionEvent event) { update([&](Seen& seen) { seen.events.push_back(std::move(event)); }); },
                 [this](std::optional<ProviderError> error) {
-                    const std::scoped_lock lock(m_mutex);
-                    m_finished = true;
-                    m_error = std::move(error);
-                    m_changed.notify_all();
+                    update([&](Seen& seen) {
+                        seen.finished = true;
+                        seen.error = std::move(error);
+                    });
                 }};
     }
 
@@ -41,30 +44,25 @@ public:
     bool waitFor(std::optional<std::size_t> count = std::nullopt)
     {
         std::unique_lock lock(m_mutex);
-        return m_changed.wait_for(lock, 10s, [&] { return count ? m_events.size() >= *count : m_finished; });
+        return m_changed.wait_for(lock, 10s, [&] { return count ? m_seen.events.size() >= *count : m_seen.finished; });
     }
-    std::vector<CorrectionEvent> events()
+    Seen seen()
     {
         const std::scoped_lock lock(m_mutex);
-        return m_events;
-    }
-    std::optional<ProviderError> error()
-    {
-        const std::scoped_lock lock(m_mutex);
-        return m_error;
-    }
-    bool finished()
-    {
-        const std::scoped_lock lock(m_mutex);
-        return m_finished;
+        return m_seen;
     }
 
 private:
+    template <typename Change> void update(Change change)
+    {
+        const std::scoped_lock lock(m_mutex);
+        change(m_seen);
+        m_changed.notify_all();
+    }
+
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::vector<CorrectionEvent> m_events;
-    std::optional<ProviderError> m_error;
-    bool m_finished = false;
+    Seen m_seen;
 };
 
 class CorrectionEngineTest : public ::testing::Test
@@ -96,8 +94,8 @@ TEST_F(CorrectionEngineTest, StreamsDeltasThenDoneWithUsage)
     m_server.enqueue(ScriptedResponse::events(streams::anthropic({"Hello", ", world."})));
     auto stream = m_engine.stream(run(ProviderID::anthropic), "helo world", m_recorder.callbacks());
     ASSERT_TRUE(m_recorder.waitFor());
-    EXPECT_EQ(m_recorder.error(), std::nullopt);
-    EXPECT_EQ(m_recorder.events(),
+    EXPECT_EQ(m_recorder.seen().error, std::nullopt);
+    EXPECT_EQ(m_recorder.seen().events,
               (std::vector{CorrectionEvent::makeDelta("Hello"), CorrectionEvent::makeDelta(", world."),
                            CorrectionEvent::makeDone({78, 9})}));
     const auto request = m_server.requests().at(0);
@@ -110,8 +108,8 @@ TEST_F(CorrectionEngineTest, MissingKeyEndsAtOnceWithoutARequest)
     m_keys->remove(ProviderID::openai);
     auto stream = m_engine.stream(run(), "helo", m_recorder.callbacks());
     ASSERT_TRUE(m_recorder.waitFor());
-    EXPECT_EQ(m_recorder.error(), ProviderError::missingAPIKey(ProviderID::openai));
-    EXPECT_TRUE(m_recorder.events().empty());
+    EXPECT_EQ(m_recorder.seen().error, ProviderError::missingAPIKey(ProviderID::openai));
+    EXPECT_TRUE(m_recorder.seen().events.empty());
     EXPECT_TRUE(m_server.requests().empty());
 }
 
@@ -129,8 +127,8 @@ TEST_F(CorrectionEngineTest, CancelStopsTheRequestAndEveryCallback)
     ASSERT_TRUE(second.waitFor());
     EXPECT_LT(std::chrono::steady_clock::now() - started, 5s);
     std::this_thread::sleep_for(100ms);
-    EXPECT_FALSE(m_recorder.finished()) << "a cancelled stream reports nothing, not even its end";
-    EXPECT_EQ(m_recorder.events().size(), 1U);
+    EXPECT_FALSE(m_recorder.seen().finished) << "a cancelled stream reports nothing, not even its end";
+    EXPECT_EQ(m_recorder.seen().events.size(), 1U);
 }
 
 TEST_F(CorrectionEngineTest, LastCopyStopsItsStreamsAndJoinsTheirThreads)
@@ -146,7 +144,7 @@ TEST_F(CorrectionEngineTest, LastCopyStopsItsStreamsAndJoinsTheirThreads)
 
     copy.reset();
     EXPECT_EQ(keys.use_count(), 1) << "the stream's thread is over once the last copy is gone";
-    EXPECT_FALSE(m_recorder.finished()) << "a stopped stream reports nothing";
+    EXPECT_FALSE(m_recorder.seen().finished) << "a stopped stream reports nothing";
 }
 
 } // namespace

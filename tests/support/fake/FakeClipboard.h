@@ -19,17 +19,14 @@ public:
     std::optional<QString> text() override;
     [[nodiscard]] quint64 changeCount() const override { return m_changeCount; }
 
-    // What another application would do: put contents on the clipboard, moving the change count.
-    void replace(const ClipboardContents& contents);
+    // What another application would do: put text on the clipboard, moving the change count.
     void setText(const QString& text);
-    [[nodiscard]] const ClipboardContents& contents() const { return m_contents; }
-    // Whether the contents were last put there as transient text (marked for clipboard managers).
-    [[nodiscard]] bool isTransient() const { return m_isTransient; }
 
 private:
+    void replace(const ClipboardContents& contents);
+
     ClipboardContents m_contents;
     quint64 m_changeCount = 0;
-    bool m_isTransient = false;
 };
 
 } // namespace vesk::app

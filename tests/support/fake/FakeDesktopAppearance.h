@@ -1,7 +1,7 @@
 #pragma once
 
-// A desktop whose compositing and animation setting are whatever the test says (VESK_REDUCE_MOTION still
-// decides when set). Like the offscreen platform, it does not composite unless told.
+// A desktop like the offscreen platform's: no compositor, and animations on unless VESK_REDUCE_MOTION says
+// otherwise.
 
 #include "app/platform/DesktopAppearance.h"
 
@@ -10,16 +10,10 @@ namespace vesk::app {
 class FakeDesktopAppearance : public DesktopAppearance
 {
 public:
-    bool composites() override { return m_composites; }
-    void setComposites(bool composites) { m_composites = composites; }
-    void setDisablesAnimations(bool disables) { m_disablesAnimations = disables; }
+    bool composites() override { return false; }
 
 protected:
-    bool desktopDisablesAnimations() override { return m_disablesAnimations; }
-
-private:
-    bool m_composites = false;
-    bool m_disablesAnimations = false;
+    bool desktopDisablesAnimations() override { return false; }
 };
 
 } // namespace vesk::app

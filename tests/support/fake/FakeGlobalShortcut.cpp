@@ -26,13 +26,6 @@ void FakeGlobalShortcut::press(const QString& name)
     }
 }
 
-void FakeGlobalShortcut::release(const QString& name)
-{
-    if (!m_paused && m_registered.contains(name)) {
-        emit released(name);
-    }
-}
-
 std::optional<KeyCombination> FakeGlobalShortcut::registered(const QString& name) const
 {
     const auto found = m_registered.constFind(name);
