@@ -2,11 +2,6 @@
 
 namespace vesk::app {
 
-void FakeClipboard::setTransientText(const QString& text)
-{
-    setText(text);
-}
-
 std::optional<QString> FakeClipboard::text()
 {
     if (m_contents.kind == ClipboardContents::Kind::strings) {

@@ -15,7 +15,7 @@ public:
 
     ClipboardContents snapshot() override { return m_contents; }
     void restore(const ClipboardContents& contents) override { replace(contents); }
-    void setTransientText(const QString& text) override;
+    void setTransientText(const QString& text) override { setText(text); }
     std::optional<QString> text() override;
     [[nodiscard]] quint64 changeCount() const override { return m_changeCount; }
 
