@@ -32,29 +32,29 @@ CorrectionEngine CorrectionEngine::providers(std::shared_ptr<APIKeyStore> keys,
                      workers = std::make_shared<WorkerThreads>()](
                         const CorrectionRun& run, std::string text,
                         CorrectionStreamCallbacks callbacks) -> std::unique_ptr<CorrectionStream> {
-        return std::make_unique<WorkerStream>(workers->start([keys, transport, run, text = std::move(text),
-                                                              callbacks = std::move(callbacks)](std::stop_token stop) {
-            const std::optional<std::string> key = keys->key(run.provider);
-            if (stop.stop_requested()) {
-                return;
-            }
-            if (!key) {
-                callbacks.onFinish(ProviderError::missingAPIKey(run.provider));
-                return;
-            }
-            const ProviderClient client(run.provider, transport, run.baseUrl);
-            auto error = client.stream(
-                PromptBuilder::systemPrompt(run.options), text, run.model, *key,
-                [&](CorrectionEvent event) {
-                    if (!stop.stop_requested()) {
-                        callbacks.onEvent(std::move(event));
-                    }
-                },
-                stop);
-            if (!stop.stop_requested()) {
-                callbacks.onFinish(std::move(error));
-            }
-        }));
+        return std::make_unique<WorkerStream>(workers->start(
+            [keys, transport, run, text = std::move(text), callbacks = std::move(callbacks)](std::stop_token stop) {
+                const std::optional<std::string> key = keys->key(run.provider);
+                if (stop.stop_requested()) {
+                    return;
+                }
+                if (!key) {
+                    callbacks.onFinish(ProviderError::missingAPIKey(run.provider));
+                    return;
+                }
+                const ProviderClient client(run.provider, transport, run.baseUrl);
+                auto error = client.stream(
+                    PromptBuilder::systemPrompt(run.options), text, run.model, *key,
+                    [&](CorrectionEvent event) {
+                        if (!stop.stop_requested()) {
+                            callbacks.onEvent(std::move(event));
+                        }
+                    },
+                    stop);
+                if (!stop.stop_requested()) {
+                    callbacks.onFinish(std::move(error));
+                }
+            }));
     };
     return {std::move(prepare), std::move(stream), std::move(record)};
 }

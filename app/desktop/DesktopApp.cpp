@@ -1,19 +1,19 @@
 #include "app/desktop/DesktopApp.h"
-#include "app/common/Logging.h"
 
 #include "app/common/AppIcon.h"
-#include "app/services/AppSettings.h"
+#include "app/common/Logging.h"
 #include "app/desktop/CorrectionEnvironment.h"
 #include "app/desktop/GrammarCoordinator.h"
-#include "app/services/HistoryStore.h"
-#include "app/windows/HomeWindow.h"
-#include "app/services/KeychainKeyStore.h"
-#include "app/windows/OnboardingWindow.h"
 #include "app/models/ProviderConnection.h"
-#include "app/windows/ReviewPanelController.h"
+#include "app/platform/Platform.h"
+#include "app/services/AppSettings.h"
+#include "app/services/HistoryStore.h"
+#include "app/services/KeychainKeyStore.h"
 #include "app/services/ShortcutSettings.h"
 #include "app/services/SingleInstance.h"
-#include "app/platform/Platform.h"
+#include "app/windows/HomeWindow.h"
+#include "app/windows/OnboardingWindow.h"
+#include "app/windows/ReviewPanelController.h"
 #include "core/CurlTransport.h"
 
 #include <QAction>
@@ -25,7 +25,6 @@
 #include <QTimer>
 
 namespace vesk::app {
-
 
 namespace {
 

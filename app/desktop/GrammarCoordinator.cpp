@@ -1,15 +1,14 @@
 #include "app/desktop/GrammarCoordinator.h"
-#include "app/common/Logging.h"
 
+#include "app/common/Logging.h"
 #include "app/desktop/AppRouter.h"
-#include "app/services/AppSettings.h"
 #include "app/desktop/CorrectionEnvironment.h"
+#include "app/services/AppSettings.h"
 
 #include <QLoggingCategory>
 #include <QPointer>
 
 namespace vesk::app {
-
 
 struct GrammarCoordinator::Current
 {

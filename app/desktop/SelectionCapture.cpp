@@ -1,4 +1,5 @@
 #include "app/desktop/SelectionCapture.h"
+
 #include "app/common/Logging.h"
 
 #include <QGuiApplication>
@@ -7,7 +8,6 @@
 #include <QTimer>
 
 namespace vesk::app {
-
 
 SelectionAccess::SelectionAccess(Platform& platform, QObject* parent) : QObject(parent), m_platform(platform) {}
 

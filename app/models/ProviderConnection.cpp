@@ -1,8 +1,8 @@
 #include "app/models/ProviderConnection.h"
-#include "app/common/Logging.h"
 
-#include "app/services/AppSettings.h"
+#include "app/common/Logging.h"
 #include "app/common/Utf8.h"
+#include "app/services/AppSettings.h"
 #include "core/CorrectionSettings.h"
 #include "core/PromptBuilder.h"
 #include "core/ProviderClient.h"
@@ -14,7 +14,6 @@
 namespace vesk::app {
 
 namespace {
-
 
 // Misspelt on purpose, so the model has something to correct.
 constexpr std::string_view probeText = "helo wrld";

@@ -16,8 +16,7 @@ TEST(CorrectionEnvironmentTest, WorkPostedAfterTheEnvironmentIsGoneIsDropped)
 {
     QTemporaryDir dir;
     AppSettings settings{std::make_unique<QSettings>(dir.filePath("vesk.conf"), QSettings::IniFormat)};
-    auto environment =
-        std::make_unique<CorrectionEnvironment>(settings, std::make_shared<InMemoryKeyStore>(), nullptr);
+    auto environment = std::make_unique<CorrectionEnvironment>(settings, std::make_shared<InMemoryKeyStore>(), nullptr);
     const MainThreadExecutor post = environment->mainThread();
     int ran = 0;
     post([&ran] { ++ran; });

@@ -3,12 +3,12 @@
 #include "app/desktop/GrammarCoordinator.h"
 
 #include "app/desktop/AppRouter.h"
-#include "app/services/AppSettings.h"
 #include "app/desktop/CorrectionEnvironment.h"
-#include "support/fake/FakePlatform.h"
+#include "app/services/AppSettings.h"
 #include "core/CurlTransport.h"
 #include "support/InMemoryKeyStore.h"
 #include "support/ScriptedProviderServer.h"
+#include "support/fake/FakePlatform.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>

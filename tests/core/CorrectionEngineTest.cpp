@@ -3,8 +3,8 @@
 #include "core/CorrectionEngine.h"
 
 #include "core/CurlTransport.h"
-#include "support/InMemoryKeyStore.h"
 #include "core/PromptBuilder.h"
+#include "support/InMemoryKeyStore.h"
 #include "support/ScriptedProviderServer.h"
 
 #include <condition_variable>
