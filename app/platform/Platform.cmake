@@ -3,8 +3,7 @@
 # and the limited back end serves when none can. A back end whose libraries are missing is left out.
 #
 # Sets VESK_PLATFORM_SOURCES, VESK_PLATFORM_LIBRARIES and the global property VESK_PLATFORM_BACKENDS (the
-# names, for the tests), and generates app/platform/PlatformBackEnds.h
-# under VESK_PLATFORM_GENERATED.
+# names, for the tests), and generates app/platform/PlatformBackEnds.h under VESK_PLATFORM_GENERATED.
 
 set(VESK_PLATFORM_SOURCES "")
 set(VESK_PLATFORM_LIBRARIES "")
