@@ -17,7 +17,7 @@
 
 namespace vesk {
 
-// A correction stream under way. Its callbacks run on the stream's own worker thread.
+// A correction stream under way. Its callbacks run on a worker thread.
 class CorrectionStream
 {
 public:
@@ -42,12 +42,13 @@ struct CorrectionEngine
     using Record = std::function<void(const AcceptedCorrection&)>;
 
     Prepare prepare; // main thread; fixes what the run will use
-    Stream stream;   // main thread; the work runs on a worker thread of its own
+    Stream stream;   // main thread; the work runs on a worker thread
     Record record;   // main thread; at most once per run
 
     // The engine that talks to the providers: reads the run's key from `keys` (a missing key ends the
     // stream with missingAPIKey before anything is sent), builds the prompt from the run's settings and
-    // streams through the provider client over `transport`.
+    // streams through the provider client over `transport`. Each stream runs on a thread of the engine's
+    // own; the last copy of the engine stops the streams still running and joins their threads.
     static CorrectionEngine providers(std::shared_ptr<APIKeyStore> keys, std::shared_ptr<ProviderTransport> transport,
                                       Prepare prepare, Record record);
 };

@@ -25,11 +25,9 @@ void CorrectionSession::assertMainThread() const
     assert(std::this_thread::get_id() == m_mainThreadId && "CorrectionSession used off the main thread");
 }
 
-void CorrectionSession::changed() const
+void CorrectionSession::changed()
 {
-    if (const auto onChanged = m_onChanged) {
-        onChanged();
-    }
+    m_changeObservers.notify();
 }
 
 void CorrectionSession::setState(State state)
@@ -126,10 +124,11 @@ void CorrectionSession::finish(std::optional<ProviderError> error)
     } else {
         m_state = Result{m_reply, CorrectionDiff::plan(m_original, m_reply)};
     }
+    // A change observer may have ended the session; then no one is left to tell about the finish.
+    const std::weak_ptr alive = m_self;
     changed();
-    // A copy: the hook may replace itself or end the session's use (the coordinator accepting).
-    if (const auto onFinished = m_onFinished) {
-        onFinished();
+    if (!alive.expired()) {
+        m_finishObservers.notify();
     }
 }
 

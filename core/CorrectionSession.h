@@ -8,6 +8,7 @@
 #include "core/AcceptedCorrection.h"
 #include "core/CorrectionDiff.h"
 #include "core/CorrectionEngine.h"
+#include "core/Observers.h"
 #include "core/ProviderFailure.h"
 
 #include <cstdint>
@@ -68,10 +69,15 @@ public:
     [[nodiscard]] const std::optional<TokenUsage>& usage() const { return m_usage; }
     [[nodiscard]] bool isRunning() const { return m_stream != nullptr; }
 
-    // Called after any observed property (state, original, draft, overlaying, run) changed.
-    void setOnChanged(std::function<void()> onChanged) { m_onChanged = std::move(onChanged); }
-    // Called after a run ended on its own in a result or a failure (never for a cancelled run).
-    void setOnFinished(std::function<void()> onFinished) { m_onFinished = std::move(onFinished); }
+    // Calls `onChanged` after any observed property (state, original, draft, overlaying, run) changed, for as
+    // long as the subscription lives.
+    Subscription observeChanges(std::function<void()> onChanged) { return m_changeObservers.add(std::move(onChanged)); }
+    // Calls `onFinished` after a run ended on its own in a result or a failure (never for a cancelled run), for
+    // as long as the subscription lives. Observers are told after the change observers.
+    Subscription observeFinish(std::function<void()> onFinished)
+    {
+        return m_finishObservers.add(std::move(onFinished));
+    }
 
     void setOriginal(std::string original);
     void setDraft(std::string draft);
@@ -88,7 +94,7 @@ private:
     void apply(std::uint64_t generation, const std::function<void()>& change);
     void finish(std::optional<ProviderError> error);
     void setState(State state);
-    void changed() const;
+    void changed();
     void assertMainThread() const;
 
     State m_state;
@@ -107,8 +113,8 @@ private:
     std::uint64_t m_generation = 0; // identifies the current run; events of any other run are dropped
     // Posted work holds this weakly, so a closed session is never kept alive or touched by its run.
     std::shared_ptr<CorrectionSession*> m_self;
-    std::function<void()> m_onChanged;
-    std::function<void()> m_onFinished;
+    Observers m_changeObservers;
+    Observers m_finishObservers;
     std::thread::id m_mainThreadId;
 };
 

@@ -1,19 +1,19 @@
 #include "app/desktop/DesktopApp.h"
-#include "app/common/Logging.h"
 
 #include "app/common/AppIcon.h"
-#include "app/services/AppSettings.h"
+#include "app/common/Logging.h"
 #include "app/desktop/CorrectionEnvironment.h"
 #include "app/desktop/GrammarCoordinator.h"
-#include "app/services/HistoryStore.h"
-#include "app/windows/HomeWindow.h"
-#include "app/services/KeychainKeyStore.h"
-#include "app/windows/OnboardingWindow.h"
 #include "app/models/ProviderConnection.h"
-#include "app/windows/ReviewPanelController.h"
+#include "app/platform/Platform.h"
+#include "app/services/AppSettings.h"
+#include "app/services/HistoryStore.h"
+#include "app/services/KeychainKeyStore.h"
 #include "app/services/ShortcutSettings.h"
 #include "app/services/SingleInstance.h"
-#include "app/platform/Platform.h"
+#include "app/windows/HomeWindow.h"
+#include "app/windows/OnboardingWindow.h"
+#include "app/windows/ReviewPanelController.h"
 #include "core/CurlTransport.h"
 
 #include <QAction>
@@ -25,7 +25,6 @@
 #include <QTimer>
 
 namespace vesk::app {
-
 
 namespace {
 
@@ -45,14 +44,15 @@ struct DesktopApp::Private
                                       [this](const AcceptedCorrection& accepted) { history.record(accepted); }};
     // One for the whole app, so Settings and onboarding always agree on the provider and its key.
     ProviderConnection connection{settings, keys, ProviderConnection::correctionProbe(transport)};
-    ReviewPanelController panel{settings};
-    HomeWindow home{environment, history, connection, shortcuts};
+    ReviewPanelController panel{settings, *platform->appearance};
+    HomeWindow home{environment, history, connection, shortcuts, *platform->appearance};
     OnboardingWindow onboarding{
         settings,
         history,
         connection,
         &shortcuts,
-        {[this] { return platform->input->canPostInput(); }, platform->limitation, isWaylandSession()}};
+        {[this] { return platform->input->canPostInput(); }, platform->limitation, isWaylandSession()},
+        *platform->appearance};
     SingleInstance instance;
     std::unique_ptr<GrammarCoordinator> coordinator;
     QSystemTrayIcon* tray = nullptr;
@@ -64,11 +64,9 @@ struct DesktopApp::Private
 
 DesktopApp::DesktopApp(QObject* parent) : QObject(parent), d(std::make_unique<Private>())
 {
-    GrammarCoordinator::Panel panel{[this](CorrectionSession& session, GrammarCoordinator::PanelActions actions) {
-                                        d->panel.show(session, {std::move(actions.accept), std::move(actions.close),
-                                                                std::move(actions.openSettings)});
-                                    },
-                                    [this] { d->panel.hide(); }, [this] { d->panel.focus(); }};
+    GrammarCoordinator::Panel panel{
+        [this](CorrectionSession& session, PanelActions actions) { d->panel.show(session, std::move(actions)); },
+        [this] { d->panel.hide(); }, [this] { d->panel.focus(); }};
     d->coordinator =
         std::make_unique<GrammarCoordinator>(*d->platform, d->environment, panel, static_cast<AppRouter&>(*this));
 }

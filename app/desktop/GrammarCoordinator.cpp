@@ -1,20 +1,20 @@
 #include "app/desktop/GrammarCoordinator.h"
-#include "app/common/Logging.h"
 
+#include "app/common/Logging.h"
 #include "app/desktop/AppRouter.h"
-#include "app/services/AppSettings.h"
 #include "app/desktop/CorrectionEnvironment.h"
+#include "app/services/AppSettings.h"
 
 #include <QLoggingCategory>
 #include <QPointer>
 
 namespace vesk::app {
 
-
 struct GrammarCoordinator::Current
 {
     std::unique_ptr<CorrectionSession> session;
     SelectionCapture capture;
+    Subscription finished; // review off: accepts on the run's own finish
 };
 
 GrammarCoordinator::GrammarCoordinator(Platform& platform, CorrectionEnvironment& environment, Panel panel,
@@ -46,8 +46,8 @@ void GrammarCoordinator::correctSelection()
     if (capture.source && !capture.source->appName.isEmpty()) {
         sourceApp = capture.source->appName.toStdString();
     }
-    m_current = std::make_unique<Current>(
-        Current{m_environment.makeSession(CorrectionSession::Reading{}, std::string(), std::move(sourceApp)), capture});
+    m_current = std::make_unique<Current>(Current{
+        m_environment.makeSession(CorrectionSession::Reading{}, std::string(), std::move(sourceApp)), capture, {}});
     Current* started = m_current.get();
 
     const QPointer<GrammarCoordinator> self(this);
@@ -102,7 +102,7 @@ void GrammarCoordinator::textCaptured(Current* expected, std::optional<QString> 
     }
     // Review is off: accept on the session's own finish, if it is still the current correction then.
     const QPointer<GrammarCoordinator> self(this);
-    session.setOnFinished([self, expected] {
+    expected->finished = session.observeFinish([self, expected] {
         if (!self || self->m_current.get() != expected) {
             return;
         }
@@ -163,9 +163,7 @@ void GrammarCoordinator::endCurrent()
     // The call may have come from inside the session (its finish hook) or from a panel button bound to
     // it: the session goes once the current event has been handled, not under its caller's feet.
     std::shared_ptr<CorrectionSession> retired(std::move(m_current->session));
-    retired->setOnChanged({});
-    retired->setOnFinished({});
-    m_current.reset();
+    m_current.reset(); // and with it the coordinator's subscription
     QMetaObject::invokeMethod(
         this, [retired] {}, Qt::QueuedConnection);
 }

@@ -4,6 +4,7 @@
 // review panel, and paste-back. Owns at most one correction; the newest press always wins.
 
 #include "app/desktop/SelectionCapture.h"
+#include "app/models/PanelActions.h"
 #include "core/CorrectionSession.h"
 
 #include <QObject>
@@ -20,12 +21,6 @@ class GrammarCoordinator : public QObject
     Q_OBJECT
 
 public:
-    struct PanelActions
-    {
-        std::function<void()> accept;
-        std::function<void()> close;
-        std::function<void()> openSettings;
-    };
     // How the coordinator shows and hides the review panel.
     struct Panel
     {

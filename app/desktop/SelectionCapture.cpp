@@ -1,4 +1,5 @@
 #include "app/desktop/SelectionCapture.h"
+
 #include "app/common/Logging.h"
 
 #include <QGuiApplication>
@@ -7,7 +8,6 @@
 #include <QTimer>
 
 namespace vesk::app {
-
 
 SelectionAccess::SelectionAccess(Platform& platform, QObject* parent) : QObject(parent), m_platform(platform) {}
 
@@ -32,22 +32,22 @@ SelectionCapture SelectionAccess::start()
     // While the shortcut's keys are down the keyboard belongs to our grab and a held Alt would turn the
     // copy stroke into Ctrl+Alt+C, so the stroke waits for a clean keyboard.
     m_platform.input->whenModifiersReleased([this, source = capture.source, weak = std::weak_ptr(capture.state)] {
-        const auto state = weak.lock();
-        if (!state || state->superseded) {
+        const auto pending = weak.lock();
+        if (!pending || pending->superseded) {
             return;
         }
         // The stroke goes to whatever has the keyboard: make sure it is the source again (the user may
         // have clicked elsewhere, or a window of ours took it while the keys were held).
         const auto active = m_platform.windows->activeWindow();
         if (source && (!active || active->id != source->id)) {
-            m_platform.windows->activate(*source, [this, state, source](bool) {
-                if (!state->superseded) {
-                    postCopy(state, source);
+            m_platform.windows->activate(*source, [this, pending, source](bool) {
+                if (!pending->superseded) {
+                    postCopy(pending, source);
                 }
             });
             return;
         }
-        postCopy(state, source);
+        postCopy(pending, source);
     });
     return capture;
 }

@@ -1,23 +1,19 @@
 #include "app/models/ProviderConnection.h"
-#include "app/common/Logging.h"
 
-#include "app/services/AppSettings.h"
+#include "app/common/Logging.h"
 #include "app/common/Utf8.h"
+#include "app/services/AppSettings.h"
 #include "core/CorrectionSettings.h"
 #include "core/PromptBuilder.h"
 #include "core/ProviderClient.h"
 #include "core/UnicodeText.h"
 
-#include <QCoreApplication>
 #include <QLoggingCategory>
 #include <QMetaObject>
-#include <QPointer>
-#include <thread>
 
 namespace vesk::app {
 
 namespace {
-
 
 // Misspelt on purpose, so the model has something to correct.
 constexpr std::string_view probeText = "helo wrld";
@@ -60,6 +56,7 @@ ProviderConnection::ProviderConnection(AppSettings& settings, std::shared_ptr<AP
 
 ProviderConnection::~ProviderConnection()
 {
+    // Then the workers join: a check ends at its stop; a keyring call within the key store's own time limit.
     m_checkStop.request_stop();
 }
 
@@ -77,23 +74,19 @@ template <typename Result>
 void ProviderConnection::inBackground(std::function<Result()> work, std::function<void(Result)> apply,
                                       unsigned ProviderConnection::*token)
 {
-    QPointer<ProviderConnection> self(this);
     const unsigned started = this->*token;
-    std::thread([work = std::move(work), apply = std::move(apply), self = std::move(self), started, token]() mutable {
-        Result result = work();
-        QCoreApplication* app = QCoreApplication::instance();
-        if (app == nullptr) {
-            return; // the app is shutting down; no one is left to tell
-        }
+    // The workers are joined before this object's QObject part goes, so posting to it is safe; Qt drops the
+    // post should the object be destroyed before it runs.
+    m_workers.start([this, work = std::move(work), apply = std::move(apply), started, token](std::stop_token) mutable {
         QMetaObject::invokeMethod(
-            app,
-            [apply = std::move(apply), self = std::move(self), started, token, result = std::move(result)]() mutable {
-                if (self && (*self).*token == started) {
+            this,
+            [this, apply = std::move(apply), started, token, result = work()]() mutable {
+                if (this->*token == started) {
                     apply(std::move(result));
                 }
             },
             Qt::QueuedConnection);
-    }).detach();
+    });
 }
 
 void ProviderConnection::setDraft(const QString& draft)

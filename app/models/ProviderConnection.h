@@ -3,12 +3,13 @@
 // The key entry behind AI & Privacy and the onboarding's provider step: which provider is selected, the key
 // being typed, whether a key is saved, and how the last check went. A pasted key is tried with a tiny real
 // correction before it is saved, so a bad key never replaces a good one. Keyring calls and the check run on
-// worker threads; their results are applied on the main thread, where this object lives.
+// worker threads this object owns and joins; their results are applied on the main thread, where it lives.
 
 #include "core/APIKeyStore.h"
 #include "core/ProviderError.h"
 #include "core/ProviderFailure.h"
 #include "core/ProviderTransport.h"
+#include "core/WorkerThreads.h"
 
 #include <QObject>
 #include <QString>
@@ -141,6 +142,7 @@ private:
     unsigned m_actionID = 0;
     std::stop_source m_checkStop; // the check under way
     QTimer m_limitTimer;
+    WorkerThreads m_workers; // last, so they are joined before anything they use goes
 };
 
 } // namespace vesk::app

@@ -3,8 +3,9 @@
 // The panel's three decisions as QML calls them, forwarded to whatever the panel's owner supplied for the
 // correction on screen.
 
+#include "app/models/PanelActions.h"
+
 #include <QObject>
-#include <functional>
 
 namespace vesk::app {
 
@@ -15,12 +16,12 @@ class ReviewActions : public QObject
 public:
     using QObject::QObject;
 
-    void set(std::function<void()> accept, std::function<void()> close, std::function<void()> openSettings);
-    void clear() { set({}, {}, {}); }
+    void set(PanelActions actions) { m_actions = std::move(actions); }
+    void clear() { m_actions = {}; }
 
-    Q_INVOKABLE void accept() const { invoke(m_accept); }
-    Q_INVOKABLE void close() const { invoke(m_close); }
-    Q_INVOKABLE void openSettings() const { invoke(m_openSettings); }
+    Q_INVOKABLE void accept() const { invoke(m_actions.accept); }
+    Q_INVOKABLE void close() const { invoke(m_actions.close); }
+    Q_INVOKABLE void openSettings() const { invoke(m_actions.openSettings); }
 
 private:
     // Runs a copy: the action may well hide the panel, which replaces the callbacks under its feet.
@@ -31,9 +32,7 @@ private:
         }
     }
 
-    std::function<void()> m_accept;
-    std::function<void()> m_close;
-    std::function<void()> m_openSettings;
+    PanelActions m_actions;
 };
 
 } // namespace vesk::app

@@ -32,15 +32,7 @@ SessionModel::SessionModel(const AppSettings* settings, QObject* parent) : QObje
 void SessionModel::setSession(CorrectionSession* session)
 {
     m_session = session;
-    if (m_session != nullptr) {
-        // The hook outlives neither side: it checks that this model still exists and still follows the
-        // session that calls it.
-        m_session->setOnChanged([model = QPointer<SessionModel>(this), session] {
-            if (model && model->m_session == session) {
-                model->refresh();
-            }
-        });
-    }
+    m_observed = session != nullptr ? session->observeChanges([this] { refresh(); }) : Subscription();
     refresh();
 }
 

@@ -84,6 +84,7 @@ private:
 
     const AppSettings* m_settings;
     CorrectionSession* m_session = nullptr;
+    Subscription m_observed; // of m_session
     ReviewPhase m_phase = ReviewPhase::reading;
     bool m_isEditing = true;
     QString m_streamingText;

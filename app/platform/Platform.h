@@ -1,8 +1,9 @@
 #pragma once
 
-// The platform services the shell uses, picked once at start-up.
+// The platform services the shell uses, from the first back end that serves the session.
 
 #include "app/platform/Clipboard.h"
+#include "app/platform/DesktopAppearance.h"
 #include "app/platform/GlobalShortcut.h"
 #include "app/platform/InputSynthesizer.h"
 #include "app/platform/WindowSystem.h"
@@ -17,19 +18,20 @@ struct Platform
     std::unique_ptr<InputSynthesizer> input;
     std::unique_ptr<WindowSystem> windows;
     std::unique_ptr<Clipboard> clipboard;
+    std::unique_ptr<DesktopAppearance> appearance;
     // Why input cannot be posted in this session (e.g. a Wayland session), empty when it can.
     QString limitation;
 };
 
+// A back end's factory: its platform, or null when it cannot serve this session (e.g. the X11 back end when
+// Qt does not run on xcb).
+using PlatformFactory = std::unique_ptr<Platform> (*)();
+
 // Whether the user's session is a Wayland one, whatever Qt itself runs on.
 bool isWaylandSession();
 
-// Whether a compositor draws windows with transparency (always under Wayland; on X11 only when a
-// compositing manager runs). Without one, see-through window areas come out black.
-bool desktopComposites();
-
-// The back end for this session: X11 when Qt runs on xcb; otherwise a limited platform whose shortcut and
-// input do nothing and say why. Needs a QGuiApplication.
+// The first back end built into the app (app/platform/Platform.cmake picks them) that serves this session;
+// otherwise the limited platform. Needs a QGuiApplication.
 std::unique_ptr<Platform> createPlatform();
 
 } // namespace vesk::app

@@ -6,9 +6,9 @@
 #include "app/models/HistoryActions.h"
 #include "app/models/HistoryListModel.h"
 #include "app/models/HomeModel.h"
-#include "app/platform/MotionPreference.h"
 #include "app/models/OverviewModel.h"
 #include "app/models/SettingsModel.h"
+#include "app/platform/DesktopAppearance.h"
 
 #include <QLoggingCategory>
 #include <QQmlContext>
@@ -21,8 +21,8 @@ namespace vesk::app {
 struct HomeWindow::Private
 {
     Private(HomeWindow& window, CorrectionEnvironment& environment, HistoryStore& history,
-            ProviderConnection& connection, ShortcutSettings& shortcuts)
-        : composer(
+            ProviderConnection& connection, ShortcutSettings& shortcuts, DesktopAppearance& desktop)
+        : appearance(desktop), composer(
               [&environment](std::string original) {
                   return environment.makeSession(CorrectionSession::Editing{}, std::move(original), std::nullopt);
               },
@@ -38,6 +38,7 @@ struct HomeWindow::Private
 
     void ensureView();
 
+    DesktopAppearance& appearance;
     HomeModel home;
     ComposerModel composer;
     OverviewModel overview;
@@ -66,7 +67,7 @@ void HomeWindow::Private::ensureView()
     view->rootContext()->setContextProperty(QStringLiteral("activity"), &activity);
     view->rootContext()->setContextProperty(QStringLiteral("historyActions"), &actions);
     view->rootContext()->setContextProperty(QStringLiteral("settings"), &settings);
-    view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), prefersReducedMotion());
+    view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), appearance.prefersReducedMotion());
     view->setSource(QUrl(QStringLiteral("qrc:/vesk/views/HomeView.qml")));
     for (const QQmlError& error : view->errors()) {
         qCWarning(lcUi) << "home view:" << error.toString();
@@ -74,8 +75,8 @@ void HomeWindow::Private::ensureView()
 }
 
 HomeWindow::HomeWindow(CorrectionEnvironment& environment, HistoryStore& history, ProviderConnection& connection,
-                       ShortcutSettings& shortcuts, QObject* parent)
-    : QObject(parent), d(std::make_unique<Private>(*this, environment, history, connection, shortcuts))
+                       ShortcutSettings& shortcuts, DesktopAppearance& appearance, QObject* parent)
+    : QObject(parent), d(std::make_unique<Private>(*this, environment, history, connection, shortcuts, appearance))
 {
 }
 

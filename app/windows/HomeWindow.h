@@ -13,6 +13,7 @@ class QQuickWindow;
 namespace vesk::app {
 
 class CorrectionEnvironment;
+class DesktopAppearance;
 class HistoryStore;
 class ProviderConnection;
 class ShortcutSettings;
@@ -22,10 +23,10 @@ class HomeWindow : public QObject
     Q_OBJECT
 
 public:
-    // The history, the provider connection and the shortcut settings must outlive the window. The Settings
-    // section edits the key through `connection` and the shortcut through `shortcuts`.
+    // The history, the provider connection, the shortcut settings and the appearance must outlive the window.
+    // The Settings section edits the key through `connection` and the shortcut through `shortcuts`.
     HomeWindow(CorrectionEnvironment& environment, HistoryStore& history, ProviderConnection& connection,
-               ShortcutSettings& shortcuts, QObject* parent = nullptr);
+               ShortcutSettings& shortcuts, DesktopAppearance& appearance, QObject* parent = nullptr);
     ~HomeWindow() override;
 
     // Creates the window on first use, selects `section`, shows and raises it.

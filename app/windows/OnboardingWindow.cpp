@@ -1,8 +1,8 @@
 #include "app/windows/OnboardingWindow.h"
 #include "app/common/Logging.h"
 
-#include "app/platform/MotionPreference.h"
 #include "app/models/ProviderConnection.h"
+#include "app/platform/DesktopAppearance.h"
 
 #include <QLoggingCategory>
 #include <QQmlContext>
@@ -13,9 +13,10 @@
 namespace vesk::app {
 
 OnboardingWindow::OnboardingWindow(AppSettings& settings, HistoryStore& history, ProviderConnection& connection,
-                                   const ShortcutSettings* shortcuts, OnboardingModel::Desktop desktop, QObject* parent)
+                                   const ShortcutSettings* shortcuts, OnboardingModel::Desktop desktop,
+                                   DesktopAppearance& appearance, QObject* parent)
     : QObject(parent), m_settings(settings), m_history(history), m_connection(connection), m_shortcuts(shortcuts),
-      m_desktop(std::move(desktop))
+      m_desktop(std::move(desktop)), m_appearance(appearance)
 {
 }
 
@@ -44,7 +45,7 @@ void OnboardingWindow::show()
     m_view->setColor(QColor(QStringLiteral("#1c1c1e")));
     m_view->rootContext()->setContextProperty(QStringLiteral("onboarding"), m_model.get());
     m_view->rootContext()->setContextProperty(QStringLiteral("connection"), &m_connection);
-    m_view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), prefersReducedMotion());
+    m_view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), m_appearance.prefersReducedMotion());
     m_view->setSource(QUrl(QStringLiteral("qrc:/vesk/views/OnboardingView.qml")));
     for (const QQmlError& error : m_view->errors()) {
         qCWarning(lcUi) << "onboarding view:" << error.toString();

@@ -13,6 +13,7 @@ class QQuickWindow;
 
 namespace vesk::app {
 
+class DesktopAppearance;
 class ProviderConnection;
 
 class OnboardingWindow : public QObject
@@ -22,7 +23,8 @@ class OnboardingWindow : public QObject
 public:
     // Everything must outlive the window; `shortcuts` may be null.
     OnboardingWindow(AppSettings& settings, HistoryStore& history, ProviderConnection& connection,
-                     const ShortcutSettings* shortcuts, OnboardingModel::Desktop desktop, QObject* parent = nullptr);
+                     const ShortcutSettings* shortcuts, OnboardingModel::Desktop desktop, DesktopAppearance& appearance,
+                     QObject* parent = nullptr);
     ~OnboardingWindow() override;
 
     void show();
@@ -42,6 +44,7 @@ private:
     ProviderConnection& m_connection;
     const ShortcutSettings* m_shortcuts;
     OnboardingModel::Desktop m_desktop;
+    DesktopAppearance& m_appearance;
     std::unique_ptr<OnboardingModel> m_model;
     std::unique_ptr<QQuickView> m_view;
 };

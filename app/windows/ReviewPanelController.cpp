@@ -1,11 +1,10 @@
 #include "app/windows/ReviewPanelController.h"
 #include "app/common/Logging.h"
 
-#include "app/platform/MotionPreference.h"
 #include "app/windows/PanelGeometry.h"
 #include "app/models/ReviewActions.h"
 #include "app/models/SessionModel.h"
-#include "app/platform/Platform.h"
+#include "app/platform/DesktopAppearance.h"
 
 #include <QCursor>
 #include <QGuiApplication>
@@ -43,12 +42,13 @@ std::optional<QRect> availableAreaUnderPointer()
 
 struct ReviewPanelController::Private
 {
-    explicit Private(AppSettings& settings) : model(&settings) {}
+    Private(AppSettings& settings, DesktopAppearance& desktop) : appearance(desktop), model(&settings) {}
 
     void place();
     void fitContent();
     void updateMask();
 
+    DesktopAppearance& appearance;
     SessionModel model;
     ReviewActions actions;
     std::unique_ptr<QQuickView> view;
@@ -94,8 +94,8 @@ void ReviewPanelController::Private::fitContent()
     view->setGeometry(PanelGeometry::resized(view->geometry(), content, screen->availableGeometry()));
 }
 
-ReviewPanelController::ReviewPanelController(AppSettings& settings, QObject* parent)
-    : QObject(parent), d(std::make_unique<Private>(settings))
+ReviewPanelController::ReviewPanelController(AppSettings& settings, DesktopAppearance& appearance, QObject* parent)
+    : QObject(parent), d(std::make_unique<Private>(settings, appearance))
 {
     d->view = std::make_unique<QQuickView>();
     // A frameless tool window above everything: it stays out of the task bar, and the window manager
@@ -126,17 +126,17 @@ ReviewPanelController::~ReviewPanelController()
     d->model.setSession(nullptr);
 }
 
-void ReviewPanelController::show(CorrectionSession& session, Actions actions)
+void ReviewPanelController::show(CorrectionSession& session, PanelActions actions)
 {
-    d->actions.set(std::move(actions.accept), std::move(actions.close), std::move(actions.openSettings));
+    d->actions.set(std::move(actions));
     d->model.setSession(&session);
-    d->view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), prefersReducedMotion());
+    d->view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), d->appearance.prefersReducedMotion());
 
     // A new view for every correction, so nothing of the last one (scroll position, hover, focus) carries
     // over.
     // Without a compositor the see-through corners and shadow would come out black: the body fills the
     // window and a mask rounds its corners instead.
-    d->composited = desktopComposites();
+    d->composited = d->appearance.composites();
     d->view->rootContext()->setContextProperty(QStringLiteral("composited"), d->composited);
     d->view->setSource(QUrl());
     d->view->setSource(viewUrl);

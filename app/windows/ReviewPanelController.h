@@ -3,6 +3,7 @@
 // The small floating review panel that follows one correction session through its phases. One controller
 // lives for the whole app and is reused for every correction.
 
+#include "app/models/PanelActions.h"
 #include "core/CorrectionSession.h"
 
 #include <QObject>
@@ -14,6 +15,7 @@ class QQuickWindow;
 namespace vesk::app {
 
 class AppSettings;
+class DesktopAppearance;
 class SessionModel;
 
 class ReviewPanelController : public QObject
@@ -21,20 +23,14 @@ class ReviewPanelController : public QObject
     Q_OBJECT
 
 public:
-    struct Actions
-    {
-        std::function<void()> accept;
-        std::function<void()> close;
-        std::function<void()> openSettings;
-    };
-
-    explicit ReviewPanelController(AppSettings& settings, QObject* parent = nullptr);
+    // The settings and the appearance must outlive the controller.
+    ReviewPanelController(AppSettings& settings, DesktopAppearance& appearance, QObject* parent = nullptr);
     ~ReviewPanelController() override;
 
     // Shows `session` (which must outlive the show, until hide() or the next show) centred on the screen
     // under the pointer, without taking the keyboard: the selection is still being copied from the app
     // that has it.
-    void show(CorrectionSession& session, Actions actions);
+    void show(CorrectionSession& session, PanelActions actions);
     // Takes keyboard focus so Return, Escape and Ctrl+R reach the panel.
     void focus();
     void hide();

@@ -3,16 +3,16 @@
 #include "app/desktop/GrammarCoordinator.h"
 
 #include "app/desktop/AppRouter.h"
-#include "app/services/AppSettings.h"
 #include "app/desktop/CorrectionEnvironment.h"
-#include "app/platform/fake/FakePlatform.h"
+#include "app/services/AppSettings.h"
 #include "core/CurlTransport.h"
-#include "core/InMemoryKeyStore.h"
+#include "support/InMemoryKeyStore.h"
 #include "support/ScriptedProviderServer.h"
+#include "support/fake/FakePlatform.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QTemporaryDir>
+#include <QTest>
 #include <gtest/gtest.h>
 
 namespace vesk::app {
@@ -22,17 +22,9 @@ using namespace std::chrono_literals;
 using test::ScriptedResponse;
 namespace streams = test::streams;
 
-bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 5000)
+bool waitUntil(const std::function<bool()>& condition)
 {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition()) {
-        if (timer.elapsed() > timeoutMs) {
-            return false;
-        }
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return true;
+    return QTest::qWaitFor(condition, 5000);
 }
 
 struct RecordingRouter final : AppRouter
@@ -59,7 +51,7 @@ protected:
 
     GrammarCoordinator::Panel panel()
     {
-        return {[this](CorrectionSession& session, GrammarCoordinator::PanelActions actions) {
+        return {[this](CorrectionSession& session, PanelActions actions) {
                     ++m_shows;
                     m_shown = &session;
                     m_actions = std::move(actions);
@@ -102,7 +94,7 @@ protected:
     RecordingRouter m_router;
     GrammarCoordinator m_coordinator{*m_fake.platform, m_environment, panel(), m_router};
     CorrectionSession* m_shown = nullptr;
-    GrammarCoordinator::PanelActions m_actions;
+    PanelActions m_actions;
     int m_shows = 0;
     int m_hides = 0;
 };

@@ -11,7 +11,8 @@
 #include "app/models/ProviderConnection.h"
 #include "app/models/SettingsModel.h"
 #include "app/services/ShortcutSettings.h"
-#include "core/InMemoryKeyStore.h"
+#include "support/InMemoryKeyStore.h"
+#include "support/fake/FakeDesktopAppearance.h"
 #include "support/CalendarTesting.h"
 #include "support/FakeCorrectionEngine.h"
 #include "support/ManualExecutor.h"
@@ -44,7 +45,8 @@ TEST_F(HomeViewTest, WindowShowsEverySectionWithoutQmlWarnings)
     const test::WarningRecorder recorder;
     CorrectionEnvironment environment(settings, keys, nullptr);
     HistoryStore history(dir.filePath("history.sqlite3"));
-    HomeWindow home(environment, history, connection, shortcuts);
+    FakeDesktopAppearance appearance;
+    HomeWindow home(environment, history, connection, shortcuts, appearance);
     EXPECT_FALSE(home.isVisible());
 
     home.show(HomeSection::overview);

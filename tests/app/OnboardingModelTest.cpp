@@ -7,7 +7,8 @@
 #include "app/services/HistoryStore.h"
 #include "app/windows/OnboardingWindow.h"
 #include "app/models/ProviderConnection.h"
-#include "core/InMemoryKeyStore.h"
+#include "support/InMemoryKeyStore.h"
+#include "support/fake/FakeDesktopAppearance.h"
 
 #include <QQuickWindow>
 #include <QSignalSpy>
@@ -83,9 +84,10 @@ TEST_F(OnboardingModelTest, WindowShowsEveryPage)
     ProviderConnection connection(settings, keys, [](const ProviderConnection::Probe&, std::stop_token) {
         return std::optional<ProviderError>();
     });
+    FakeDesktopAppearance appearance;
     OnboardingWindow window(
         settings, history, connection, nullptr,
-        {[] { return false; }, "Vesk can't send keystrokes to other apps in a Wayland session.", true});
+        {[] { return false; }, "Vesk can't send keystrokes to other apps in a Wayland session.", true}, appearance);
     window.show();
     ASSERT_NE(window.window(), nullptr);
     EXPECT_EQ(window.window()->title(), "Welcome to Vesk");

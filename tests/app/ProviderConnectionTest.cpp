@@ -2,7 +2,7 @@
 
 #include "app/services/AppSettings.h"
 #include "core/CurlTransport.h"
-#include "core/InMemoryKeyStore.h"
+#include "support/InMemoryKeyStore.h"
 #include "support/ScriptedProviderServer.h"
 
 #include <QSettings>
@@ -138,6 +138,24 @@ TEST_F(ProviderConnectionTest, ProbeWithoutAnswerFailsAtTheLimit)
     EXPECT_EQ(connection->failureTitle(), "Anthropic didn't respond");
     EXPECT_EQ(connection->failureMessage(), "Check your connection and try again.");
     EXPECT_FALSE(m_keys->hasKey(ProviderID::anthropic));
+}
+
+TEST_F(ProviderConnectionTest, DestroyingTheConnectionStopsTheCheckAndJoinsItsThread)
+{
+    m_settings.setSelectedProvider(ProviderID::anthropic);
+    m_server.enqueue(ScriptedResponse::stallBeforeHead());
+    auto checks = std::make_shared<int>(0); // held by the check while it runs
+    auto connection = std::make_unique<ProviderConnection>(
+        m_settings, m_keys,
+        [checks, probe = ProviderConnection::correctionProbe(std::make_shared<CurlTransport>())](
+            const ProviderConnection::Probe& key, std::stop_token stop) { return probe(key, std::move(stop)); });
+    ASSERT_TRUE(waitFor([&] { return !connection->isLoading(); }));
+    connection->setDraft("sk-ant-slow");
+    connection->verifyAndSave();
+    ASSERT_TRUE(waitFor([&] { return !m_server.requests().empty(); }));
+
+    connection.reset();
+    EXPECT_EQ(checks.use_count(), 1) << "the check's thread has ended";
 }
 
 TEST_F(ProviderConnectionTest, RemovingAKeyTheStoreNoLongerHoldsSucceeds)

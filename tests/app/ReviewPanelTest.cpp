@@ -3,6 +3,7 @@
 #include "app/windows/ReviewPanelController.h"
 #include "support/FakeCorrectionEngine.h"
 #include "support/ManualExecutor.h"
+#include "support/fake/FakeDesktopAppearance.h"
 
 #include <QQuickItem>
 #include <QQuickView>
@@ -76,7 +77,8 @@ protected:
     AppSettings settings{std::make_unique<QSettings>(dir.filePath("vesk.conf"), QSettings::IniFormat)};
     test::FakeCorrectionEngine fake;
     test::ManualExecutor executor;
-    ReviewPanelController panel{settings};
+    FakeDesktopAppearance appearance;
+    ReviewPanelController panel{settings, appearance};
     int accepted = 0;
     int closed = 0;
     int settingsOpened = 0;

@@ -3,7 +3,7 @@
 #include "ViewTesting.h"
 #include "app/services/AppSettings.h"
 #include "app/services/ShortcutSettings.h"
-#include "core/InMemoryKeyStore.h"
+#include "support/InMemoryKeyStore.h"
 
 #include <QQmlContext>
 #include <QQuickItem>

@@ -1,8 +1,8 @@
 #include "app/models/ShortcutRecorder.h"
 
 #include "ViewTesting.h"
-#include "app/platform/fake/FakeGlobalShortcut.h"
 #include "app/services/ShortcutSettings.h"
+#include "support/fake/FakeGlobalShortcut.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>

@@ -1,6 +1,6 @@
 #include "app/services/ShortcutSettings.h"
 
-#include "app/platform/fake/FakeGlobalShortcut.h"
+#include "support/fake/FakeGlobalShortcut.h"
 #include "support/ParamName.h"
 
 #include <QSignalSpy>

@@ -1,4 +1,5 @@
 #include "X11Testing.h"
+#include "app/platform/Platform.h"
 #include "app/platform/SystemClipboard.h"
 #include "app/platform/x11/X11Display.h"
 #include "app/platform/x11/X11InputSynthesizer.h"
@@ -165,6 +166,18 @@ TEST_F(X11DesktopTest, ReleasesAModifierHeldTooLongSoTheCopyStillWorks)
     ASSERT_TRUE(m_input.post(Keystroke::selectAll, m_editor));
     ASSERT_TRUE(copyFromEditor()) << "a Ctrl+Alt+C would have copied nothing";
     EXPECT_EQ(m_clipboard.text(), editorText);
+}
+
+using X11PlatformTest = test::X11Test;
+
+// The desktop of these tests runs openbox, which does not composite: the review panel must then round its
+// corners with a mask instead of see-through areas that would come out black.
+TEST_F(X11PlatformTest, FactoryPicksX11AndSeesThatNoCompositorRuns)
+{
+    const std::unique_ptr<Platform> platform = createPlatform();
+    EXPECT_TRUE(platform->input->canPostInput());
+    EXPECT_TRUE(platform->limitation.isEmpty()) << platform->limitation.toStdString();
+    EXPECT_FALSE(platform->appearance->composites());
 }
 
 } // namespace

@@ -3,8 +3,8 @@
 #include "core/CorrectionEngine.h"
 
 #include "core/CurlTransport.h"
-#include "core/InMemoryKeyStore.h"
 #include "core/PromptBuilder.h"
+#include "support/InMemoryKeyStore.h"
 #include "support/ScriptedProviderServer.h"
 
 #include <condition_variable>
@@ -22,18 +22,21 @@ namespace streams = test::streams;
 class Recorder
 {
 public:
+    struct Seen
+    {
+        std::vector<CorrectionEvent> events;
+        std::optional<ProviderError> error;
+        bool finished = false;
+    };
+
     CorrectionStreamCallbacks callbacks()
     {
-        return {[this](CorrectionEvent event) {
-                    const std::scoped_lock lock(m_mutex);
-                    m_events.push_back(std::move(event));
-                    m_changed.notify_all();
-                },
+        return {[this](CorrectionEvent event) { update([&](Seen& seen) { seen.events.push_back(std::move(event)); }); },
                 [this](std::optional<ProviderError> error) {
-                    const std::scoped_lock lock(m_mutex);
-                    m_finished = true;
-                    m_error = std::move(error);
-                    m_changed.notify_all();
+                    update([&](Seen& seen) {
+                        seen.finished = true;
+                        seen.error = std::move(error);
+                    });
                 }};
     }
 
@@ -41,36 +44,39 @@ public:
     bool waitFor(std::optional<std::size_t> count = std::nullopt)
     {
         std::unique_lock lock(m_mutex);
-        return m_changed.wait_for(lock, 10s, [&] { return count ? m_events.size() >= *count : m_finished; });
+        return m_changed.wait_for(lock, 10s, [&] { return count ? m_seen.events.size() >= *count : m_seen.finished; });
     }
-    std::vector<CorrectionEvent> events()
+    Seen seen()
     {
         const std::scoped_lock lock(m_mutex);
-        return m_events;
-    }
-    std::optional<ProviderError> error()
-    {
-        const std::scoped_lock lock(m_mutex);
-        return m_error;
-    }
-    bool finished()
-    {
-        const std::scoped_lock lock(m_mutex);
-        return m_finished;
+        return m_seen;
     }
 
 private:
+    template <typename Change> void update(Change change)
+    {
+        const std::scoped_lock lock(m_mutex);
+        change(m_seen);
+        m_changed.notify_all();
+    }
+
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::vector<CorrectionEvent> m_events;
-    std::optional<ProviderError> m_error;
-    bool m_finished = false;
+    Seen m_seen;
 };
 
 class CorrectionEngineTest : public ::testing::Test
 {
 protected:
     CorrectionEngine engine() { return CorrectionEngine::providers(m_keys, std::make_shared<CurlTransport>(), {}, {}); }
+    // The role chunk and the first piece, then silence.
+    void enqueueStall()
+    {
+        ScriptedResponse stalled = ScriptedResponse::events(streams::openAI({"Hel"}));
+        stalled.body.resize(2);
+        stalled.ending = ScriptedResponse::Ending::stall;
+        m_server.enqueue(stalled);
+    }
     CorrectionRun run(ProviderID provider = ProviderID::openai) const
     {
         return {provider, std::string(defaultModel(provider)), CorrectionSettings{}, m_server.url("")};
@@ -80,15 +86,16 @@ protected:
     std::shared_ptr<InMemoryKeyStore> m_keys = std::make_shared<InMemoryKeyStore>(
         std::map<ProviderID, std::string>{{ProviderID::openai, "sk-o"}, {ProviderID::anthropic, "sk-a"}});
     Recorder m_recorder;
+    CorrectionEngine m_engine = engine(); // last: its threads are joined before what they call goes
 };
 
 TEST_F(CorrectionEngineTest, StreamsDeltasThenDoneWithUsage)
 {
     m_server.enqueue(ScriptedResponse::events(streams::anthropic({"Hello", ", world."})));
-    auto stream = engine().stream(run(ProviderID::anthropic), "helo world", m_recorder.callbacks());
+    auto stream = m_engine.stream(run(ProviderID::anthropic), "helo world", m_recorder.callbacks());
     ASSERT_TRUE(m_recorder.waitFor());
-    EXPECT_EQ(m_recorder.error(), std::nullopt);
-    EXPECT_EQ(m_recorder.events(),
+    EXPECT_EQ(m_recorder.seen().error, std::nullopt);
+    EXPECT_EQ(m_recorder.seen().events,
               (std::vector{CorrectionEvent::makeDelta("Hello"), CorrectionEvent::makeDelta(", world."),
                            CorrectionEvent::makeDone({78, 9})}));
     const auto request = m_server.requests().at(0);
@@ -99,33 +106,45 @@ TEST_F(CorrectionEngineTest, StreamsDeltasThenDoneWithUsage)
 TEST_F(CorrectionEngineTest, MissingKeyEndsAtOnceWithoutARequest)
 {
     m_keys->remove(ProviderID::openai);
-    auto stream = engine().stream(run(), "helo", m_recorder.callbacks());
+    auto stream = m_engine.stream(run(), "helo", m_recorder.callbacks());
     ASSERT_TRUE(m_recorder.waitFor());
-    EXPECT_EQ(m_recorder.error(), ProviderError::missingAPIKey(ProviderID::openai));
-    EXPECT_TRUE(m_recorder.events().empty());
+    EXPECT_EQ(m_recorder.seen().error, ProviderError::missingAPIKey(ProviderID::openai));
+    EXPECT_TRUE(m_recorder.seen().events.empty());
     EXPECT_TRUE(m_server.requests().empty());
 }
 
 TEST_F(CorrectionEngineTest, CancelStopsTheRequestAndEveryCallback)
 {
-    ScriptedResponse stalled = ScriptedResponse::events(streams::openAI({"Hel"}));
-    stalled.body.resize(2); // the role chunk and the first piece, then silence
-    stalled.ending = ScriptedResponse::Ending::stall;
-    m_server.enqueue(stalled);
-
-    auto stream = engine().stream(run(), "helo", m_recorder.callbacks());
+    enqueueStall();
+    auto stream = m_engine.stream(run(), "helo", m_recorder.callbacks());
     ASSERT_TRUE(m_recorder.waitFor(1));
     const auto started = std::chrono::steady_clock::now();
     stream->cancel();
     // The server notices the hang-up: one more request is answered on a fresh connection at once.
     m_server.enqueue(ScriptedResponse::events(streams::openAI({"Hi."})));
     Recorder second;
-    auto next = engine().stream(run(), "hi", second.callbacks());
+    auto next = m_engine.stream(run(), "hi", second.callbacks());
     ASSERT_TRUE(second.waitFor());
     EXPECT_LT(std::chrono::steady_clock::now() - started, 5s);
     std::this_thread::sleep_for(100ms);
-    EXPECT_FALSE(m_recorder.finished()) << "a cancelled stream reports nothing, not even its end";
-    EXPECT_EQ(m_recorder.events().size(), 1U);
+    EXPECT_FALSE(m_recorder.seen().finished) << "a cancelled stream reports nothing, not even its end";
+    EXPECT_EQ(m_recorder.seen().events.size(), 1U);
+}
+
+TEST_F(CorrectionEngineTest, LastCopyStopsItsStreamsAndJoinsTheirThreads)
+{
+    enqueueStall();
+    auto keys = std::make_shared<InMemoryKeyStore>(std::map<ProviderID, std::string>{{ProviderID::openai, "sk-o"}});
+    auto engine = std::make_optional(CorrectionEngine::providers(keys, std::make_shared<CurlTransport>(), {}, {}));
+    auto copy = std::make_optional(*engine);
+    auto stream = engine->stream(run(), "helo", m_recorder.callbacks()); // never cancelled
+    ASSERT_TRUE(m_recorder.waitFor(1));
+    engine.reset();
+    EXPECT_GT(keys.use_count(), 2) << "a copy keeps the stream going";
+
+    copy.reset();
+    EXPECT_EQ(keys.use_count(), 1) << "the stream's thread is over once the last copy is gone";
+    EXPECT_FALSE(m_recorder.seen().finished) << "a stopped stream reports nothing";
 }
 
 } // namespace

@@ -7,7 +7,9 @@ if ! command -v dbus-run-session >/dev/null || ! command -v gnome-keyring-daemon
     exit 1
 fi
 home=$(mktemp -d "${TMPDIR:-/tmp}/vesk-keyring.XXXXXX")
-trap 'rm -rf "$home"' EXIT INT TERM
+# A document portal started on the session bus mounts its FUSE file system under the runtime directory and
+# may still hold it when the session ends.
+trap 'fusermount -u -z "$home/doc" 2>/dev/null || true; rm -rf "$home"' EXIT INT TERM
 chmod 700 "$home"
 # The keyring files and the daemon's control socket go into the throwaway home; dbus-run-session sets
 # DBUS_SESSION_BUS_ADDRESS, so nothing falls back to a bus under the real runtime directory.

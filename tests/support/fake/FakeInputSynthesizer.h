@@ -28,19 +28,16 @@ public:
     bool post(Keystroke stroke, const std::optional<WindowRef>& target) override;
 
     void setCanPostInput(bool canPost) { m_canPostInput = canPost; }
-    void setReaction(Reaction reaction) { m_reaction = std::move(reaction); }
     // A target application that copies `selection` to `clipboard` `delay` after each copy stroke; with no
     // selection it ignores the stroke, as an application with nothing selected does.
     void copiesSelection(FakeClipboard& clipboard, std::optional<QString> selection,
                          std::chrono::milliseconds delay = std::chrono::milliseconds(5));
     [[nodiscard]] const QList<PostedStroke>& posted() const { return m_posted; }
-    [[nodiscard]] int modifierWaits() const { return m_modifierWaits; }
 
 private:
     bool m_canPostInput = true;
     Reaction m_reaction;
     QList<PostedStroke> m_posted;
-    int m_modifierWaits = 0;
     QObject m_timers;
 };
 

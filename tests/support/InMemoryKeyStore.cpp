@@ -1,4 +1,4 @@
-#include "core/InMemoryKeyStore.h"
+#include "support/InMemoryKeyStore.h"
 
 namespace vesk {
 

@@ -13,16 +13,14 @@ class FakeWindowSystem : public WindowSystem
 {
 public:
     std::optional<WindowRef> activeWindow() override { return m_active; }
-    // Makes `window` active on the next turn of the event loop, unless told to refuse.
+    // Makes `window` active on the next turn of the event loop.
     void activate(const WindowRef& window, std::function<void(bool)> done) override;
 
     void setActiveWindow(const std::optional<WindowRef>& window) { m_active = window; }
-    void setActivationSucceeds(bool succeeds) { m_activationSucceeds = succeeds; }
     [[nodiscard]] const QList<WindowRef>& activations() const { return m_activations; }
 
 private:
     std::optional<WindowRef> m_active;
-    bool m_activationSucceeds = true;
     QList<WindowRef> m_activations;
     QObject m_timers;
 };

@@ -1,4 +1,4 @@
-#include "app/platform/fake/FakeGlobalShortcut.h"
+#include "support/fake/FakeGlobalShortcut.h"
 
 namespace vesk::app {
 
@@ -23,13 +23,6 @@ void FakeGlobalShortcut::press(const QString& name)
 {
     if (!m_paused && m_registered.contains(name)) {
         emit pressed(name);
-    }
-}
-
-void FakeGlobalShortcut::release(const QString& name)
-{
-    if (!m_paused && m_registered.contains(name)) {
-        emit released(name);
     }
 }
 

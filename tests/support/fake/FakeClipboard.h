@@ -1,6 +1,6 @@
 #pragma once
 
-// An in-memory clipboard for tests and offline runs.
+// An in-memory clipboard for tests.
 
 #include "app/platform/Clipboard.h"
 
@@ -15,21 +15,18 @@ public:
 
     ClipboardContents snapshot() override { return m_contents; }
     void restore(const ClipboardContents& contents) override { replace(contents); }
-    void setTransientText(const QString& text) override;
+    void setTransientText(const QString& text) override { setText(text); }
     std::optional<QString> text() override;
     [[nodiscard]] quint64 changeCount() const override { return m_changeCount; }
 
-    // What another application would do: put contents on the clipboard, moving the change count.
-    void replace(const ClipboardContents& contents);
+    // What another application would do: put text on the clipboard, moving the change count.
     void setText(const QString& text);
-    [[nodiscard]] const ClipboardContents& contents() const { return m_contents; }
-    // Whether the contents were last put there as transient text (marked for clipboard managers).
-    [[nodiscard]] bool isTransient() const { return m_isTransient; }
 
 private:
+    void replace(const ClipboardContents& contents);
+
     ClipboardContents m_contents;
     quint64 m_changeCount = 0;
-    bool m_isTransient = false;
 };
 
 } // namespace vesk::app

@@ -1,16 +1,25 @@
-#include "app/platform/MotionPreference.h"
+#include "app/platform/DesktopAppearance.h"
+
 #include "app/common/Logging.h"
 
-#include <QLoggingCategory>
 #include <QProcess>
 #include <QStandardPaths>
 
-
 namespace vesk::app {
 
-namespace {
+bool DesktopAppearance::prefersReducedMotion()
+{
+    const QByteArray forced = qgetenv("VESK_REDUCE_MOTION");
+    if (!forced.isEmpty()) {
+        return forced != "0" && forced != "false";
+    }
+    if (m_desktop == Known::no) {
+        m_desktop = desktopDisablesAnimations() ? Known::still : Known::animate;
+    }
+    return m_desktop == Known::still;
+}
 
-bool desktopDisablesAnimations()
+bool DesktopAppearance::desktopDisablesAnimations()
 {
     const QString gsettings = QStandardPaths::findExecutable(QStringLiteral("gsettings"));
     if (gsettings.isEmpty()) {
@@ -27,18 +36,6 @@ bool desktopDisablesAnimations()
         return false;
     }
     return process.readAllStandardOutput().trimmed() == "false";
-}
-
-} // namespace
-
-bool prefersReducedMotion()
-{
-    const QByteArray forced = qgetenv("VESK_REDUCE_MOTION");
-    if (!forced.isEmpty()) {
-        return forced != "0" && forced != "false";
-    }
-    static const bool desktop = desktopDisablesAnimations();
-    return desktop;
 }
 
 } // namespace vesk::app

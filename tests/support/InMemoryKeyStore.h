@@ -1,6 +1,6 @@
 #pragma once
 
-// Keys kept in memory: for running the core without a keyring, and for tests. Thread-safe.
+// Keys kept in memory, for tests that need a key store without a keyring. Thread-safe.
 
 #include "core/APIKeyStore.h"
 

@@ -1,12 +1,6 @@
-#include "app/platform/fake/FakeClipboard.h"
+#include "support/fake/FakeClipboard.h"
 
 namespace vesk::app {
-
-void FakeClipboard::setTransientText(const QString& text)
-{
-    setText(text);
-    m_isTransient = true;
-}
 
 std::optional<QString> FakeClipboard::text()
 {
@@ -24,7 +18,6 @@ std::optional<QString> FakeClipboard::text()
 void FakeClipboard::replace(const ClipboardContents& contents)
 {
     m_contents = contents;
-    m_isTransient = false;
     ++m_changeCount;
     emit changed();
 }

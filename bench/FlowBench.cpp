@@ -1,9 +1,9 @@
 // How quick the desktop flow feels, measured on the throwaway desktop against the scripted server:
 // from letting go of Alt+G to the request reaching the provider, and from Return in the panel to the
-// corrected text in the editor and the user's clipboard back; then the idle memory and CPU of the running
-// app. Run by hand:
+// corrected text in the editor and the user's clipboard back; then the idle memory (after 20 corrections,
+// and after the last) and CPU of the running app. Run by hand:
 //
-//   VESK_DESKTOP_TRAY=1 tests/support/with-desktop.sh build/tests/vesk_flow_bench [runs]
+//   VESK_DESKTOP_TRAY=1 tests/support/with-desktop.sh build/bench/vesk_flow_bench [runs, default 20]
 //
 // Every run selects the whole document in mousepad, corrects it, accepts, and types the original back.
 
@@ -28,6 +28,8 @@ using Milliseconds = std::chrono::duration<double, std::milli>;
 const std::string typo = "teh cat sat on teh mat";
 const std::string fixedText = "The cat sat on the mat.";
 const std::string userClipboard = "what the user had copied";
+// The memory goal is stated for the idle app after this many corrections.
+constexpr int correctionsBeforeIdleMemory = 20;
 
 struct Summary
 {
@@ -59,7 +61,7 @@ void print(const char* what, const std::vector<double>& values)
 
 int main(int argc, char** argv)
 {
-    const int runs = argc > 1 ? std::max(1, std::atoi(argv[1])) : 50;
+    const int runs = argc > 1 ? std::max(1, std::atoi(argv[1])) : correctionsBeforeIdleMemory;
     if (std::getenv("DISPLAY") == nullptr) {
         std::cerr << "run through tests/support/with-desktop.sh\n";
         return 2;
@@ -103,6 +105,7 @@ int main(int argc, char** argv)
     std::vector<double> acceptToText;
     std::vector<double> acceptToClipboard;
     int failures = 0;
+    std::optional<long> rssAfterCorrections;
     for (int run = 0; run < runs; ++run) {
         const std::size_t before = arrivalCount();
         pressKeys("ctrl+a");
@@ -152,6 +155,10 @@ int main(int argc, char** argv)
             ++failures;
             break;
         }
+        if (run + 1 == correctionsBeforeIdleMemory) {
+            std::this_thread::sleep_for(3s);
+            rssAfterCorrections = residentKiB(session.pid());
+        }
     }
 
     std::this_thread::sleep_for(3s);
@@ -168,6 +175,12 @@ int main(int argc, char** argv)
     print("Return -> corrected text in the editor", acceptToText);
     print("Return -> user's clipboard back", acceptToClipboard);
     std::printf("%-52s %ld KiB\n", "resident memory, 3 s after start", startedRss.value_or(-1));
+    if (rssAfterCorrections) {
+        const std::string what =
+            "resident memory, idle after " + std::to_string(correctionsBeforeIdleMemory) + " corrections";
+        std::printf("%-52s %ld KiB (%.1f MB)\n", what.c_str(), *rssAfterCorrections,
+                    static_cast<double>(*rssAfterCorrections) / 1024.0);
+    }
     std::printf("%-52s %ld KiB\n", "resident memory, idle after the runs", idleRss.value_or(-1));
     if (cpuBefore && cpuAfter) {
         const double cpuMs = static_cast<double>((*cpuAfter - *cpuBefore).count());

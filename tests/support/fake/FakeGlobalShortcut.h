@@ -1,6 +1,6 @@
 #pragma once
 
-// Global shortcuts for tests: the test presses and releases them, and can say which keys are taken.
+// Global shortcuts for tests: the test presses them, and can say which keys are taken.
 
 #include "app/platform/GlobalShortcut.h"
 
@@ -21,9 +21,8 @@ public:
 
     // Another program holds `combination`: registering it fails.
     void setTaken(const KeyCombination& combination) { m_taken.append(combination); }
-    // Presses and releases the name's keys as the user would; nothing happens while paused or unregistered.
+    // Presses the name's keys as the user would; nothing happens while paused or unregistered.
     void press(const QString& name);
-    void release(const QString& name);
 
     [[nodiscard]] std::optional<KeyCombination> registered(const QString& name) const;
     [[nodiscard]] bool isPaused() const { return m_paused; }

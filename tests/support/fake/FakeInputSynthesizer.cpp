@@ -1,6 +1,6 @@
-#include "app/platform/fake/FakeInputSynthesizer.h"
+#include "support/fake/FakeInputSynthesizer.h"
 
-#include "app/platform/fake/FakeClipboard.h"
+#include "support/fake/FakeClipboard.h"
 
 #include <QPointer>
 #include <QTimer>
@@ -9,7 +9,6 @@ namespace vesk::app {
 
 void FakeInputSynthesizer::whenModifiersReleased(std::function<void()> ready)
 {
-    ++m_modifierWaits;
     QTimer::singleShot(0, &m_timers, std::move(ready));
 }
 
@@ -28,7 +27,7 @@ bool FakeInputSynthesizer::post(Keystroke stroke, const std::optional<WindowRef>
 void FakeInputSynthesizer::copiesSelection(FakeClipboard& clipboard, std::optional<QString> selection,
                                            std::chrono::milliseconds delay)
 {
-    setReaction([this, target = QPointer<FakeClipboard>(&clipboard), selection, delay](const PostedStroke& posted) {
+    m_reaction = [this, target = QPointer<FakeClipboard>(&clipboard), selection, delay](const PostedStroke& posted) {
         if (posted.stroke != Keystroke::copy || !selection) {
             return;
         }
@@ -37,7 +36,7 @@ void FakeInputSynthesizer::copiesSelection(FakeClipboard& clipboard, std::option
                 target->setText(*selection);
             }
         });
-    });
+    };
 }
 
 } // namespace vesk::app

@@ -1,4 +1,4 @@
-#include "app/platform/fake/FakePlatform.h"
+#include "support/fake/FakePlatform.h"
 
 namespace vesk::app {
 
@@ -9,11 +9,13 @@ FakePlatform createFakePlatform()
     auto input = std::make_unique<FakeInputSynthesizer>();
     auto windows = std::make_unique<FakeWindowSystem>();
     auto clipboard = std::make_unique<FakeClipboard>();
-    FakePlatform fake{nullptr, *shortcut, *input, *windows, *clipboard};
+    auto appearance = std::make_unique<FakeDesktopAppearance>();
+    FakePlatform fake{nullptr, *shortcut, *input, *windows, *clipboard, *appearance};
     platform->shortcut = std::move(shortcut);
     platform->input = std::move(input);
     platform->windows = std::move(windows);
     platform->clipboard = std::move(clipboard);
+    platform->appearance = std::move(appearance);
     fake.platform = std::move(platform);
     return fake;
 }

@@ -1,12 +1,13 @@
 #pragma once
 
-// A whole platform of fakes, for the shell's tests and for running the app with no desktop to act on.
+// A whole platform of fakes for the shell's tests.
 
 #include "app/platform/Platform.h"
-#include "app/platform/fake/FakeClipboard.h"
-#include "app/platform/fake/FakeGlobalShortcut.h"
-#include "app/platform/fake/FakeInputSynthesizer.h"
-#include "app/platform/fake/FakeWindowSystem.h"
+#include "support/fake/FakeClipboard.h"
+#include "support/fake/FakeDesktopAppearance.h"
+#include "support/fake/FakeGlobalShortcut.h"
+#include "support/fake/FakeInputSynthesizer.h"
+#include "support/fake/FakeWindowSystem.h"
 
 namespace vesk::app {
 
@@ -18,6 +19,7 @@ struct FakePlatform
     FakeInputSynthesizer& input;
     FakeWindowSystem& windows;
     FakeClipboard& clipboard;
+    FakeDesktopAppearance& appearance;
 };
 
 FakePlatform createFakePlatform();
