@@ -1,0 +1,20 @@
+// `vesk settings`: prints the saved settings, or changes them.
+#include "app/cli/CommandSupport.h"
+
+#include "app/services/AppSettings.h"
+
+#include <ostream>
+
+namespace vesk::app::cli {
+
+int settingsCommand(const std::vector<std::string>& args, const CommandLineContext& context)
+{
+    const Overrides overrides = parseOptions(args, Command::settings);
+    if (args.size() > 1) {
+        context.settings.setSnapshot(applied(context.settings.snapshot(), overrides));
+    }
+    context.out << toJson(context.settings.snapshot()).dump(2) << "\n";
+    return 0;
+}
+
+} // namespace vesk::app::cli
