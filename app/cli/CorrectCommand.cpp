@@ -125,7 +125,7 @@ int correctCommand(const std::vector<std::string>& args, const CommandLineContex
         if (overrides.json) {
             Json json = Json::object();
             json["failure"] = failureJson(failure);
-            context.out << json.dump() << "\n";
+            printJson(context.out, json);
         }
         return 1;
     };
@@ -172,7 +172,7 @@ int correctCommand(const std::vector<std::string>& args, const CommandLineContex
                             ? Json{{"promptTokens", usage->promptTokens}, {"completionTokens", usage->completionTokens}}
                             : Json(nullptr);
         json["estimatedCost"] = Pricing::estimatedCost(run.model, usage);
-        context.out << json.dump() << "\n";
+        printJson(context.out, json);
     } else {
         context.out << *accepted;
     }

@@ -13,7 +13,7 @@ int settingsCommand(const std::vector<std::string>& args, const CommandLineConte
     if (args.size() > 1) {
         context.settings.setSnapshot(applied(context.settings.snapshot(), overrides));
     }
-    context.out << toJson(context.settings.snapshot()).dump(2) << "\n";
+    printJson(context.out, toJson(context.settings.snapshot()), 2);
     return 0;
 }
 

@@ -7,11 +7,13 @@
 #include "support/Process.h"
 #include "support/ScriptedProviderServer.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <regex>
 #include <sstream>
+#include <thread>
 
 namespace vesk {
 namespace {
@@ -169,6 +171,16 @@ TEST_F(CommandLineTest, RejectedKeyFailsWithTheKeyMasked)
               Json::parse(R"({"title":"OpenAI rejected the key","message":"Check the key and paste it again.",)"
                           R"("detail":"HTTP 401 Incorrect API key provided: [redacted]. Check it."})"));
     EXPECT_EQ(json.out.find(openAIKey), std::string::npos);
+}
+
+// Provider bytes reach the JSON output as they came; what is not UTF-8 is replaced, never an abort.
+TEST_F(CommandLineTest, JsonOutputReplacesBytesThatAreNotUtf8)
+{
+    m_server.enqueue(ScriptedResponse::text(500, "text/plain", "overloaded \xFF\xFE here"));
+    const ProcessResult r = vesk({"correct", "--json", "--endpoint", m_server.url("")}, "helo");
+    EXPECT_EQ(r.exitCode, 1) << r.err;
+    const Json detail = Json::parse(r.out)["failure"]["detail"];
+    EXPECT_NE(detail.get<std::string>().find("overloaded \uFFFD\uFFFD here"), std::string::npos) << detail;
 }
 
 TEST_F(CommandLineTest, MissingKeyFailsBeforeAnyRequest)
