@@ -198,44 +198,88 @@ bool HistoryDatabase::open(const std::string& path, bool readOnly)
         return false;
     }
     sqlite3_busy_timeout(m_db, busyTimeoutMs);
-    // Write-ahead logging: a kill during a write leaves the last committed state; readers never block.
-    return exec("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;") && exec(mapFile) && migrate();
+    return useWriteAheadLog() && exec("PRAGMA synchronous=NORMAL;") && exec(mapFile) && migrate();
+}
+
+// Write-ahead logging: a kill during a write leaves the last committed state; readers never block. The
+// switch takes the whole file, which SQLite does not wait for, so it is tried again while others hold it
+// (many first runs at once all find a new file).
+bool HistoryDatabase::useWriteAheadLog()
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(busyTimeoutMs);
+    for (;;) {
+        {
+            Statement mode(m_db, "PRAGMA journal_mode");
+            if (mode && mode.step() == SQLITE_ROW && mode.text(0) == "wal") {
+                return true;
+            }
+        }
+        {
+            Statement mode(m_db, "PRAGMA journal_mode=WAL");
+            const int step = mode ? mode.step() : sqlite3_errcode(m_db);
+            if (step == SQLITE_ROW && mode.text(0) == "wal") {
+                return true;
+            }
+            if ((step & 0xff) != SQLITE_BUSY && (step & 0xff) != SQLITE_LOCKED) {
+                qCWarning(lcHistory) << "SQLite: write-ahead log refused:" << sqlite3_errmsg(m_db);
+                return false;
+            }
+        }
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
 }
 
 bool HistoryDatabase::migrate()
 {
-    const auto current = queryInteger(m_db, "PRAGMA user_version");
-    if (!current) {
-        return false;
-    }
-    if (*current == schemaVersion) {
+    const auto found = queryInteger(m_db, "PRAGMA user_version");
+    if (found && *found == schemaVersion) {
         return true;
     }
-    if (*current > schemaVersion) {
-        qCWarning(lcHistory) << "The history was written by a newer Vesk (schema" << *current << ")";
+    // Another process may be creating the same file: the version is read again once this one holds the
+    // write lock (BEGIN IMMEDIATE waits for it), and creating what is already there is no error.
+    if (!found || !exec("BEGIN IMMEDIATE;")) {
         return false;
     }
-    // Each step moves one version up inside a transaction; later versions add steps here.
-    return exec("BEGIN;"
-                "CREATE TABLE corrections ("
-                " id INTEGER PRIMARY KEY,"
-                " date_ms INTEGER NOT NULL,"
-                " provider TEXT NOT NULL,"
-                " model TEXT NOT NULL,"
-                " original TEXT NOT NULL,"
-                " corrected TEXT NOT NULL,"
-                " prompt_tokens INTEGER NOT NULL,"
-                " completion_tokens INTEGER NOT NULL,"
-                " estimated_cost REAL NOT NULL,"
-                " change_count INTEGER NOT NULL,"
-                " source_app TEXT,"
-                " strength TEXT,"
-                " tone TEXT,"
-                " word_count INTEGER NOT NULL,"
-                " search_text TEXT NOT NULL);"
-                "CREATE TABLE meta (key TEXT PRIMARY KEY, value TEXT NOT NULL);"
-                "PRAGMA user_version = 1;"
-                "COMMIT;");
+    const std::int64_t current = queryInteger(m_db, "PRAGMA user_version").value_or(-1);
+    if (current == schemaVersion) {
+        return exec("COMMIT;");
+    }
+    if (current < 0) {
+        exec("ROLLBACK;");
+        return false;
+    }
+    if (current > schemaVersion) {
+        exec("ROLLBACK;");
+        qCWarning(lcHistory) << "The history was written by a newer Vesk (schema" << current << ")";
+        return false;
+    }
+    // Each step moves one version up; later versions add steps here.
+    if (exec("CREATE TABLE IF NOT EXISTS corrections ("
+             " id INTEGER PRIMARY KEY,"
+             " date_ms INTEGER NOT NULL,"
+             " provider TEXT NOT NULL,"
+             " model TEXT NOT NULL,"
+             " original TEXT NOT NULL,"
+             " corrected TEXT NOT NULL,"
+             " prompt_tokens INTEGER NOT NULL,"
+             " completion_tokens INTEGER NOT NULL,"
+             " estimated_cost REAL NOT NULL,"
+             " change_count INTEGER NOT NULL,"
+             " source_app TEXT,"
+             " strength TEXT,"
+             " tone TEXT,"
+             " word_count INTEGER NOT NULL,"
+             " search_text TEXT NOT NULL);"
+             "CREATE TABLE IF NOT EXISTS meta (key TEXT PRIMARY KEY, value TEXT NOT NULL);"
+             "PRAGMA user_version = 1;"
+             "COMMIT;")) {
+        return true;
+    }
+    exec("ROLLBACK;");
+    return false;
 }
 
 std::optional<std::int64_t> HistoryDatabase::dataVersion() const

@@ -56,6 +56,7 @@ public:
 
 private:
     bool exec(const char* sql) const;
+    bool useWriteAheadLog();
     bool migrate();
 
     sqlite3* m_db = nullptr;

@@ -8,11 +8,13 @@
 #include "support/ScriptedProviderServer.h"
 
 #include <QDir>
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <regex>
 #include <sstream>
+#include <thread>
 #include <thread>
 
 namespace vesk {
@@ -334,6 +336,28 @@ TEST_F(CommandLineTest, AnUnusableHistoryNeverFailsTheCorrection)
     const ProcessResult history = vesk({"history"});
     EXPECT_EQ(history.exitCode, 1);
     EXPECT_EQ(history.err.substr(0, history.err.find('\n')), "Couldn't open the history");
+}
+
+// Many first runs at once all find no history: each creates, migrates or waits, and every row is kept.
+TEST_F(CommandLineTest, ConcurrentFirstRunsKeepEveryRow)
+{
+    m_server.respondWith([](const test::RecordedRequest&) { return ScriptedResponse::events(streams::openAI({"Hi."})); });
+    constexpr std::size_t runs = 20;
+    for (int round = 0; round < 3; ++round) {
+        SCOPED_TRACE(round);
+        ASSERT_TRUE(QDir(m_home.filePath("data")).removeRecursively());
+        std::vector<ProcessResult> results(runs);
+        {
+            std::vector<std::jthread> threads;
+            for (ProcessResult& result : results) {
+                threads.emplace_back([&] { result = vesk({"correct", "--endpoint", m_server.url("")}, "hi"); });
+            }
+        }
+        for (const ProcessResult& r : results) {
+            EXPECT_EQ(r.err, "");
+        }
+        EXPECT_EQ(Json::parse(vesk({"history", "--json"}).out).size(), runs);
+    }
 }
 
 } // namespace
