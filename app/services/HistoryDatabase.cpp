@@ -217,7 +217,7 @@ bool HistoryDatabase::useWriteAheadLog()
         {
             Statement mode(m_db, "PRAGMA journal_mode=WAL");
             const int step = mode ? mode.step() : sqlite3_errcode(m_db);
-            if (step == SQLITE_ROW && mode.text(0) == "wal") {
+            if (step == SQLITE_ROW) { // "wal", or "memory" for a history that lives in memory
                 return true;
             }
             if ((step & 0xff) != SQLITE_BUSY && (step & 0xff) != SQLITE_LOCKED) {
