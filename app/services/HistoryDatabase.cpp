@@ -2,6 +2,7 @@
 #include "app/common/Logging.h"
 
 #include <algorithm>
+#include <limits>
 #include <sqlite3.h>
 #include <thread>
 
@@ -103,6 +104,12 @@ constexpr const char* selectRecords = "SELECT id, date_ms, provider, model, orig
 constexpr int wordCountColumn = 13;
 constexpr int searchTextColumn = 14;
 
+// A count as the views hold it; a damaged file may hold anything.
+int clampedInt(std::int64_t value)
+{
+    return static_cast<int>(std::clamp<std::int64_t>(value, 0, std::numeric_limits<int>::max()));
+}
+
 // Fills a record in place: opening a long history spends its time allocating and copying.
 void readRecord(const Statement& rows, CorrectionRecord& r)
 {
@@ -115,7 +122,7 @@ void readRecord(const Statement& rows, CorrectionRecord& r)
     r.promptTokens = rows.integer(6);
     r.completionTokens = rows.integer(7);
     r.estimatedCost = rows.real(8);
-    r.changeCount = static_cast<int>(rows.integer(9));
+    r.changeCount = clampedInt(rows.integer(9));
     r.sourceApp = rows.optionalText(10);
     r.strengthRaw = rows.optionalText(11);
     r.toneRaw = rows.optionalText(12);
@@ -128,7 +135,7 @@ bool collect(Statement& rows, bool refold, HistoryRows& into)
     while ((step = rows.step()) == SQLITE_ROW) {
         CorrectionRecord& r = into.records.emplace_back();
         readRecord(rows, r);
-        into.wordCounts.push_back(static_cast<int>(rows.integer(wordCountColumn)));
+        into.wordCounts.push_back(clampedInt(rows.integer(wordCountColumn)));
         into.searchTexts.push_back(refold ? r.searchText() : rows.text(searchTextColumn));
     }
     return step == SQLITE_DONE;

@@ -1,6 +1,7 @@
 #include "app/services/HistoryIndex.h"
 
 #include <algorithm>
+#include <limits>
 #include <numeric>
 
 namespace vesk::app {
@@ -72,12 +73,24 @@ const CorrectionRecord* HistoryIndex::find(std::int64_t id) const
 
 HistoryStats HistoryIndex::stats(TimePoint now, const Calendar& calendar) const
 {
+    // Each record adds no more than what is left below the largest int, so the sums stop there. Newest
+    // first, the week's figure is the sum of the first records and saturates the same way.
+    constexpr std::int64_t most = std::numeric_limits<int>::max();
+    std::int64_t changes = 0;
+    std::int64_t words = 0;
     std::vector<HistoryStats::Entry> entries;
+    std::vector<int> wordCounts;
     entries.reserve(m_rows.records.size());
-    for (const CorrectionRecord& record : m_rows.records) {
-        entries.push_back({record.date, record.changeCount, {}});
+    wordCounts.reserve(m_rows.records.size());
+    for (std::size_t i = 0; i < m_rows.records.size(); ++i) {
+        const auto changeCount = std::clamp<std::int64_t>(m_rows.records[i].changeCount, 0, most - changes);
+        const auto wordCount = std::clamp<std::int64_t>(m_rows.wordCounts[i], 0, most - words);
+        changes += changeCount;
+        words += wordCount;
+        entries.push_back({m_rows.records[i].date, static_cast<int>(changeCount), {}});
+        wordCounts.push_back(static_cast<int>(wordCount));
     }
-    return HistoryStats::compute(entries, now, calendar, m_rows.wordCounts);
+    return HistoryStats::compute(entries, now, calendar, wordCounts);
 }
 
 } // namespace vesk::app

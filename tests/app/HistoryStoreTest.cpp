@@ -131,6 +131,25 @@ TEST_F(HistoryStoreTest, ALongHistoryOpensWhole)
     EXPECT_EQ(store.wordCounts()[15'000], 15'000 % 7);
 }
 
+// Counts from a damaged file add up to the largest int at most (and never below zero) instead of overflowing.
+TEST_F(HistoryStoreTest, FiguresFromADamagedFileSaturate)
+{
+    {
+        HistoryStore store(path());
+        for (const char* text : {"One.", "Two.", "Three."}) {
+            store.record(accepted(text, text));
+        }
+    }
+    sql("UPDATE corrections SET change_count = 9223372036854775807, word_count = 2147483647 WHERE id > 1");
+    sql("UPDATE corrections SET change_count = -5, word_count = -1 WHERE id = 1");
+    const HistoryStore store(path());
+    const HistoryStats figures = store.stats(std::chrono::system_clock::now(), Calendar::create("UTC").value());
+    EXPECT_EQ(figures.mistakesFixed, std::numeric_limits<int>::max());
+    EXPECT_EQ(figures.mistakesThisWeek, std::numeric_limits<int>::max());
+    EXPECT_EQ(figures.wordsPolished, std::numeric_limits<int>::max());
+    EXPECT_EQ(store.records().back().changeCount, 0);
+}
+
 TEST_F(HistoryStoreTest, UnusableFilesFallBackToMemoryAndAreLeftAlone)
 {
     QFile corrupt(path());
