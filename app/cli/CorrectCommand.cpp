@@ -96,7 +96,8 @@ void keepInHistory(const AcceptedCorrection& accepted, const CommandLineContext&
     // Adding a row needs none of the rows already there.
     const std::unique_ptr<HistoryStore> history = context.openHistory(HistoryStore::Use::append);
     if (!history->isPersistent() || !history->record(accepted)) {
-        context.err << "vesk: the history couldn't be saved; this correction is not in it.\n";
+        context.err << "vesk: the history couldn't be saved; this correction is not in it.\n"
+                    << history->problem() << "\n";
     }
 }
 

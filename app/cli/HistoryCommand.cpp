@@ -82,7 +82,7 @@ int historyCommand(const std::vector<std::string>& args, const CommandLineContex
     }
     const std::unique_ptr<HistoryStore> history = context.openHistory(HistoryStore::Use::read);
     if (!history->isPersistent()) {
-        context.err << "Couldn't open the history\nThe history file in Vesk's data folder can't be read or created.\n";
+        context.err << "Couldn't open the history\n" << history->problem() << "\n";
         return 1;
     }
     const std::vector<CorrectionRecord>& records = history->records();

@@ -2,6 +2,7 @@
 #include "app/common/Logging.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <limits>
 #include <sqlite3.h>
 #include <thread>
@@ -82,6 +83,24 @@ bool exec(sqlite3* db, const char* sql)
         return false;
     }
     return true;
+}
+
+// The operating system's error behind SQLite's last one. An I/O error keeps it with the file it happened to
+// (the log, mostly), not with the connection.
+int systemError(sqlite3* db)
+{
+    if (const int error = sqlite3_system_errno(db); error != 0) {
+        return error;
+    }
+    int error = 0;
+    sqlite3_file* log = nullptr;
+    if (sqlite3_file_control(db, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log) == SQLITE_OK && log != nullptr &&
+        log->pMethods != nullptr && log->pMethods->xFileControl(log, SQLITE_FCNTL_LAST_ERRNO, &error) == SQLITE_OK &&
+        error != 0) {
+        return error;
+    }
+    sqlite3_file_control(db, "main", SQLITE_FCNTL_LAST_ERRNO, &error);
+    return error;
 }
 
 // Reading through the page cache's mapping saves copying every page on the way in.
@@ -191,21 +210,61 @@ std::string HistoryDatabase::errorMessage() const
     return m_db ? sqlite3_errmsg(m_db) : "cannot open";
 }
 
-bool HistoryDatabase::exec(const char* sql) const
+bool HistoryDatabase::exec(const char* sql)
 {
-    return vesk::app::exec(m_db, sql);
+    return vesk::app::exec(m_db, sql) || noteFailure();
 }
 
-bool HistoryDatabase::open(const std::string& path, bool readOnly)
+bool HistoryDatabase::noteFailure()
 {
-    close();
-    const int flags = (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE) |
-                      SQLITE_OPEN_NOMUTEX;
-    if (sqlite3_open_v2(path.c_str(), &m_db, flags, nullptr) != SQLITE_OK) {
+    // Classified from the first failure: what follows (a rollback) says nothing about the cause.
+    if (m_problem != Problem::none) {
         return false;
     }
+    const int code = m_db ? sqlite3_errcode(m_db) : SQLITE_CANTOPEN;
+    const int system = m_db ? systemError(m_db) : 0;
+    if (code == SQLITE_FULL || system == ENOSPC || system == EDQUOT || system == EFBIG) {
+        m_problem = Problem::full;
+    } else if (code == SQLITE_READONLY || code == SQLITE_PERM || system == EROFS || system == EACCES ||
+               system == EPERM) {
+        m_problem = Problem::readOnly;
+    } else {
+        m_problem = Problem::unusable;
+    }
+    return false;
+}
+
+bool HistoryDatabase::open(const std::string& path, Access access)
+{
+    close();
+    m_problem = Problem::none;
+    if (sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
+                        nullptr) != SQLITE_OK) {
+        return noteFailure();
+    }
     sqlite3_busy_timeout(m_db, busyTimeoutMs);
+    // SQLite opens a file it may not write for reading only; that does for reading a current history.
+    if (sqlite3_db_readonly(m_db, "main") == 1) {
+        if (access == Access::readWrite) {
+            m_problem = Problem::readOnly;
+            return false;
+        }
+        return exec(mapFile) && hasCurrentSchema();
+    }
     return useWriteAheadLog() && exec("PRAGMA synchronous=NORMAL;") && exec(mapFile) && migrate();
+}
+
+bool HistoryDatabase::hasCurrentSchema()
+{
+    const auto version = queryInteger(m_db, "PRAGMA user_version");
+    if (!version) {
+        return noteFailure();
+    }
+    if (*version > schemaVersion) {
+        qCWarning(lcHistory) << "The history was written by a newer Vesk (schema" << *version << ")";
+        m_problem = Problem::newer;
+    }
+    return *version == schemaVersion || noteFailure();
 }
 
 // Write-ahead logging: a kill during a write leaves the last committed state; readers never block. The
@@ -229,11 +288,11 @@ bool HistoryDatabase::useWriteAheadLog()
             }
             if ((step & 0xff) != SQLITE_BUSY && (step & 0xff) != SQLITE_LOCKED) {
                 qCWarning(lcHistory) << "SQLite: write-ahead log refused:" << sqlite3_errmsg(m_db);
-                return false;
+                return noteFailure();
             }
         }
         if (std::chrono::steady_clock::now() >= deadline) {
-            return false;
+            return noteFailure();
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
@@ -242,26 +301,18 @@ bool HistoryDatabase::useWriteAheadLog()
 bool HistoryDatabase::migrate()
 {
     const auto found = queryInteger(m_db, "PRAGMA user_version");
-    if (found && *found == schemaVersion) {
-        return true;
+    if (!found || *found >= schemaVersion) {
+        return hasCurrentSchema();
     }
     // Another process may be creating the same file: the version is read again once this one holds the
     // write lock (BEGIN IMMEDIATE waits for it), and creating what is already there is no error.
-    if (!found || !exec("BEGIN IMMEDIATE;")) {
+    if (!exec("BEGIN IMMEDIATE;")) {
         return false;
     }
-    const std::int64_t current = queryInteger(m_db, "PRAGMA user_version").value_or(-1);
-    if (current == schemaVersion) {
-        return exec("COMMIT;");
-    }
-    if (current < 0) {
-        exec("ROLLBACK;");
-        return false;
-    }
-    if (current > schemaVersion) {
-        exec("ROLLBACK;");
-        qCWarning(lcHistory) << "The history was written by a newer Vesk (schema" << current << ")";
-        return false;
+    const auto current = queryInteger(m_db, "PRAGMA user_version");
+    if (!current || *current >= schemaVersion) {
+        const bool isCurrent = hasCurrentSchema();
+        return exec(isCurrent ? "COMMIT;" : "ROLLBACK;") && isCurrent;
     }
     // Each step moves one version up; later versions add steps here.
     if (exec("CREATE TABLE IF NOT EXISTS corrections ("
@@ -318,7 +369,7 @@ bool HistoryDatabase::setFoldLocale(const std::string& locale, bool replace)
 {
     Statement set(m_db, replace ? "INSERT OR REPLACE INTO meta (key, value) VALUES ('searchLocale', ?)"
                                 : "INSERT OR IGNORE INTO meta (key, value) VALUES ('searchLocale', ?)");
-    return set && set.bind(locale) && set.step() == SQLITE_DONE;
+    return (set && set.bind(locale) && set.step() == SQLITE_DONE) || noteFailure();
 }
 
 bool HistoryDatabase::rewriteSearchTexts(const HistoryIndex& index)
@@ -391,6 +442,7 @@ std::optional<std::int64_t> HistoryDatabase::insert(const CorrectionRecord& r, i
         !insert.bind(dateMs, r.providerRaw, r.model, r.original, r.corrected, r.promptTokens, r.completionTokens,
                      r.estimatedCost, r.changeCount, r.sourceApp, r.strengthRaw, r.toneRaw, words, searchText) ||
         insert.step() != SQLITE_DONE) {
+        noteFailure();
         return std::nullopt;
     }
     return sqlite3_last_insert_rowid(m_db);

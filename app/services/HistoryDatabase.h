@@ -24,13 +24,25 @@ public:
     HistoryDatabase(const HistoryDatabase&) = delete;
     HistoryDatabase& operator=(const HistoryDatabase&) = delete;
 
-    // Opens the file at `path`, creating and migrating it unless `readOnly`. ":memory:" gives a database
-    // that lives as long as this object.
-    bool open(const std::string& path, bool readOnly);
+    // Why the last open or write failed.
+    enum class Problem {
+        none,
+        unusable, // not a history, or it can't be opened or created
+        newer,    // written by a newer version of Vesk; left as it is
+        readOnly, // the file or its folder can't be written
+        full      // the disk (or the user's quota) is full
+    };
+    // readOnly: a file that can't be written is read as it is; readWrite: such a file fails.
+    enum class Access { readOnly, readWrite };
+
+    // Opens the file at `path`, creating and migrating it when it can be written. ":memory:" gives a
+    // database that lives as long as this object.
+    bool open(const std::string& path, Access access);
     void close();
     [[nodiscard]] bool isOpen() const { return m_db != nullptr; }
     // SQLite's words for the last failure.
     [[nodiscard]] std::string errorMessage() const;
+    [[nodiscard]] Problem problem() const { return m_problem; }
 
     // SQLite's count of other connections' commits, and how often the history was cleared.
     [[nodiscard]] std::optional<std::int64_t> dataVersion() const;
@@ -55,11 +67,15 @@ public:
     bool clear();
 
 private:
-    bool exec(const char* sql) const;
+    bool exec(const char* sql);
+    // Keeps the cause of the failure SQLite reports now; always false.
+    bool noteFailure();
+    bool hasCurrentSchema();
     bool useWriteAheadLog();
     bool migrate();
 
     sqlite3* m_db = nullptr;
+    Problem m_problem = Problem::none;
 };
 
 } // namespace vesk::app

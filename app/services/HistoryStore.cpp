@@ -30,6 +30,7 @@ HistoryStore::HistoryStore(QString path, Use use, Clock clock, QObject* parent)
     }
     m_persistent = open(path);
     if (!m_persistent) {
+        m_problem = m_database.problem();
         qCCritical(lcHistory).noquote() << QStringLiteral("Persistent store failed (%1); using in-memory.")
                                                .arg(QString::fromStdString(m_database.errorMessage()));
         forget();
@@ -50,7 +51,8 @@ HistoryStore::~HistoryStore() = default;
 
 bool HistoryStore::open(const QString& path)
 {
-    if (!m_database.open(path.toStdString(), false)) {
+    const auto access = m_use == Use::read ? HistoryDatabase::Access::readOnly : HistoryDatabase::Access::readWrite;
+    if (!m_database.open(path.toStdString(), access)) {
         return false;
     }
     if (m_use != Use::append) {
@@ -155,6 +157,9 @@ bool HistoryStore::record(const AcceptedCorrection& accepted)
             m_ownIds.push_back(r.id);
         }
     } else {
+        if (m_persistent) {
+            m_problem = m_database.problem();
+        }
         qCCritical(lcHistory).noquote()
             << QStringLiteral("History save failed: %1").arg(QString::fromStdString(m_database.errorMessage()));
         // Still shown until quit, under an id no stored row can have, so the views can tell it apart.
@@ -173,6 +178,23 @@ void HistoryStore::clearAll()
     m_dataVersion = -1; // the next look takes in whatever the file still holds, should the clear have failed
     emit cleared();
     emit changed();
+}
+
+std::string HistoryStore::problem() const
+{
+    switch (m_problem) {
+    case HistoryDatabase::Problem::none:
+        return {};
+    case HistoryDatabase::Problem::newer:
+        return "The history was written by a newer version of Vesk; update Vesk to use it. The file is left as it is.";
+    case HistoryDatabase::Problem::readOnly:
+        return "The history file is read-only, so Vesk can't add to it.";
+    case HistoryDatabase::Problem::full:
+        return "The disk holding the history is full; free some space and Vesk saves again.";
+    case HistoryDatabase::Problem::unusable:
+        break;
+    }
+    return "The history file in Vesk's data folder can't be read or created.";
 }
 
 std::vector<std::size_t> HistoryStore::search(const QString& query) const

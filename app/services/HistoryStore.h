@@ -42,6 +42,9 @@ public:
     // Newest first.
     [[nodiscard]] const std::vector<CorrectionRecord>& records() const { return m_index.records(); }
     [[nodiscard]] bool isPersistent() const { return m_persistent; }
+    // Why the file could not be opened, or the last record not saved, in a sentence for the user; empty
+    // when nothing went wrong.
+    [[nodiscard]] std::string problem() const;
     // The record with the store's row id, or null when there is none (any more).
     [[nodiscard]] const CorrectionRecord* find(std::int64_t id) const { return m_index.find(id); }
 
@@ -82,6 +85,7 @@ private:
     HistoryDatabase m_database;
     HistoryIndex m_index;
     bool m_persistent = false;
+    HistoryDatabase::Problem m_problem = HistoryDatabase::Problem::none;
     // The locale the stored search texts are folded in; new rows are folded the same way.
     std::string m_foldLocale;
     std::int64_t m_lastUnsavedId = 0;

@@ -12,7 +12,10 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <regex>
+#include <sqlite3.h>
 #include <sstream>
 #include <thread>
 #include <thread>
@@ -31,8 +34,9 @@ constexpr const char* anthropicKey = "sk-ant-test key";
 class CommandLineTest : public ::testing::Test
 {
 protected:
+    // `shell` runs first in a shell that then execs vesk, to set limits for it.
     ProcessResult vesk(const std::vector<std::string>& args, const std::string& input = {},
-                       std::map<std::string, std::string> environment = {}) const
+                       std::map<std::string, std::string> environment = {}, const std::string& shell = {}) const
     {
         ProcessOptions options;
         options.input = input;
@@ -46,7 +50,12 @@ protected:
             options.setEnvironment[name] = value;
         }
         options.unsetEnvironment = {"http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "ALL_PROXY"};
-        return test::runProcess(VESK_BINARY, args, options);
+        if (shell.empty()) {
+            return test::runProcess(VESK_BINARY, args, options);
+        }
+        std::vector<std::string> shellArgs{"-c", shell + "; exec \"$0\" \"$@\"", VESK_BINARY};
+        shellArgs.insert(shellArgs.end(), args.begin(), args.end());
+        return test::runProcess("/bin/sh", shellArgs, options);
     }
 
     // The session's real keyring (the test runs inside its own D-Bus session), and no keys from the
@@ -81,6 +90,17 @@ protected:
             lines.push_back(line);
         }
         return lines;
+    }
+
+    std::string historyFile() const { return m_home.filePath("data/Vesk/vesk/history.sqlite3").toStdString(); }
+
+    // One statement on the history file behind vesk's back.
+    void sql(const std::string& statement) const
+    {
+        sqlite3* db = nullptr;
+        ASSERT_EQ(sqlite3_open(historyFile().c_str(), &db), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(db, statement.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(db);
+        sqlite3_close(db);
     }
 
     test::ScriptedProviderServer m_server;
@@ -331,7 +351,8 @@ TEST_F(CommandLineTest, AnUnusableHistoryNeverFailsTheCorrection)
     const ProcessResult r = correctThroughServer({}, {"Hello."}, "helo");
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_EQ(r.out, "Hello.");
-    EXPECT_EQ(r.err, "vesk: the history couldn't be saved; this correction is not in it.\n");
+    EXPECT_EQ(r.err, "vesk: the history couldn't be saved; this correction is not in it.\n"
+                     "The history file in Vesk's data folder can't be read or created.\n");
 
     const ProcessResult history = vesk({"history"});
     EXPECT_EQ(history.exitCode, 1);
@@ -358,6 +379,46 @@ TEST_F(CommandLineTest, ConcurrentFirstRunsKeepEveryRow)
         }
         EXPECT_EQ(Json::parse(vesk({"history", "--json"}).out).size(), runs);
     }
+}
+
+// A history vesk can't write says why, and what it can still read is listed.
+TEST_F(CommandLineTest, HistoryProblemsAreNamed)
+{
+    ASSERT_EQ(correctThroughServer({}, {"Kept."}, "kept").exitCode, 0);
+    const std::string notSaved = "vesk: the history couldn't be saved; this correction is not in it.\n";
+
+    // Writes past the file size limit fail as writes on a full disk do.
+    const std::string words = [] {
+        std::string text;
+        while (text.size() < 40'000) {
+            text += "word ";
+        }
+        return text;
+    }();
+    m_server.enqueue(ScriptedResponse::events(streams::openAI(streams::split(words, 4000))));
+    const ProcessResult full =
+        vesk({"correct", "--endpoint", m_server.url("")}, words, {}, "trap '' XFSZ; ulimit -f 64");
+    EXPECT_EQ(full.exitCode, 0);
+    EXPECT_EQ(full.err, notSaved + "The disk holding the history is full; free some space and Vesk saves again.\n");
+
+    // Read-only for root as well: immutable where the file system allows it.
+    ASSERT_EQ(chmod(historyFile().c_str(), 0444), 0);
+    const bool immutable = geteuid() == 0 && std::system(("chattr +i " + historyFile() + " 2>/dev/null").c_str()) == 0;
+    const ProcessResult readOnly = correctThroughServer({}, {"Hello."}, "helo");
+    EXPECT_EQ(readOnly.err, notSaved + "The history file is read-only, so Vesk can't add to it.\n");
+    EXPECT_EQ(historyLines().size(), 1U) << "a read-only history is still listed";
+    if (immutable) {
+        ASSERT_EQ(std::system(("chattr -i " + historyFile()).c_str()), 0);
+    }
+    ASSERT_EQ(chmod(historyFile().c_str(), 0600), 0);
+
+    sql("PRAGMA user_version = 2");
+    const std::string newer =
+        "The history was written by a newer version of Vesk; update Vesk to use it. The file is left as it is.\n";
+    EXPECT_EQ(correctThroughServer({}, {"Hello."}, "helo").err, notSaved + newer);
+    const ProcessResult history = vesk({"history"});
+    EXPECT_EQ(history.exitCode, 1);
+    EXPECT_EQ(history.err, "Couldn't open the history\n" + newer);
 }
 
 } // namespace
