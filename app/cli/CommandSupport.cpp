@@ -140,6 +140,34 @@ ProviderID parseProvider(const std::string& value)
     return parseCase<ProviderID>("provider", value);
 }
 
+std::string forTerminal(std::string_view text, bool terminal)
+{
+    if (!terminal) {
+        return std::string(text);
+    }
+    std::string shown;
+    shown.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const bool lineEnd = byte == '\n' || byte == '\t' || (byte == '\r' && i + 1 < text.size() && text[i + 1] == '\n');
+        if (byte == 0x7F) {
+            shown += "\u2421"; // ␡
+        } else if (byte < 0x20 && !lineEnd) {
+            // The control pictures block: U+2400 + the control's code, ␛ for escape.
+            shown += static_cast<char>(0xE2);
+            shown += static_cast<char>(0x90);
+            shown += static_cast<char>(0x80 + byte);
+        } else if (byte == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) >= 0x80 &&
+                   static_cast<unsigned char>(text[i + 1]) <= 0x9F) {
+            shown += "\uFFFD"; // a C1 control, which some terminals obey like its escape sequence
+            ++i;
+        } else {
+            shown += text[i];
+        }
+    }
+    return shown;
+}
+
 void printJson(std::ostream& out, const Json& json, int indent)
 {
     out << json.dump(indent, ' ', false, Json::error_handler_t::replace) << "\n";

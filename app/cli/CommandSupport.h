@@ -9,6 +9,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vesk::app::cli {
@@ -44,6 +45,12 @@ ProviderID parseProvider(const std::string& value);
 // One JSON document a line; bytes that are not UTF-8 (a damaged history, a provider's error body) are
 // written replaced rather than abort the command.
 void printJson(std::ostream& out, const Json& json, int indent = -1);
+
+// Text from a provider or the history as a terminal should show it when `terminal`: control characters
+// that would move the cursor, retitle the window or recolour what follows (escape sequences, C1 controls,
+// lone carriage returns, backspaces) become visible symbols; line breaks and tabs stay. Otherwise the
+// bytes as they are, for whatever reads them.
+std::string forTerminal(std::string_view text, bool terminal);
 
 int correctCommand(const std::vector<std::string>& args, const CommandLineContext& context);
 int historyCommand(const std::vector<std::string>& args, const CommandLineContext& context);

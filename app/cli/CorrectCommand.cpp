@@ -119,9 +119,10 @@ int correctCommand(const std::vector<std::string>& args, const CommandLineContex
 
     std::string text{std::istreambuf_iterator<char>(context.in), std::istreambuf_iterator<char>()};
     const auto fail = [&](const ProviderFailure& failure) {
+        // The detail may quote the provider's own words.
         context.err << failure.title << "\n" << failure.message << "\n";
         if (failure.detail) {
-            context.err << *failure.detail << "\n";
+            context.err << forTerminal(*failure.detail, context.errIsTerminal) << "\n";
         }
         if (overrides.json) {
             Json json = Json::object();
@@ -175,7 +176,7 @@ int correctCommand(const std::vector<std::string>& args, const CommandLineContex
         json["estimatedCost"] = Pricing::estimatedCost(run.model, usage);
         printJson(context.out, json);
     } else {
-        context.out << *accepted;
+        context.out << forTerminal(*accepted, context.outIsTerminal);
     }
     if (recorded && !overrides.noHistory) {
         keepInHistory(*recorded, context);

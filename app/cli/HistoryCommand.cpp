@@ -100,7 +100,7 @@ int historyCommand(const std::vector<std::string>& args, const CommandLineContex
         context.err << "No corrections yet.\n";
     }
     for (const std::size_t index : found) {
-        context.out << recordLine(records[index]) << "\n";
+        context.out << forTerminal(recordLine(records[index]), context.outIsTerminal) << "\n";
     }
     return 0;
 }

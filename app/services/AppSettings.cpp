@@ -1,8 +1,10 @@
 #include "app/services/AppSettings.h"
 #include "app/common/Logging.h"
+#include "app/services/PrivateFiles.h"
 
 #include "app/common/AppIdentity.h"
 
+#include <QFileInfo>
 #include <QLoggingCategory>
 #include <QSettings>
 
@@ -44,6 +46,11 @@ void AppSettings::save()
 {
     // Never throws: text that is not UTF-8 (it cannot come from the settings pages) is stored replaced.
     const std::string encoded = toJson(m_snapshot).dump(-1, ' ', false, Json::error_handler_t::replace);
+    // The folder and file are the user's alone; the file keeps its permissions when rewritten.
+    if (m_storage->format() != QSettings::InvalidFormat && !m_storage->fileName().isEmpty()) {
+        makePrivateDirectory(QFileInfo(m_storage->fileName()).path());
+        makePrivateFile(m_storage->fileName());
+    }
     m_storage->setValue(storageKey, QByteArray::fromStdString(encoded));
     m_storage->sync();
     if (m_storage->status() != QSettings::NoError) {

@@ -1,9 +1,9 @@
 #include "app/services/HistoryStore.h"
 #include "app/common/Logging.h"
+#include "app/services/PrivateFiles.h"
 
 #include "core/UnicodeText.h"
 
-#include <QDir>
 #include <QStandardPaths>
 #include <algorithm>
 #include <unicode/locid.h>
@@ -25,7 +25,7 @@ HistoryStore::HistoryStore(QString path, Use use, Clock clock, QObject* parent)
 {
     if (path.isEmpty()) {
         const QString dir = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
-        QDir().mkpath(dir);
+        makePrivateDirectory(dir);
         path = dir + QStringLiteral("/history.sqlite3");
     }
     m_persistent = open(path);
@@ -51,6 +51,12 @@ HistoryStore::~HistoryStore() = default;
 
 bool HistoryStore::open(const QString& path)
 {
+    // SQLite gives the log and its index the file's permissions.
+    if (path != QStringLiteral(":memory:")) {
+        makePrivateFile(path);
+        makePrivateFile(path + QStringLiteral("-wal"), false);
+        makePrivateFile(path + QStringLiteral("-shm"), false);
+    }
     const auto access = m_use == Use::read ? HistoryDatabase::Access::readOnly : HistoryDatabase::Access::readWrite;
     if (!m_database.open(path.toStdString(), access)) {
         return false;

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <set>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 namespace vesk::app {
 namespace {
@@ -148,6 +149,26 @@ TEST_F(HistoryStoreTest, FiguresFromADamagedFileSaturate)
     EXPECT_EQ(figures.mistakesThisWeek, std::numeric_limits<int>::max());
     EXPECT_EQ(figures.wordsPolished, std::numeric_limits<int>::max());
     EXPECT_EQ(store.records().back().changeCount, 0);
+}
+
+// The history holds every text corrected: the file, its log and the log's index are the user's alone, under
+// the usual umask and when an older version left the file readable by others.
+TEST_F(HistoryStoreTest, TheFileAndItsLogAreTheUsersAlone)
+{
+    const mode_t umaskBefore = umask(022);
+    for (const mode_t before : {0644, 0640}) {
+        HistoryStore store(path());
+        store.record(accepted("helo", "Hello."));
+        for (const char* suffix : {"", "-wal", "-shm"}) {
+            struct stat status
+            {
+            };
+            ASSERT_EQ(stat((path() + suffix).toUtf8().constData(), &status), 0) << suffix;
+            EXPECT_EQ(status.st_mode & 0777, 0600U) << suffix;
+            chmod((path() + suffix).toUtf8().constData(), before);
+        }
+    }
+    umask(umaskBefore);
 }
 
 TEST_F(HistoryStoreTest, UnusableFilesFallBackToMemoryAndAreLeftAlone)

@@ -10,6 +10,9 @@
 #include <QDir>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QThread>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -419,6 +422,82 @@ TEST_F(CommandLineTest, HistoryProblemsAreNamed)
     const ProcessResult history = vesk({"history"});
     EXPECT_EQ(history.exitCode, 1);
     EXPECT_EQ(history.err, "Couldn't open the history\n" + newer);
+}
+
+// Under the usual umask 022, what Vesk creates is still the user's alone.
+TEST_F(CommandLineTest, FilesAndFoldersAreTheUsersAlone)
+{
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Hello."})));
+    ASSERT_EQ(vesk({"correct", "--endpoint", m_server.url("")}, "helo", {}, "umask 022").exitCode, 0);
+    ASSERT_EQ(vesk({"settings", "--tone", "concise"}, {}, {}, "umask 022").exitCode, 0);
+    const auto mode = [this](const char* path) {
+        struct stat status
+        {
+        };
+        EXPECT_EQ(stat(m_home.filePath(path).toUtf8().constData(), &status), 0) << path;
+        return status.st_mode & 0777;
+    };
+    for (const char* folder : {"data", "data/Vesk", "data/Vesk/vesk", "config/Vesk"}) {
+        EXPECT_EQ(mode(folder), 0700U) << folder;
+    }
+    EXPECT_EQ(mode("data/Vesk/vesk/history.sqlite3"), 0600U);
+    EXPECT_EQ(mode("config/Vesk/vesk.conf"), 0600U);
+}
+
+// A running correction may not leave a core dump: the limit is 0 whatever the shell allowed.
+TEST_F(CommandLineTest, ARunningCorrectionDumpsNoCore)
+{
+    QProcess running;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), m_home.filePath("data"));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_home.filePath("config"));
+    running.setProcessEnvironment(environment);
+    // Standard input stays open, so vesk waits for the text.
+    running.start(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("ulimit -c 4096; exec \"$0\" correct"),
+                                              QStringLiteral(VESK_BINARY)});
+    ASSERT_TRUE(running.waitForStarted());
+    const QString proc = QStringLiteral("/proc/%1/").arg(running.processId());
+    const auto coreLimit = [&] {
+        QFile limits(proc + QStringLiteral("limits"));
+        const QByteArray text = limits.open(QIODevice::ReadOnly) ? limits.readAll() : QByteArray();
+        const auto at = text.indexOf("Max core file size");
+        return text.mid(at, text.indexOf('\n', at) - at).simplified();
+    };
+    QByteArray limit;
+    for (int i = 0; i < 100 && (limit = coreLimit()) != "Max core file size 0 0 bytes"; ++i) {
+        QThread::msleep(20);
+    }
+    EXPECT_EQ(limit, "Max core file size 0 0 bytes");
+    if (geteuid() != 0) {
+        EXPECT_EQ(QFileInfo(proc + QStringLiteral("environ")).ownerId(), 0U) << "not dumpable: /proc belongs to root";
+    }
+    running.kill();
+    running.waitForFinished();
+}
+
+// Escape sequences in a reply or the history are shown, not obeyed, on a terminal; a pipe gets the exact text.
+TEST_F(CommandLineTest, ControlCharactersAreShownOnATerminal)
+{
+    const std::string reply = "Hi\x1B]0;owned\x07 there\xC2\x9B" "2J.";
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({reply})));
+    const ProcessResult piped = vesk({"correct", "--endpoint", m_server.url("")}, "hi there");
+    ASSERT_EQ(piped.exitCode, 0) << piped.err;
+    EXPECT_EQ(piped.out, reply);
+
+    // script(1) runs the command on a terminal of its own and copies what it shows.
+    QFile input(m_home.filePath("input.txt"));
+    ASSERT_TRUE(input.open(QIODevice::WriteOnly));
+    input.write("hi there");
+    input.close();
+    const auto onTerminal = [&](const std::string& command) {
+        return vesk({}, {}, {}, "exec script -qec \"'$0' " + command + "\" /dev/null").out;
+    };
+    const std::string shown = "Hi\u241B]0;owned\u2407 there\uFFFD2J.";
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({reply})));
+    EXPECT_EQ(onTerminal("correct --endpoint " + m_server.url("") + " < " + input.fileName().toStdString()), shown);
+    const std::string history = onTerminal("history");
+    EXPECT_TRUE(history.ends_with(shown + "\r\n")) << history;
+    EXPECT_EQ(history.find('\x1B'), std::string::npos);
 }
 
 } // namespace
