@@ -1,5 +1,6 @@
 #include "app/cli/CommandSupport.h"
 
+#include "app/services/AppSettings.h"
 #include "core/UnicodeText.h"
 
 #include <algorithm>
@@ -82,6 +83,9 @@ Overrides parseOptions(const std::vector<std::string>& args, Command command)
         } else if (name == "--model") {
             o.model = *value;
         } else if (name == "--endpoint") {
+            if (const auto problem = value->empty() ? std::nullopt : endpointProblem(*value)) {
+                throw UsageError{"the endpoint \"" + *value + "\" is not a usable address: " + *problem};
+            }
             o.endpoint = *value;
         } else if (name == "--review") {
             o.review = parseSwitch(*value);
@@ -166,6 +170,14 @@ std::string forTerminal(std::string_view text, bool terminal)
         }
     }
     return shown;
+}
+
+const AppSettingsSnapshot& savedSettings(const CommandLineContext& context)
+{
+    for (const std::string& warning : context.settings.warnings()) {
+        context.err << "vesk: " << warning << "\n";
+    }
+    return context.settings.snapshot();
 }
 
 void printJson(std::ostream& out, const Json& json, int indent)

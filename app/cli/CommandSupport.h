@@ -41,6 +41,8 @@ Overrides parseOptions(const std::vector<std::string>& args, Command command);
 // The snapshot with the options applied; model and endpoint belong to the provider in effect.
 AppSettingsSnapshot applied(AppSettingsSnapshot s, const Overrides& o);
 ProviderID parseProvider(const std::string& value);
+// The saved settings, after saying on standard error what in them was not understood.
+const AppSettingsSnapshot& savedSettings(const CommandLineContext& context);
 
 // One JSON document a line; bytes that are not UTF-8 (a damaged history, a provider's error body) are
 // written replaced rather than abort the command.

@@ -115,7 +115,7 @@ Json failureJson(const ProviderFailure& failure)
 int correctCommand(const std::vector<std::string>& args, const CommandLineContext& context)
 {
     const Overrides overrides = parseOptions(args, Command::correct);
-    const AppSettingsSnapshot settings = applied(context.settings.snapshot(), overrides);
+    const AppSettingsSnapshot settings = applied(savedSettings(context), overrides);
 
     std::string text{std::istreambuf_iterator<char>(context.in), std::istreambuf_iterator<char>()};
     const auto fail = [&](const ProviderFailure& failure) {

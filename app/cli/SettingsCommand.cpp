@@ -10,8 +10,9 @@ namespace vesk::app::cli {
 int settingsCommand(const std::vector<std::string>& args, const CommandLineContext& context)
 {
     const Overrides overrides = parseOptions(args, Command::settings);
+    const AppSettingsSnapshot& saved = savedSettings(context);
     if (args.size() > 1) {
-        context.settings.setSnapshot(applied(context.settings.snapshot(), overrides));
+        context.settings.setSnapshot(applied(saved, overrides));
     }
     printJson(context.out, toJson(context.settings.snapshot()), 2);
     return 0;

@@ -12,6 +12,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QSettings>
 #include <QThread>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -256,6 +257,39 @@ TEST_F(CommandLineTest, SettingsPersistAndShapeTheNextCorrection)
     ASSERT_EQ(r.exitCode, 0) << r.err;
     EXPECT_EQ(r.out, "Done.");
     EXPECT_EQ(m_server.requests().at(0).target, "/v1/messages");
+}
+
+// One value of the wrong type costs that value alone: the local endpoint is still used, the user is told,
+// and a later change writes the value back as it was.
+TEST_F(CommandLineTest, ASettingsFlawCostsThatValueAlone)
+{
+    const QByteArray document = QByteArray(R"({"selectedProvider":"openai","models":{},"hasOnboarded":"yes",)") +
+                                R"("endpoints":{"openai":")" + QByteArray::fromStdString(m_server.url("")) + "\"}}";
+    QSettings(m_home.filePath("config/Vesk/vesk.conf"), QSettings::IniFormat).setValue("appSettings.v1", document);
+    const std::string warning = "vesk: the saved \"hasOnboarded\" is not understood; false is used instead, and the "
+                                "file keeps what it holds\n";
+
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Hello."})));
+    const ProcessResult r = vesk({"correct", "--no-history"}, "helo");
+    EXPECT_EQ(r.out, "Hello.");
+    EXPECT_EQ(r.err, warning);
+    EXPECT_EQ(m_server.requests().size(), 1U) << "sent to the configured endpoint";
+
+    ASSERT_EQ(vesk({"settings", "--tone", "concise"}).exitCode, 0);
+    const ProcessResult again = vesk({"settings"});
+    EXPECT_EQ(again.err, warning) << "still kept as it was";
+    EXPECT_EQ(Json::parse(again.out)["correction"]["tone"], "concise");
+
+    for (const auto& [endpoint, reason] : {std::pair{"localhost:8080", "it must start with http:// or https://"},
+                                           std::pair{"http://127.0.0.1:9/v1?x=1", "a base address takes no query"}}) {
+        const ProcessResult refused = vesk({"settings", "--endpoint", endpoint});
+        EXPECT_EQ(refused.exitCode, 2);
+        EXPECT_NE(refused.err.find(std::string("vesk: the endpoint \"") + endpoint + "\" is not a usable address: " +
+                                   reason),
+                  std::string::npos)
+            << refused.err;
+    }
+    EXPECT_EQ(Json::parse(vesk({"settings"}).out)["endpoints"]["openai"], m_server.url(""));
 }
 
 TEST_F(CommandLineTest, UnreachableServerFailsAsNoResponse)
