@@ -111,7 +111,7 @@ protected:
     QTemporaryDir m_home;
 };
 
-TEST_F(CommandLineTest, CorrectsThroughOpenAIWithTheExactRequest)
+TEST_F(CommandLineTest, CorrectsThroughOpenAI)
 {
     m_server.enqueue(ScriptedResponse::events(streams::openAI({"The", " cat", " sat."})));
     const ProcessResult r = vesk({"correct", "--json", "--endpoint", m_server.url("")}, "teh cat sat");
@@ -132,15 +132,7 @@ TEST_F(CommandLineTest, CorrectsThroughOpenAIWithTheExactRequest)
     const auto& request = requests[0];
     EXPECT_EQ(request.target, "/v1/chat/completions");
     EXPECT_EQ(request.header("Authorization"), std::string("Bearer ") + openAIKey);
-    const Json body = Json::parse(request.body);
-    const Json expected = {{"model", "gpt-4o-mini"},
-                           {"temperature", 0.2},
-                           {"stream", true},
-                           {"stream_options", {{"include_usage", true}}},
-                           {"messages",
-                            {{{"role", "system"}, {"content", PromptBuilder::systemPrompt(CorrectionSettings{})}},
-                             {{"role", "user"}, {"content", PromptBuilder::userMessage("teh cat sat")}}}}};
-    EXPECT_EQ(body, expected);
+    EXPECT_EQ(Json::parse(request.body)["messages"][1]["content"], PromptBuilder::userMessage("teh cat sat"));
 }
 
 TEST_F(CommandLineTest, CorrectsThroughAnthropicWithOverrides)
@@ -169,14 +161,6 @@ TEST_F(CommandLineTest, CorrectsThroughAnthropicWithOverrides)
                            {"system", PromptBuilder::systemPrompt(settings)},
                            {"messages", {{{"role", "user"}, {"content", PromptBuilder::userMessage("hola mundo")}}}}};
     EXPECT_EQ(Json::parse(request.body), expected);
-}
-
-TEST_F(CommandLineTest, PrintsJustTheTextAndTheOriginalWhenNothingChanged)
-{
-    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Fine as is."})));
-    const ProcessResult r = vesk({"correct", "--endpoint", m_server.url("")}, "Fine as is.");
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    EXPECT_EQ(r.out, "Fine as is.");
 }
 
 TEST_F(CommandLineTest, RejectedKeyFailsWithTheKeyMasked)
@@ -228,6 +212,8 @@ TEST_F(CommandLineTest, BadInputAndUsageNeverReachTheProvider)
     EXPECT_EQ(vesk({"settings", "--instructions", "caf\xC3"}).exitCode, 2);
     EXPECT_EQ(vesk({"correct", "--review", "on"}).exitCode, 2) << "review is a saved setting only";
     EXPECT_EQ(vesk({"correct", "--setup-done", "on"}).exitCode, 2);
+    EXPECT_EQ(vesk({"history", "--search"}).exitCode, 2);
+    EXPECT_EQ(vesk({"history", "--provider", "openai"}).exitCode, 2);
 
     const ProcessResult empty = vesk({"correct", "--endpoint", m_server.url("")}, " \n");
     EXPECT_EQ(empty.exitCode, 1);
@@ -325,21 +311,10 @@ TEST_F(CommandLineTest, KeyringKeysAreSetUsedAndRemoved)
     EXPECT_EQ(veskWithKeyring({"key", "set", "mistral"}, key).exitCode, 2);
 }
 
-TEST_F(CommandLineTest, HistoryStartsEmpty)
-{
-    const ProcessResult json = vesk({"history", "--json"});
-    EXPECT_EQ(json.exitCode, 0) << json.err;
-    EXPECT_EQ(json.out, "[]\n");
-    const ProcessResult plain = vesk({"history"});
-    EXPECT_EQ(plain.exitCode, 0) << plain.err;
-    EXPECT_EQ(plain.out, "");
-
-    EXPECT_EQ(vesk({"history", "--search"}).exitCode, 2);
-    EXPECT_EQ(vesk({"history", "--provider", "openai"}).exitCode, 2);
-}
-
 TEST_F(CommandLineTest, SuccessfulCorrectionsAreKeptInTheHistory)
 {
+    EXPECT_EQ(vesk({"history", "--json"}).out, "[]\n");
+    EXPECT_TRUE(historyLines().empty());
     ASSERT_EQ(correctThroughServer({}, {"The", " cat", " sat."}, "teh cat sat").exitCode, 0);
     ASSERT_EQ(correctThroughServer({"--no-history"}, {"Not kept."}, "not kep").exitCode, 0);
     m_server.enqueue(ScriptedResponse::text(401, "application/json", streams::openAIErrorBody("bad key")));
