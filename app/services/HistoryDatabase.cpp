@@ -180,8 +180,7 @@ bool readRangeOfFile(const char* file, std::int64_t upTo, bool refold, HistoryRo
     sqlite3* db = nullptr;
     bool read = sqlite3_open_v2(file, &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr) == SQLITE_OK;
     if (read) {
-        sqlite3_busy_timeout(db, busyTimeoutMs);
-        read = exec(db, mapFile) && readRange(db, 0, upTo, refold, into);
+        read = sqlite3_busy_timeout(db, busyTimeoutMs) == SQLITE_OK && exec(db, mapFile) && readRange(db, 0, upTo, refold, into);
     }
     sqlite3_close(db);
     return read;
@@ -242,7 +241,9 @@ bool HistoryDatabase::open(const std::string& path, Access access)
                         nullptr) != SQLITE_OK) {
         return noteFailure();
     }
-    sqlite3_busy_timeout(m_db, busyTimeoutMs);
+    if (sqlite3_busy_timeout(m_db, busyTimeoutMs) != SQLITE_OK) {
+        return noteFailure();
+    }
     // SQLite opens a file it may not write for reading only; that does for reading a current history.
     if (sqlite3_db_readonly(m_db, "main") == 1) {
         if (access == Access::readWrite) {
@@ -345,15 +346,15 @@ std::optional<std::int64_t> HistoryDatabase::dataVersion() const
     return queryInteger(m_db, "PRAGMA data_version");
 }
 
-std::int64_t HistoryDatabase::clears() const
+std::optional<std::int64_t> HistoryDatabase::clears() const
 {
     // Each clear counts up, so that other processes holding the history know to drop theirs.
-    return queryInteger(m_db, "SELECT CAST(value AS INTEGER) FROM meta WHERE key = 'clears'").value_or(0);
+    return queryInteger(m_db, "SELECT coalesce((SELECT CAST(value AS INTEGER) FROM meta WHERE key = 'clears'), 0)");
 }
 
-std::int64_t HistoryDatabase::lastId() const
+std::optional<std::int64_t> HistoryDatabase::lastId() const
 {
-    return queryInteger(m_db, "SELECT max(id) FROM corrections").value_or(0);
+    return queryInteger(m_db, "SELECT coalesce(max(id), 0) FROM corrections");
 }
 
 std::optional<std::string> HistoryDatabase::foldLocale() const

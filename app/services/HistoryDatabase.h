@@ -44,10 +44,11 @@ public:
     [[nodiscard]] std::string errorMessage() const;
     [[nodiscard]] Problem problem() const { return m_problem; }
 
-    // SQLite's count of other connections' commits, and how often the history was cleared.
+    // SQLite's count of other connections' commits, how often the history was cleared and the highest row
+    // id; nothing when the query failed.
     [[nodiscard]] std::optional<std::int64_t> dataVersion() const;
-    [[nodiscard]] std::int64_t clears() const;
-    [[nodiscard]] std::int64_t lastId() const;
+    [[nodiscard]] std::optional<std::int64_t> clears() const;
+    [[nodiscard]] std::optional<std::int64_t> lastId() const;
 
     // The locale the stored search texts were folded in, if the file says.
     [[nodiscard]] std::optional<std::string> foldLocale() const;

@@ -71,8 +71,13 @@ bool HistoryStore::open(const QString& path)
 
 bool HistoryStore::load()
 {
-    m_dataVersion = m_database.dataVersion().value_or(0);
-    m_clears = m_database.clears();
+    const auto dataVersion = m_database.dataVersion();
+    const auto clears = m_database.clears();
+    if (!dataVersion || !clears) {
+        return false;
+    }
+    m_dataVersion = *dataVersion;
+    m_clears = *clears;
     const std::optional<std::string> stored = m_database.foldLocale();
     const bool refold = stored && *stored != currentLocale();
     m_foldLocale = currentLocale();
@@ -81,13 +86,13 @@ bool HistoryStore::load()
     }
     // Ids only grow between clears, and rows are never deleted one by one, so the rows up to the highest id
     // are all there is; any written meanwhile are taken in at the next look.
-    const std::int64_t lastId = m_database.lastId();
+    const auto lastId = m_database.lastId();
     HistoryRows rows;
-    if (!m_database.readRows(lastId, refold, rows)) {
+    if (!lastId || !m_database.readRows(*lastId, refold, rows)) {
         return false;
     }
     m_index.assign(std::move(rows));
-    m_lastSeenId = lastId;
+    m_lastSeenId = *lastId;
     if (refold && m_use == Use::app) {
         if (!m_database.setFoldLocale(m_foldLocale, true) ||
             (!m_index.records().empty() && !m_database.rewriteSearchTexts(m_index))) {
@@ -128,11 +133,17 @@ void HistoryStore::refresh()
     if (!version || *version == m_dataVersion) {
         return;
     }
+    const auto clears = m_database.clears();
+    if (!clears) {
+        return; // looked at again next time
+    }
     m_dataVersion = *version;
-    if (m_database.clears() != m_clears) {
+    if (*clears != m_clears) {
         // Cleared elsewhere, perhaps with new rows since: start again from the file.
         forget();
-        load();
+        if (!load()) {
+            m_dataVersion = -1; // looked at again next time
+        }
         emit cleared();
         emit changed();
     } else if (loadNewRows()) {
@@ -179,7 +190,7 @@ bool HistoryStore::record(const AcceptedCorrection& accepted)
 void HistoryStore::clearAll()
 {
     m_database.clear();
-    m_clears = m_database.clears();
+    m_clears = m_database.clears().value_or(m_clears);
     forget();
     m_dataVersion = -1; // the next look takes in whatever the file still holds, should the clear have failed
     emit cleared();
