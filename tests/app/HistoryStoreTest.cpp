@@ -56,41 +56,31 @@ protected:
     QTemporaryDir m_dir;
 };
 
-TEST_F(HistoryStoreTest, RecordsPersistNewestFirstAcrossReopening)
+TEST_F(HistoryStoreTest, RecordsPersistNewestFirstAndAreSearchedAndCleared)
 {
     {
         HistoryStore store(path());
         ASSERT_TRUE(store.isPersistent());
         QSignalSpy changed(&store, &HistoryStore::changed);
-        store.record(accepted("teh cat", "The cat sat down.", "Mousepad"));
+        store.record(accepted("Café crème", "Café crème sat down.", "Mousepad"));
         store.record(accepted("helo", "hello"));
         EXPECT_EQ(changed.count(), 2);
     }
     HistoryStore reopened(path());
-    ASSERT_EQ(reopened.records().size(), 2U);
-    EXPECT_EQ(reopened.records()[0].corrected, "hello");
+    EXPECT_EQ(correctedTexts(reopened), (std::vector<std::string>{"hello", "Café crème sat down."}));
     EXPECT_EQ(reopened.records()[0].sourceApp, std::nullopt);
     EXPECT_EQ(reopened.records()[1].sourceApp, "Mousepad");
     EXPECT_DOUBLE_EQ(reopened.records()[1].estimatedCost, 1000 * 0.15e-6 + 200 * 0.60e-6);
     EXPECT_EQ(reopened.wordCounts(), (std::vector<int>{1, 4}));
+    EXPECT_EQ(reopened.stats(std::chrono::system_clock::now(), Calendar::create("UTC").value()).wordsPolished, 5)
+        << "from the stored word counts";
 
-    const auto utc = Calendar::create("UTC").value();
-    const HistoryStats figures = reopened.stats(std::chrono::system_clock::now(), utc);
-    EXPECT_EQ(figures.mistakesFixed, 2);
-    EXPECT_EQ(figures.wordsPolished, 5) << "from the stored word counts";
-}
-
-TEST_F(HistoryStoreTest, SearchAndClear)
-{
-    HistoryStore store(path());
-    store.record(accepted("Café crème", "Café crème.", "Mousepad"));
-    store.record(accepted("helo", "hello"));
-    EXPECT_EQ(store.search(QStringLiteral("  CAFE ")), (std::vector<std::size_t>{1}));
-    EXPECT_EQ(store.search(QStringLiteral("write")), (std::vector<std::size_t>{0}));
-    EXPECT_EQ(store.search(QStringLiteral("openai")).size(), 2U);
-    EXPECT_EQ(store.search(QStringLiteral("   ")).size(), 2U);
-    store.clearAll();
-    EXPECT_TRUE(store.records().empty());
+    EXPECT_EQ(reopened.search(QStringLiteral("  CAFE ")), (std::vector<std::size_t>{1}));
+    EXPECT_EQ(reopened.search(QStringLiteral("write")), (std::vector<std::size_t>{0}));
+    EXPECT_EQ(reopened.search(QStringLiteral("openai")).size(), 2U);
+    EXPECT_EQ(reopened.search(QStringLiteral("   ")).size(), 2U);
+    reopened.clearAll();
+    EXPECT_TRUE(reopened.records().empty());
     EXPECT_TRUE(HistoryStore(path()).records().empty()) << "cleared on disk too";
 }
 
