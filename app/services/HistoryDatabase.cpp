@@ -252,6 +252,11 @@ bool HistoryDatabase::open(const std::string& path, Access access)
         }
         return exec(mapFile) && hasCurrentSchema();
     }
+    // A newer version's file is left exactly as it is, journal mode included.
+    const auto version = queryInteger(m_db, "PRAGMA user_version");
+    if (!version || *version > schemaVersion) {
+        return hasCurrentSchema();
+    }
     return useWriteAheadLog() && exec("PRAGMA synchronous=NORMAL;") && exec(mapFile) && migrate();
 }
 
