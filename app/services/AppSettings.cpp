@@ -20,11 +20,11 @@ AppSettings::AppSettings(std::unique_ptr<QSettings> storage, QObject* parent)
         return;
     }
     m_stored = Json::parse(stored.begin(), stored.end(), nullptr, /*allow_exceptions=*/false);
-    if (m_stored.is_discarded()) {
+    if (!m_stored.is_object()) {
         m_stored = Json();
         m_unreadable = stored;
-        m_warnings.emplace_back(std::string("the saved settings are not JSON; the defaults are used, and the file "
-                                            "keeps them under ") +
+        m_warnings.emplace_back(std::string("the saved settings are not a JSON object; the defaults are used, and "
+                                            "the file keeps them under ") +
                                 unreadableKey);
     } else {
         m_loaded = decodeAppSettings(m_stored);

@@ -23,7 +23,7 @@ public:
 
     // Loads from the user's settings file, or from `storage` when given (tests), field by field: a value this
     // version does not understand gives its default alone, with a warning, and is written back as it was
-    // unless the user changes that setting. A document that is not JSON at all gives the defaults and is
+    // unless the user changes that setting. A document that is not a JSON object gives the defaults and is
     // kept under `unreadableKey` when the settings are next saved.
     explicit AppSettings(std::unique_ptr<QSettings> storage = nullptr, QObject* parent = nullptr);
     ~AppSettings() override;

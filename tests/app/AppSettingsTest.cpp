@@ -71,12 +71,15 @@ TEST_F(AppSettingsTest, WhatIsNotUnderstoodIsKeptThroughChanges)
     EXPECT_FALSE(reloaded.reviewBeforeReplacing());
     EXPECT_EQ(reloaded.endpoint(ProviderID::openai), "http://127.0.0.1:8080");
 
-    store("{not json");
-    AppSettings unreadable(storage());
-    EXPECT_EQ(unreadable.snapshot(), AppSettingsSnapshot{});
-    EXPECT_EQ(stored(), "{not json") << "left alone until the next change";
-    unreadable.setHasOnboarded(true);
-    EXPECT_EQ(storage()->value(AppSettings::unreadableKey).toByteArray(), "{not json") << "then kept aside";
+    for (const QByteArray& document : {QByteArray("{not json"), QByteArray("[1]")}) {
+        store(document);
+        storage()->remove(AppSettings::unreadableKey);
+        AppSettings unreadable(storage());
+        EXPECT_EQ(unreadable.snapshot(), AppSettingsSnapshot{});
+        EXPECT_EQ(stored(), document) << "left alone until the next change";
+        unreadable.setHasOnboarded(true);
+        EXPECT_EQ(storage()->value(AppSettings::unreadableKey).toByteArray(), document) << "then kept aside";
+    }
 }
 
 } // namespace
