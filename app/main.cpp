@@ -12,6 +12,9 @@
 #include <QLoggingCategory>
 #include <cstdlib>
 #include <iostream>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -57,6 +60,8 @@ int runCommandLine(int argc, char** argv, const std::vector<std::string>& args)
             return value ? std::optional<std::string>(value) : std::nullopt;
         },
         [](vesk::app::HistoryStore::Use use) { return std::make_unique<vesk::app::HistoryStore>(QString(), use); },
+        isatty(STDOUT_FILENO) == 1,
+        isatty(STDERR_FILENO) == 1,
     };
     return vesk::app::runCommandLine(args, context);
 }
@@ -65,6 +70,10 @@ int runCommandLine(int argc, char** argv, const std::vector<std::string>& args)
 
 int main(int argc, char** argv)
 {
+    // A running correction holds the key and the user's text in memory: no core dump may keep them.
+    prctl(PR_SET_DUMPABLE, 0);
+    const rlimit noCore{0, 0};
+    setrlimit(RLIMIT_CORE, &noCore);
     QCoreApplication::setOrganizationName(vesk::app::organizationName);
     QCoreApplication::setApplicationName(vesk::app::applicationName);
     const std::vector<std::string> args(argv + 1, argv + argc);

@@ -1,5 +1,8 @@
 #include "core/AppSettingsSnapshot.h"
 
+#include <algorithm>
+#include <cctype>
+
 namespace vesk {
 
 std::string AppSettingsSnapshot::model(ProviderID provider) const
@@ -25,34 +28,102 @@ Json providerMap(const std::map<ProviderID, std::string>& map)
     return json;
 }
 
-// A map keyed by provider raw values; unknown providers are dropped, non-string values fail.
-bool readProviderMap(const Json& json, std::map<ProviderID, std::string>& out)
+// A key as one step of a JSON pointer.
+std::string pointerToken(const std::string& key)
 {
-    if (!json.is_object()) {
-        return false;
+    std::string token;
+    for (const char c : key) {
+        token += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
     }
-    for (const auto& [key, value] : json.items()) {
-        if (!value.is_string()) {
-            return false;
-        }
-        if (const auto provider = fromRawValue<ProviderID>(key)) {
-            out[*provider] = value.get<std::string>();
-        }
-    }
-    return true;
+    return token;
 }
 
-bool readOptionalBool(const Json& json, const char* key, bool& out)
+// Reads one document, noting what it could not use.
+class Decoder
 {
-    const auto found = json.find(key);
-    if (found == json.end()) {
-        return true;
+public:
+    explicit Decoder(AppSettingsDecoding& out) : m_out(out) {}
+
+    // Keys of `object` that no field reads, from a newer version perhaps: kept, no warning.
+    void keepUnknownKeys(const Json& object, const std::string& at, std::initializer_list<std::string_view> known)
+    {
+        for (const auto& [key, value] : object.items()) {
+            if (std::find(known.begin(), known.end(), key) == known.end()) {
+                m_out.notUnderstood.push_back(at + "/" + pointerToken(key));
+            }
+        }
     }
-    if (!found->is_boolean()) {
-        return false;
+
+    void notUnderstood(const std::string& pointer, const std::string& fallback)
+    {
+        m_out.notUnderstood.push_back(pointer);
+        std::string name = pointer.substr(1);
+        std::replace(name.begin(), name.end(), '/', '.');
+        m_out.warnings.push_back("the saved \"" + name + "\" is not understood; " + fallback +
+                                 " is used instead, and the file keeps what it holds");
     }
-    out = found->get<bool>();
-    return true;
+
+    template <typename T> void read(const Json& object, const char* key, const std::string& at, T& out)
+    {
+        const auto found = object.find(key);
+        if (found == object.end()) {
+            return; // missing: the default, nothing to keep
+        }
+        const bool typed = std::is_same_v<T, bool> ? found->is_boolean() : found->is_string();
+        if (typed) {
+            out = found->get<T>();
+        } else {
+            notUnderstood(at + "/" + key, Json(out).dump());
+        }
+    }
+
+    template <typename E> void readCase(const Json& object, const char* key, const std::string& at, E& out)
+    {
+        const auto found = object.find(key);
+        if (found == object.end()) {
+            return;
+        }
+        const auto decoded = found->is_string() ? fromRawValue<E>(found->get_ref<const std::string&>()) : std::nullopt;
+        if (decoded) {
+            out = *decoded;
+        } else {
+            notUnderstood(at + "/" + key, "\"" + std::string(rawValue(out)) + "\"");
+        }
+    }
+
+    // A map keyed by provider: entries under providers this version does not know are kept aside.
+    void readProviderMap(const Json& object, const char* key, std::map<ProviderID, std::string>& out)
+    {
+        const auto found = object.find(key);
+        if (found == object.end()) {
+            return;
+        }
+        const std::string at = std::string("/") + key;
+        if (!found->is_object()) {
+            notUnderstood(at, "none");
+            return;
+        }
+        for (const auto& [name, value] : found->items()) {
+            const auto provider = fromRawValue<ProviderID>(name);
+            if (provider && value.is_string()) {
+                out[*provider] = value.get<std::string>();
+            } else if (provider) {
+                notUnderstood(at + "/" + name, "none");
+            } else {
+                m_out.notUnderstood.push_back(at + "/" + pointerToken(name));
+            }
+        }
+    }
+
+private:
+    AppSettingsDecoding& m_out;
+};
+
+// The value at `pointer`, or null when there is none.
+Json valueAt(const Json& json, const std::string& pointer)
+{
+    const Json::json_pointer at(pointer);
+    return json.contains(at) ? json.at(at) : Json();
 }
 
 } // namespace
@@ -71,45 +142,101 @@ Json toJson(const AppSettingsSnapshot& snapshot)
     return json;
 }
 
+AppSettingsDecoding decodeAppSettings(const Json& json)
+{
+    AppSettingsDecoding decoding;
+    if (!json.is_object()) {
+        decoding.warnings.emplace_back("the saved settings are not understood; the defaults are used");
+        return decoding;
+    }
+    AppSettingsSnapshot& s = decoding.snapshot;
+    Decoder decoder(decoding);
+    decoder.keepUnknownKeys(json, "", {"selectedProvider", "models", "correction", "hasOnboarded",
+                                       "reviewBeforeReplacing", "endpoints"});
+    decoder.readCase(json, "selectedProvider", "", s.selectedProvider);
+    decoder.readProviderMap(json, "models", s.models);
+    decoder.readProviderMap(json, "endpoints", s.endpoints);
+    decoder.read(json, "hasOnboarded", "", s.hasOnboarded);
+    decoder.read(json, "reviewBeforeReplacing", "", s.reviewBeforeReplacing);
+    if (const auto correction = json.find("correction"); correction != json.end() && !correction->is_object()) {
+        decoder.notUnderstood("/correction", "the standard correction");
+    } else if (correction != json.end()) {
+        CorrectionSettings& c = s.correction;
+        const std::string at = "/correction";
+        decoder.keepUnknownKeys(*correction, at, {"strength", "tone", "language", "meaningLock",
+                                                  "preserveFormatting", "customInstructions"});
+        decoder.readCase(*correction, "strength", at, c.strength);
+        decoder.readCase(*correction, "tone", at, c.tone);
+        decoder.readCase(*correction, "language", at, c.language);
+        decoder.read(*correction, "meaningLock", at, c.meaningLock);
+        decoder.read(*correction, "preserveFormatting", at, c.preserveFormatting);
+        decoder.read(*correction, "customInstructions", at, c.customInstructions);
+    }
+    return decoding;
+}
+
+Json storedAppSettings(const Json& stored, const AppSettingsDecoding& loaded, const AppSettingsSnapshot& next)
+{
+    Json document = toJson(next);
+    const Json before = toJson(loaded.snapshot);
+    for (const std::string& pointer : loaded.notUnderstood) {
+        // What stood in for the value is unchanged (absent on both sides for a kept-aside entry).
+        if (valueAt(before, pointer) == valueAt(document, pointer)) {
+            document[Json::json_pointer(pointer)] = stored.at(Json::json_pointer(pointer));
+        }
+    }
+    return document;
+}
+
 Expected<AppSettingsSnapshot, std::string> appSettingsFromJson(const Json& json)
 {
     if (!json.is_object()) {
         return Unexpected{std::string("settings are not an object")};
     }
-    AppSettingsSnapshot snapshot;
-    const auto provider = json.find("selectedProvider");
-    if (provider == json.end() || !provider->is_string()) {
-        return Unexpected{std::string("\"selectedProvider\" is missing or not a string")};
-    }
-    const auto selected = fromRawValue<ProviderID>(provider->get_ref<const std::string&>());
-    if (!selected) {
-        return Unexpected{std::string("\"selectedProvider\" names no known provider")};
-    }
-    snapshot.selectedProvider = *selected;
+    return decodeAppSettings(json).snapshot;
+}
 
-    const auto models = json.find("models");
-    if (models == json.end() || !readProviderMap(*models, snapshot.models)) {
-        return Unexpected{std::string("\"models\" is missing or malformed")};
+std::optional<std::string> endpointProblem(std::string_view url)
+{
+    if (std::any_of(url.begin(), url.end(), [](char c) { return static_cast<unsigned char>(c) <= 0x20 || c == 0x7F; })) {
+        return "it holds a space or a control character";
     }
-    const auto correction = json.find("correction");
-    if (correction == json.end()) {
-        return Unexpected{std::string("\"correction\" is missing")};
+    const auto schemeEnd = url.find("://");
+    std::string scheme(url.substr(0, schemeEnd == std::string_view::npos ? 0 : schemeEnd));
+    std::transform(scheme.begin(), scheme.end(), scheme.begin(), [](unsigned char c) { return std::tolower(c); });
+    if (scheme != "http" && scheme != "https") {
+        return "it must start with http:// or https://";
     }
-    auto decoded = correctionSettingsFromJson(*correction);
-    if (!decoded) {
-        return Unexpected{"\"correction\": " + decoded.error()};
+    if (url.find('?') != std::string_view::npos) {
+        return "a base address takes no query (the part from \"?\")";
     }
-    snapshot.correction = std::move(decoded).value();
-
-    if (!readOptionalBool(json, "hasOnboarded", snapshot.hasOnboarded) ||
-        !readOptionalBool(json, "reviewBeforeReplacing", snapshot.reviewBeforeReplacing)) {
-        return Unexpected{std::string("a switch is not a Boolean")};
+    if (url.find('#') != std::string_view::npos) {
+        return "a base address takes no fragment (the part from \"#\")";
     }
-    const auto endpoints = json.find("endpoints");
-    if (endpoints != json.end() && !readProviderMap(*endpoints, snapshot.endpoints)) {
-        return Unexpected{std::string("\"endpoints\" is malformed")};
+    const std::string_view rest = url.substr(schemeEnd + 3);
+    const std::string_view authority = rest.substr(0, rest.find('/'));
+    if (authority.find('@') != std::string_view::npos) {
+        return "it carries a user name or password; keys belong in the keyring";
     }
-    return snapshot;
+    // The host ends at the port's colon, past a bracketed IPv6 address.
+    const auto bracketEnd = authority.starts_with('[') ? authority.find(']') : std::string_view::size_type{0};
+    if (bracketEnd == std::string_view::npos) {
+        return "its IPv6 address has no closing \"]\"";
+    }
+    const auto colon = authority.find(':', bracketEnd);
+    const std::string_view host = authority.substr(0, colon);
+    if (host.empty() || host == "[]") {
+        return "it names no host";
+    }
+    if (colon != std::string_view::npos) {
+        const std::string_view port = authority.substr(colon + 1);
+        const bool digits = !port.empty() && port.size() <= 5 &&
+                            std::all_of(port.begin(), port.end(), [](char c) { return c >= '0' && c <= '9'; });
+        if (!digits || std::stoi(std::string(port)) < 1 || std::stoi(std::string(port)) > 65535) {
+            return "its port must be a number from 1 to 65535";
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace vesk

@@ -29,6 +29,9 @@ struct CommandLineContext
     std::function<std::optional<std::string>(const char*)> environment; // reads a variable
     // Opens the history when a command first needs it, so `settings` and `key` never touch it.
     std::function<std::unique_ptr<HistoryStore>(HistoryStore::Use)> openHistory;
+    // Output to a terminal has its control characters shown rather than obeyed.
+    bool outIsTerminal = false;
+    bool errIsTerminal = false;
 };
 
 // Exit status: 0 done, 1 the correction, key operation or history read failed, 2 wrong usage.

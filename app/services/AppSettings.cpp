@@ -1,8 +1,10 @@
 #include "app/services/AppSettings.h"
 #include "app/common/Logging.h"
+#include "app/services/PrivateFiles.h"
 
 #include "app/common/AppIdentity.h"
 
+#include <QFileInfo>
 #include <QLoggingCategory>
 #include <QSettings>
 
@@ -17,12 +19,20 @@ AppSettings::AppSettings(std::unique_ptr<QSettings> storage, QObject* parent)
     if (stored.isEmpty()) {
         return;
     }
-    const Json json = Json::parse(stored.begin(), stored.end(), nullptr, /*allow_exceptions=*/false);
-    auto decoded = appSettingsFromJson(json);
-    if (decoded) {
-        m_snapshot = std::move(decoded).value();
+    m_stored = Json::parse(stored.begin(), stored.end(), nullptr, /*allow_exceptions=*/false);
+    if (!m_stored.is_object()) {
+        m_stored = Json();
+        m_unreadable = stored;
+        m_warnings.emplace_back(std::string("the saved settings are not a JSON object; the defaults are used, and "
+                                            "the file keeps them under ") +
+                                unreadableKey);
     } else {
-        qCDebug(lcSettings) << "stored settings ignored:" << QString::fromStdString(decoded.error());
+        m_loaded = decodeAppSettings(m_stored);
+        m_snapshot = m_loaded.snapshot;
+        m_warnings = m_loaded.warnings;
+    }
+    for (const std::string& warning : m_warnings) {
+        qCWarning(lcSettings).noquote() << QString::fromStdString(warning);
     }
 }
 
@@ -42,10 +52,23 @@ template <typename Mutate> void AppSettings::update(Mutate mutate)
 
 void AppSettings::save()
 {
+    const Json document = storedAppSettings(m_stored, m_loaded, m_snapshot);
     // Never throws: text that is not UTF-8 (it cannot come from the settings pages) is stored replaced.
-    const std::string encoded = toJson(m_snapshot).dump(-1, ' ', false, Json::error_handler_t::replace);
+    const std::string encoded = document.dump(-1, ' ', false, Json::error_handler_t::replace);
+    // The folder and file are the user's alone; the file keeps its permissions when rewritten.
+    if (m_storage->format() != QSettings::InvalidFormat && !m_storage->fileName().isEmpty()) {
+        makePrivateDirectory(QFileInfo(m_storage->fileName()).path());
+        makePrivateFile(m_storage->fileName());
+    }
+    if (!m_unreadable.isEmpty() && !m_storage->contains(unreadableKey)) {
+        m_storage->setValue(unreadableKey, m_unreadable);
+    }
+    m_unreadable.clear();
     m_storage->setValue(storageKey, QByteArray::fromStdString(encoded));
     m_storage->sync();
+    // What is still not understood stays so through later saves.
+    m_stored = document;
+    m_loaded = decodeAppSettings(document);
     if (m_storage->status() != QSettings::NoError) {
         qCWarning(lcSettings) << "Couldn't save settings to" << m_storage->fileName();
     }

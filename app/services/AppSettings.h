@@ -8,6 +8,8 @@
 #include <QObject>
 #include <QSettings>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace vesk::app {
 
@@ -17,13 +19,18 @@ class AppSettings : public QObject
 
 public:
     static constexpr const char* storageKey = "appSettings.v1";
+    static constexpr const char* unreadableKey = "appSettings.v1.unreadable";
 
-    // Loads from the user's settings file, or from `storage` when given (tests). A missing or unreadable
-    // document gives the defaults, silently, and is left alone until the next change.
+    // Loads from the user's settings file, or from `storage` when given (tests), field by field: a value this
+    // version does not understand gives its default alone, with a warning, and is written back as it was
+    // unless the user changes that setting. A document that is not a JSON object gives the defaults and is
+    // kept under `unreadableKey` when the settings are next saved.
     explicit AppSettings(std::unique_ptr<QSettings> storage = nullptr, QObject* parent = nullptr);
     ~AppSettings() override;
 
     [[nodiscard]] const AppSettingsSnapshot& snapshot() const { return m_snapshot; }
+    // What was not understood when loading, one sentence each (also logged).
+    [[nodiscard]] const std::vector<std::string>& warnings() const { return m_warnings; }
     [[nodiscard]] ProviderID selectedProvider() const { return m_snapshot.selectedProvider; }
     [[nodiscard]] std::string model(ProviderID provider) const { return m_snapshot.model(provider); }
     [[nodiscard]] std::string currentModel() const { return m_snapshot.currentModel(); }
@@ -51,6 +58,11 @@ private:
 
     std::unique_ptr<QSettings> m_storage;
     AppSettingsSnapshot m_snapshot;
+    // The document as stored and as this version read it, so that what it did not understand is kept.
+    Json m_stored;
+    AppSettingsDecoding m_loaded;
+    QByteArray m_unreadable;
+    std::vector<std::string> m_warnings;
 };
 
 } // namespace vesk::app

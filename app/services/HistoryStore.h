@@ -1,22 +1,20 @@
 #pragma once
 
-// Every accepted correction, kept in a SQLite file in the app's data directory. The records are held in
-// memory newest first, with what searches and figures need computed once per record, so views update
-// live and a keystroke never re-reads or re-folds the history. Corrections recorded or a history cleared
-// by another process (`vesk correct` while the app runs) show up within a couple of seconds.
+// Every accepted correction: the SQLite file (HistoryDatabase) and what the views read from memory
+// (HistoryIndex), kept in step. Corrections recorded or a history cleared by another process (`vesk
+// correct` while the app runs) show up within a couple of seconds.
 
+#include "app/services/HistoryDatabase.h"
+#include "app/services/HistoryIndex.h"
 #include "core/AcceptedCorrection.h"
-#include "core/CorrectionRecord.h"
-#include "core/HistoryStats.h"
 
 #include <QObject>
 #include <QString>
 #include <QTimer>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <vector>
-
-struct sqlite3;
 
 namespace vesk::app {
 
@@ -25,9 +23,10 @@ class HistoryStore : public QObject
     Q_OBJECT
 
 public:
-    static constexpr int schemaVersion = 1;
+    static constexpr int schemaVersion = HistoryDatabase::schemaVersion;
     // How often the file is checked for what other processes wrote.
     static constexpr std::chrono::milliseconds refreshInterval{1500};
+    using Clock = std::function<TimePoint()>;
 
     // What a store is opened for. The app holds the whole history and follows other processes' writes;
     // a terminal command either only adds a correction (nothing is read) or only reads (nothing in the
@@ -36,15 +35,18 @@ public:
 
     // Opens (creating when needed) the store at `path`, or at history.sqlite3 in the app's data
     // directory. A store that cannot be opened is left untouched and the history lives in memory until
-    // the app quits.
-    explicit HistoryStore(QString path = {}, Use use = Use::app, QObject* parent = nullptr);
+    // the app quits. New records are dated by `clock` (the system clock when empty).
+    explicit HistoryStore(QString path = {}, Use use = Use::app, Clock clock = {}, QObject* parent = nullptr);
     ~HistoryStore() override;
 
     // Newest first.
-    [[nodiscard]] const std::vector<CorrectionRecord>& records() const { return m_records; }
+    [[nodiscard]] const std::vector<CorrectionRecord>& records() const { return m_index.records(); }
     [[nodiscard]] bool isPersistent() const { return m_persistent; }
+    // Why the file could not be opened, or the last record not saved, in a sentence for the user; empty
+    // when nothing went wrong.
+    [[nodiscard]] std::string problem() const;
     // The record with the store's row id, or null when there is none (any more).
-    [[nodiscard]] const CorrectionRecord* find(std::int64_t id) const;
+    [[nodiscard]] const CorrectionRecord* find(std::int64_t id) const { return m_index.find(id); }
 
     // Adds the accepted correction, dated now, and says whether it reached the file. A failed save is
     // logged; the record still shows until quit.
@@ -59,9 +61,12 @@ public:
     // locale), newest first; every record when the query is blank.
     [[nodiscard]] std::vector<std::size_t> search(const QString& query) const;
     // Words of each record's correction, in the order of records().
-    [[nodiscard]] const std::vector<int>& wordCounts() const { return m_wordCounts; }
+    [[nodiscard]] const std::vector<int>& wordCounts() const { return m_index.wordCounts(); }
     // The overview's four figures, from the stored word counts rather than by counting again.
-    [[nodiscard]] HistoryStats stats(TimePoint now, const Calendar& calendar) const;
+    [[nodiscard]] HistoryStats stats(TimePoint now, const Calendar& calendar) const
+    {
+        return m_index.stats(now, calendar);
+    }
 
 signals:
     void changed();
@@ -71,22 +76,19 @@ signals:
 
 private:
     bool open(const QString& path);
-    bool migrate();
-    bool readFoldLocale();
     bool load();
     bool loadNewRows();
     void forget();
-    void add(CorrectionRecord record, std::string searchText, int words);
 
     Use m_use = Use::app;
-    sqlite3* m_db = nullptr;
+    Clock m_clock;
+    HistoryDatabase m_database;
+    HistoryIndex m_index;
     bool m_persistent = false;
+    HistoryDatabase::Problem m_problem = HistoryDatabase::Problem::none;
     // The locale the stored search texts are folded in; new rows are folded the same way.
     std::string m_foldLocale;
     std::int64_t m_lastUnsavedId = 0;
-    std::vector<CorrectionRecord> m_records;
-    std::vector<std::string> m_searchTexts;
-    std::vector<int> m_wordCounts;
 
     // What the last look at the file saw: SQLite's count of other connections' commits, the number of
     // times the history was cleared, and the highest row id. Ids only grow between clears, so rows above

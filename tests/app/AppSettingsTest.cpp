@@ -52,28 +52,34 @@ TEST_F(AppSettingsTest, SameValueSavesAgainButNotifiesOnce)
     EXPECT_TRUE(stored().contains("\"hasOnboarded\":true")) << "the second write saved again";
 }
 
-TEST_F(AppSettingsTest, UnreadableDocumentsGiveDefaultsAndStayUntilTheNextChange)
+// A value this version can't read costs that value alone, and no save writes over it.
+TEST_F(AppSettingsTest, WhatIsNotUnderstoodIsKeptThroughChanges)
 {
-    for (const QByteArray& document : {QByteArray("{not json"), QByteArray(R"({"selectedProvider":"openai"})")}) {
-        SCOPED_TRACE(document.toStdString());
-        store(document);
+    store(R"({"selectedProvider":"mistral","models":{"openai":"gpt-4o"},"correction":{"tone":"concise"},)"
+          R"("endpoints":{"openai":"http://127.0.0.1:8080"}})");
+    {
         AppSettings settings(storage());
-        EXPECT_EQ(settings.snapshot(), AppSettingsSnapshot{});
-        EXPECT_EQ(stored(), document);
+        EXPECT_EQ(settings.warnings().size(), 1U);
+        EXPECT_EQ(settings.endpoint(ProviderID::openai), "http://127.0.0.1:8080");
+        EXPECT_EQ(settings.model(ProviderID::openai), "gpt-4o");
+        EXPECT_EQ(settings.correction().tone, Tone::concise);
+        settings.setReviewBeforeReplacing(false);
+        settings.setHasOnboarded(true);
     }
-}
+    EXPECT_TRUE(stored().contains(R"("selectedProvider":"mistral")")) << stored().toStdString();
+    const AppSettings reloaded(storage());
+    EXPECT_FALSE(reloaded.reviewBeforeReplacing());
+    EXPECT_EQ(reloaded.endpoint(ProviderID::openai), "http://127.0.0.1:8080");
 
-TEST_F(AppSettingsTest, DocumentWithoutEndpointsLoadsAsBefore)
-{
-    store(R"({"selectedProvider":"anthropic","models":{"openai":"gpt-4o"},"correction":{"strength":"clarityFlow",)"
-          R"("tone":"concise","language":"spanish","meaningLock":false,"preserveFormatting":true,)"
-          R"("customInstructions":"x"},"hasOnboarded":true,"reviewBeforeReplacing":false})");
-    const AppSettings settings(storage());
-    EXPECT_EQ(settings.selectedProvider(), ProviderID::anthropic);
-    EXPECT_EQ(settings.model(ProviderID::openai), "gpt-4o");
-    EXPECT_EQ(settings.correction().strength, CorrectionStrength::clarityFlow);
-    EXPECT_TRUE(settings.hasOnboarded());
-    EXPECT_TRUE(settings.snapshot().endpoints.empty());
+    for (const QByteArray& document : {QByteArray("{not json"), QByteArray("[1]")}) {
+        store(document);
+        storage()->remove(AppSettings::unreadableKey);
+        AppSettings unreadable(storage());
+        EXPECT_EQ(unreadable.snapshot(), AppSettingsSnapshot{});
+        EXPECT_EQ(stored(), document) << "left alone until the next change";
+        unreadable.setHasOnboarded(true);
+        EXPECT_EQ(storage()->value(AppSettings::unreadableKey).toByteArray(), document) << "then kept aside";
+    }
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <set>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 namespace vesk::app {
 namespace {
@@ -55,53 +56,44 @@ protected:
     QTemporaryDir m_dir;
 };
 
-TEST_F(HistoryStoreTest, RecordsPersistNewestFirstAcrossReopening)
+TEST_F(HistoryStoreTest, RecordsPersistNewestFirstAndAreSearchedAndCleared)
 {
     {
         HistoryStore store(path());
         ASSERT_TRUE(store.isPersistent());
         QSignalSpy changed(&store, &HistoryStore::changed);
-        store.record(accepted("teh cat", "The cat sat down.", "Mousepad"));
+        store.record(accepted("Café crème", "Café crème sat down.", "Mousepad"));
         store.record(accepted("helo", "hello"));
         EXPECT_EQ(changed.count(), 2);
     }
     HistoryStore reopened(path());
-    ASSERT_EQ(reopened.records().size(), 2U);
-    EXPECT_EQ(reopened.records()[0].corrected, "hello");
+    EXPECT_EQ(correctedTexts(reopened), (std::vector<std::string>{"hello", "Café crème sat down."}));
     EXPECT_EQ(reopened.records()[0].sourceApp, std::nullopt);
     EXPECT_EQ(reopened.records()[1].sourceApp, "Mousepad");
     EXPECT_DOUBLE_EQ(reopened.records()[1].estimatedCost, 1000 * 0.15e-6 + 200 * 0.60e-6);
     EXPECT_EQ(reopened.wordCounts(), (std::vector<int>{1, 4}));
-    EXPECT_EQ(reopened.records()[1].settingsLabel(), "Grammar \u00B7 Preserve original");
+    EXPECT_EQ(reopened.stats(std::chrono::system_clock::now(), Calendar::create("UTC").value()).wordsPolished, 5)
+        << "from the stored word counts";
 
-    const auto utc = Calendar::create("UTC").value();
-    const HistoryStats figures = reopened.stats(std::chrono::system_clock::now(), utc);
-    EXPECT_EQ(figures.mistakesFixed, 2);
-    EXPECT_EQ(figures.wordsPolished, 5) << "from the stored word counts";
-}
-
-TEST_F(HistoryStoreTest, SearchAndClear)
-{
-    HistoryStore store(path());
-    store.record(accepted("Café crème", "Café crème.", "Mousepad"));
-    store.record(accepted("helo", "hello"));
-    EXPECT_EQ(store.search(QStringLiteral("  CAFE ")), (std::vector<std::size_t>{1}));
-    EXPECT_EQ(store.search(QStringLiteral("write")), (std::vector<std::size_t>{0}));
-    EXPECT_EQ(store.search(QStringLiteral("openai")).size(), 2U);
-    EXPECT_EQ(store.search(QStringLiteral("   ")).size(), 2U);
-    store.clearAll();
-    EXPECT_TRUE(store.records().empty());
+    EXPECT_EQ(reopened.search(QStringLiteral("  CAFE ")), (std::vector<std::size_t>{1}));
+    EXPECT_EQ(reopened.search(QStringLiteral("write")), (std::vector<std::size_t>{0}));
+    EXPECT_EQ(reopened.search(QStringLiteral("openai")).size(), 2U);
+    EXPECT_EQ(reopened.search(QStringLiteral("   ")).size(), 2U);
+    reopened.clearAll();
+    EXPECT_TRUE(reopened.records().empty());
     EXPECT_TRUE(HistoryStore(path()).records().empty()) << "cleared on disk too";
 }
 
 TEST_F(HistoryStoreTest, RowsWrittenWhileTheClockWasBehindStillComeByDate)
 {
+    auto now = std::chrono::system_clock::now();
     {
-        HistoryStore store(path());
+        HistoryStore store(path(), HistoryStore::Use::app, [&now] { return now; });
         store.record(accepted("a", "Older one."));
+        now -= std::chrono::hours(24);
         store.record(accepted("b", "Newer."));
+        EXPECT_EQ(correctedTexts(store), (std::vector<std::string>{"Older one.", "Newer."}));
     }
-    sql("UPDATE corrections SET date_ms = date_ms - 86400000 WHERE id = 2");
     const HistoryStore reopened(path());
     EXPECT_EQ(correctedTexts(reopened), (std::vector<std::string>{"Older one.", "Newer."}));
     EXPECT_EQ(reopened.wordCounts(), (std::vector<int>{2, 1}));
@@ -129,6 +121,45 @@ TEST_F(HistoryStoreTest, ALongHistoryOpensWhole)
     EXPECT_EQ(store.search(QStringLiteral("<15000>")), (std::vector<std::size_t>{15'000}));
     EXPECT_EQ(store.wordCounts()[14'999], 15'001 % 7);
     EXPECT_EQ(store.wordCounts()[15'000], 15'000 % 7);
+}
+
+// Counts from a damaged file add up to the largest int at most (and never below zero) instead of overflowing.
+TEST_F(HistoryStoreTest, FiguresFromADamagedFileSaturate)
+{
+    {
+        HistoryStore store(path());
+        for (const char* text : {"One.", "Two.", "Three."}) {
+            store.record(accepted(text, text));
+        }
+    }
+    sql("UPDATE corrections SET change_count = 9223372036854775807, word_count = 2147483647 WHERE id > 1");
+    sql("UPDATE corrections SET change_count = -5, word_count = -1 WHERE id = 1");
+    const HistoryStore store(path());
+    const HistoryStats figures = store.stats(std::chrono::system_clock::now(), Calendar::create("UTC").value());
+    EXPECT_EQ(figures.mistakesFixed, std::numeric_limits<int>::max());
+    EXPECT_EQ(figures.mistakesThisWeek, std::numeric_limits<int>::max());
+    EXPECT_EQ(figures.wordsPolished, std::numeric_limits<int>::max());
+    EXPECT_EQ(store.records().back().changeCount, 0);
+}
+
+// The history holds every text corrected: the file, its log and the log's index are the user's alone, under
+// the usual umask and when an older version left the file readable by others.
+TEST_F(HistoryStoreTest, TheFileAndItsLogAreTheUsersAlone)
+{
+    const mode_t umaskBefore = umask(022);
+    for (const mode_t before : {0644, 0640}) {
+        HistoryStore store(path());
+        store.record(accepted("helo", "Hello."));
+        for (const char* suffix : {"", "-wal", "-shm"}) {
+            struct stat status
+            {
+            };
+            ASSERT_EQ(stat((path() + suffix).toUtf8().constData(), &status), 0) << suffix;
+            EXPECT_EQ(status.st_mode & 0777, 0600U) << suffix;
+            chmod((path() + suffix).toUtf8().constData(), before);
+        }
+    }
+    umask(umaskBefore);
 }
 
 TEST_F(HistoryStoreTest, UnusableFilesFallBackToMemoryAndAreLeftAlone)

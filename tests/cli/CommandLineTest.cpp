@@ -7,11 +7,22 @@
 #include "support/Process.h"
 #include "support/ScriptedProviderServer.h"
 
+#include <QDir>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QSettings>
+#include <QThread>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <regex>
+#include <sqlite3.h>
 #include <sstream>
+#include <thread>
+#include <thread>
 
 namespace vesk {
 namespace {
@@ -27,8 +38,9 @@ constexpr const char* anthropicKey = "sk-ant-test key";
 class CommandLineTest : public ::testing::Test
 {
 protected:
+    // `shell` runs first in a shell that then execs vesk, to set limits for it.
     ProcessResult vesk(const std::vector<std::string>& args, const std::string& input = {},
-                       std::map<std::string, std::string> environment = {}) const
+                       std::map<std::string, std::string> environment = {}, const std::string& shell = {}) const
     {
         ProcessOptions options;
         options.input = input;
@@ -42,7 +54,12 @@ protected:
             options.setEnvironment[name] = value;
         }
         options.unsetEnvironment = {"http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "ALL_PROXY"};
-        return test::runProcess(VESK_BINARY, args, options);
+        if (shell.empty()) {
+            return test::runProcess(VESK_BINARY, args, options);
+        }
+        std::vector<std::string> shellArgs{"-c", shell + "; exec \"$0\" \"$@\"", VESK_BINARY};
+        shellArgs.insert(shellArgs.end(), args.begin(), args.end());
+        return test::runProcess("/bin/sh", shellArgs, options);
     }
 
     // The session's real keyring (the test runs inside its own D-Bus session), and no keys from the
@@ -79,11 +96,22 @@ protected:
         return lines;
     }
 
+    std::string historyFile() const { return m_home.filePath("data/Vesk/vesk/history.sqlite3").toStdString(); }
+
+    // One statement on the history file behind vesk's back.
+    void sql(const std::string& statement) const
+    {
+        sqlite3* db = nullptr;
+        ASSERT_EQ(sqlite3_open(historyFile().c_str(), &db), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(db, statement.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(db);
+        sqlite3_close(db);
+    }
+
     test::ScriptedProviderServer m_server;
     QTemporaryDir m_home;
 };
 
-TEST_F(CommandLineTest, CorrectsThroughOpenAIWithTheExactRequest)
+TEST_F(CommandLineTest, CorrectsThroughOpenAI)
 {
     m_server.enqueue(ScriptedResponse::events(streams::openAI({"The", " cat", " sat."})));
     const ProcessResult r = vesk({"correct", "--json", "--endpoint", m_server.url("")}, "teh cat sat");
@@ -104,15 +132,7 @@ TEST_F(CommandLineTest, CorrectsThroughOpenAIWithTheExactRequest)
     const auto& request = requests[0];
     EXPECT_EQ(request.target, "/v1/chat/completions");
     EXPECT_EQ(request.header("Authorization"), std::string("Bearer ") + openAIKey);
-    const Json body = Json::parse(request.body);
-    const Json expected = {{"model", "gpt-4o-mini"},
-                           {"temperature", 0.2},
-                           {"stream", true},
-                           {"stream_options", {{"include_usage", true}}},
-                           {"messages",
-                            {{{"role", "system"}, {"content", PromptBuilder::systemPrompt(CorrectionSettings{})}},
-                             {{"role", "user"}, {"content", PromptBuilder::userMessage("teh cat sat")}}}}};
-    EXPECT_EQ(body, expected);
+    EXPECT_EQ(Json::parse(request.body)["messages"][1]["content"], PromptBuilder::userMessage("teh cat sat"));
 }
 
 TEST_F(CommandLineTest, CorrectsThroughAnthropicWithOverrides)
@@ -143,14 +163,6 @@ TEST_F(CommandLineTest, CorrectsThroughAnthropicWithOverrides)
     EXPECT_EQ(Json::parse(request.body), expected);
 }
 
-TEST_F(CommandLineTest, PrintsJustTheTextAndTheOriginalWhenNothingChanged)
-{
-    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Fine as is."})));
-    const ProcessResult r = vesk({"correct", "--endpoint", m_server.url("")}, "Fine as is.");
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    EXPECT_EQ(r.out, "Fine as is.");
-}
-
 TEST_F(CommandLineTest, RejectedKeyFailsWithTheKeyMasked)
 {
     const std::string body =
@@ -169,6 +181,16 @@ TEST_F(CommandLineTest, RejectedKeyFailsWithTheKeyMasked)
               Json::parse(R"({"title":"OpenAI rejected the key","message":"Check the key and paste it again.",)"
                           R"("detail":"HTTP 401 Incorrect API key provided: [redacted]. Check it."})"));
     EXPECT_EQ(json.out.find(openAIKey), std::string::npos);
+}
+
+// Provider bytes reach the JSON output as they came; what is not UTF-8 is replaced, never an abort.
+TEST_F(CommandLineTest, JsonOutputReplacesBytesThatAreNotUtf8)
+{
+    m_server.enqueue(ScriptedResponse::text(500, "text/plain", "overloaded \xFF\xFE here"));
+    const ProcessResult r = vesk({"correct", "--json", "--endpoint", m_server.url("")}, "helo");
+    EXPECT_EQ(r.exitCode, 1) << r.err;
+    const Json detail = Json::parse(r.out)["failure"]["detail"];
+    EXPECT_NE(detail.get<std::string>().find("overloaded \uFFFD\uFFFD here"), std::string::npos) << detail;
 }
 
 TEST_F(CommandLineTest, MissingKeyFailsBeforeAnyRequest)
@@ -190,6 +212,8 @@ TEST_F(CommandLineTest, BadInputAndUsageNeverReachTheProvider)
     EXPECT_EQ(vesk({"settings", "--instructions", "caf\xC3"}).exitCode, 2);
     EXPECT_EQ(vesk({"correct", "--review", "on"}).exitCode, 2) << "review is a saved setting only";
     EXPECT_EQ(vesk({"correct", "--setup-done", "on"}).exitCode, 2);
+    EXPECT_EQ(vesk({"history", "--search"}).exitCode, 2);
+    EXPECT_EQ(vesk({"history", "--provider", "openai"}).exitCode, 2);
 
     const ProcessResult empty = vesk({"correct", "--endpoint", m_server.url("")}, " \n");
     EXPECT_EQ(empty.exitCode, 1);
@@ -219,6 +243,39 @@ TEST_F(CommandLineTest, SettingsPersistAndShapeTheNextCorrection)
     ASSERT_EQ(r.exitCode, 0) << r.err;
     EXPECT_EQ(r.out, "Done.");
     EXPECT_EQ(m_server.requests().at(0).target, "/v1/messages");
+}
+
+// One value of the wrong type costs that value alone: the local endpoint is still used, the user is told,
+// and a later change writes the value back as it was.
+TEST_F(CommandLineTest, ASettingsFlawCostsThatValueAlone)
+{
+    const QByteArray document = QByteArray(R"({"selectedProvider":"openai","models":{},"hasOnboarded":"yes",)") +
+                                R"("endpoints":{"openai":")" + QByteArray::fromStdString(m_server.url("")) + "\"}}";
+    QSettings(m_home.filePath("config/Vesk/vesk.conf"), QSettings::IniFormat).setValue("appSettings.v1", document);
+    const std::string warning = "vesk: the saved \"hasOnboarded\" is not understood; false is used instead, and the "
+                                "file keeps what it holds\n";
+
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Hello."})));
+    const ProcessResult r = vesk({"correct", "--no-history"}, "helo");
+    EXPECT_EQ(r.out, "Hello.");
+    EXPECT_EQ(r.err, warning);
+    EXPECT_EQ(m_server.requests().size(), 1U) << "sent to the configured endpoint";
+
+    ASSERT_EQ(vesk({"settings", "--tone", "concise"}).exitCode, 0);
+    const ProcessResult again = vesk({"settings"});
+    EXPECT_EQ(again.err, warning) << "still kept as it was";
+    EXPECT_EQ(Json::parse(again.out)["correction"]["tone"], "concise");
+
+    for (const auto& [endpoint, reason] : {std::pair{"localhost:8080", "it must start with http:// or https://"},
+                                           std::pair{"http://127.0.0.1:9/v1?x=1", "a base address takes no query"}}) {
+        const ProcessResult refused = vesk({"settings", "--endpoint", endpoint});
+        EXPECT_EQ(refused.exitCode, 2);
+        EXPECT_NE(refused.err.find(std::string("vesk: the endpoint \"") + endpoint + "\" is not a usable address: " +
+                                   reason),
+                  std::string::npos)
+            << refused.err;
+    }
+    EXPECT_EQ(Json::parse(vesk({"settings"}).out)["endpoints"]["openai"], m_server.url(""));
 }
 
 TEST_F(CommandLineTest, UnreachableServerFailsAsNoResponse)
@@ -254,21 +311,10 @@ TEST_F(CommandLineTest, KeyringKeysAreSetUsedAndRemoved)
     EXPECT_EQ(veskWithKeyring({"key", "set", "mistral"}, key).exitCode, 2);
 }
 
-TEST_F(CommandLineTest, HistoryStartsEmpty)
-{
-    const ProcessResult json = vesk({"history", "--json"});
-    EXPECT_EQ(json.exitCode, 0) << json.err;
-    EXPECT_EQ(json.out, "[]\n");
-    const ProcessResult plain = vesk({"history"});
-    EXPECT_EQ(plain.exitCode, 0) << plain.err;
-    EXPECT_EQ(plain.out, "");
-
-    EXPECT_EQ(vesk({"history", "--search"}).exitCode, 2);
-    EXPECT_EQ(vesk({"history", "--provider", "openai"}).exitCode, 2);
-}
-
 TEST_F(CommandLineTest, SuccessfulCorrectionsAreKeptInTheHistory)
 {
+    EXPECT_EQ(vesk({"history", "--json"}).out, "[]\n");
+    EXPECT_TRUE(historyLines().empty());
     ASSERT_EQ(correctThroughServer({}, {"The", " cat", " sat."}, "teh cat sat").exitCode, 0);
     ASSERT_EQ(correctThroughServer({"--no-history"}, {"Not kept."}, "not kep").exitCode, 0);
     m_server.enqueue(ScriptedResponse::text(401, "application/json", streams::openAIErrorBody("bad key")));
@@ -317,11 +363,150 @@ TEST_F(CommandLineTest, AnUnusableHistoryNeverFailsTheCorrection)
     const ProcessResult r = correctThroughServer({}, {"Hello."}, "helo");
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_EQ(r.out, "Hello.");
-    EXPECT_EQ(r.err, "vesk: the history couldn't be saved; this correction is not in it.\n");
+    EXPECT_EQ(r.err, "vesk: the history couldn't be saved; this correction is not in it.\n"
+                     "The history file in Vesk's data folder can't be read or created.\n");
 
     const ProcessResult history = vesk({"history"});
     EXPECT_EQ(history.exitCode, 1);
     EXPECT_EQ(history.err.substr(0, history.err.find('\n')), "Couldn't open the history");
+}
+
+// Many first runs at once all find no history: each creates, migrates or waits, and every row is kept.
+TEST_F(CommandLineTest, ConcurrentFirstRunsKeepEveryRow)
+{
+    m_server.respondWith([](const test::RecordedRequest&) { return ScriptedResponse::events(streams::openAI({"Hi."})); });
+    constexpr std::size_t runs = 20;
+    for (int round = 0; round < 3; ++round) {
+        SCOPED_TRACE(round);
+        ASSERT_TRUE(QDir(m_home.filePath("data")).removeRecursively());
+        std::vector<ProcessResult> results(runs);
+        {
+            std::vector<std::jthread> threads;
+            for (ProcessResult& result : results) {
+                threads.emplace_back([&] { result = vesk({"correct", "--endpoint", m_server.url("")}, "hi"); });
+            }
+        }
+        for (const ProcessResult& r : results) {
+            EXPECT_EQ(r.err, "");
+        }
+        EXPECT_EQ(Json::parse(vesk({"history", "--json"}).out).size(), runs);
+    }
+}
+
+// A history vesk can't write says why, and what it can still read is listed.
+TEST_F(CommandLineTest, HistoryProblemsAreNamed)
+{
+    ASSERT_EQ(correctThroughServer({}, {"Kept."}, "kept").exitCode, 0);
+    const std::string notSaved = "vesk: the history couldn't be saved; this correction is not in it.\n";
+
+    // Writes past the file size limit fail as writes on a full disk do.
+    const std::string words = [] {
+        std::string text;
+        while (text.size() < 40'000) {
+            text += "word ";
+        }
+        return text;
+    }();
+    m_server.enqueue(ScriptedResponse::events(streams::openAI(streams::split(words, 4000))));
+    const ProcessResult full =
+        vesk({"correct", "--endpoint", m_server.url("")}, words, {}, "trap '' XFSZ; ulimit -f 64");
+    EXPECT_EQ(full.exitCode, 0);
+    EXPECT_EQ(full.err, notSaved + "The disk holding the history is full; free some space and Vesk saves again.\n");
+
+    // Read-only for root as well: immutable where the file system allows it.
+    ASSERT_EQ(chmod(historyFile().c_str(), 0444), 0);
+    const bool immutable = geteuid() == 0 && std::system(("chattr +i " + historyFile() + " 2>/dev/null").c_str()) == 0;
+    const ProcessResult readOnly = correctThroughServer({}, {"Hello."}, "helo");
+    EXPECT_EQ(readOnly.err, notSaved + "The history file is read-only, so Vesk can't add to it.\n");
+    EXPECT_EQ(historyLines().size(), 1U) << "a read-only history is still listed";
+    if (immutable) {
+        ASSERT_EQ(std::system(("chattr -i " + historyFile()).c_str()), 0);
+    }
+    ASSERT_EQ(chmod(historyFile().c_str(), 0600), 0);
+
+    sql("PRAGMA user_version = 2");
+    const std::string newer =
+        "The history was written by a newer version of Vesk; update Vesk to use it. The file is left as it is.\n";
+    EXPECT_EQ(correctThroughServer({}, {"Hello."}, "helo").err, notSaved + newer);
+    const ProcessResult history = vesk({"history"});
+    EXPECT_EQ(history.exitCode, 1);
+    EXPECT_EQ(history.err, "Couldn't open the history\n" + newer);
+}
+
+// Under the usual umask 022, what Vesk creates is still the user's alone.
+TEST_F(CommandLineTest, FilesAndFoldersAreTheUsersAlone)
+{
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Hello."})));
+    ASSERT_EQ(vesk({"correct", "--endpoint", m_server.url("")}, "helo", {}, "umask 022").exitCode, 0);
+    ASSERT_EQ(vesk({"settings", "--tone", "concise"}, {}, {}, "umask 022").exitCode, 0);
+    const auto mode = [this](const char* path) {
+        struct stat status
+        {
+        };
+        EXPECT_EQ(stat(m_home.filePath(path).toUtf8().constData(), &status), 0) << path;
+        return status.st_mode & 0777;
+    };
+    for (const char* folder : {"data", "data/Vesk", "data/Vesk/vesk", "config/Vesk"}) {
+        EXPECT_EQ(mode(folder), 0700U) << folder;
+    }
+    EXPECT_EQ(mode("data/Vesk/vesk/history.sqlite3"), 0600U);
+    EXPECT_EQ(mode("config/Vesk/vesk.conf"), 0600U);
+}
+
+// A running correction may not leave a core dump: the limit is 0 whatever the shell allowed.
+TEST_F(CommandLineTest, ARunningCorrectionDumpsNoCore)
+{
+    QProcess running;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), m_home.filePath("data"));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_home.filePath("config"));
+    running.setProcessEnvironment(environment);
+    // Standard input stays open, so vesk waits for the text.
+    running.start(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("ulimit -c 4096; exec \"$0\" correct"),
+                                              QStringLiteral(VESK_BINARY)});
+    ASSERT_TRUE(running.waitForStarted());
+    const QString proc = QStringLiteral("/proc/%1/").arg(running.processId());
+    const auto coreLimit = [&] {
+        QFile limits(proc + QStringLiteral("limits"));
+        const QByteArray text = limits.open(QIODevice::ReadOnly) ? limits.readAll() : QByteArray();
+        const auto at = text.indexOf("Max core file size");
+        return text.mid(at, text.indexOf('\n', at) - at).simplified();
+    };
+    QByteArray limit;
+    for (int i = 0; i < 100 && (limit = coreLimit()) != "Max core file size 0 0 bytes"; ++i) {
+        QThread::msleep(20);
+    }
+    EXPECT_EQ(limit, "Max core file size 0 0 bytes");
+    if (geteuid() != 0) {
+        EXPECT_EQ(QFileInfo(proc + QStringLiteral("environ")).ownerId(), 0U) << "not dumpable: /proc belongs to root";
+    }
+    running.kill();
+    running.waitForFinished();
+}
+
+// Escape sequences in a reply or the history are shown, not obeyed, on a terminal; a pipe gets the exact text.
+TEST_F(CommandLineTest, ControlCharactersAreShownOnATerminal)
+{
+    const std::string reply = "Hi\x1B]0;owned\x07 there\xC2\x9B" "2J.";
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({reply})));
+    const ProcessResult piped = vesk({"correct", "--endpoint", m_server.url("")}, "hi there");
+    ASSERT_EQ(piped.exitCode, 0) << piped.err;
+    EXPECT_EQ(piped.out, reply);
+
+    // script(1) runs the command on a terminal of its own and copies what it shows.
+    QFile input(m_home.filePath("input.txt"));
+    ASSERT_TRUE(input.open(QIODevice::WriteOnly));
+    input.write("hi there");
+    input.close();
+    const auto onTerminal = [&](const std::string& command) {
+        return vesk({}, {}, {}, "exec script -qec \"'$0' " + command + "\" /dev/null").out;
+    };
+    const std::string shown = "Hi\u241B]0;owned\u2407 there\uFFFD2J.";
+    m_server.enqueue(ScriptedResponse::events(streams::openAI({reply})));
+    EXPECT_EQ(onTerminal("correct --endpoint " + m_server.url("") + " < " + input.fileName().toStdString()), shown);
+    const std::string history = onTerminal("history");
+    EXPECT_TRUE(history.ends_with(shown + "\r\n")) << history;
+    EXPECT_EQ(history.find('\x1B'), std::string::npos);
 }
 
 } // namespace
