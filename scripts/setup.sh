@@ -16,6 +16,8 @@ packages=(
     dbus gnome-keyring libsecret-tools
     xvfb openbox xdotool mousepad xfce4-terminal trayer xclip imagemagick x11-utils fonts-dejavu-core
     desktop-file-utils appstream dpkg-dev file
+    # The Wayland back end and its headless sway end-to-end tests.
+    libwayland-dev libwayland-bin libxkbcommon-dev qt6-wayland sway wl-clipboard
 )
 
 missing=()

@@ -6,6 +6,9 @@
 #include "app/platform/x11/X11GlobalShortcut.h"
 #include "app/platform/x11/X11InputSynthesizer.h"
 #include "app/platform/x11/X11WindowSystem.h"
+#ifdef VESK_HAVE_WAYLAND
+#include "app/platform/wayland/WaylandPlatform.h"
+#endif
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -95,6 +98,13 @@ bool desktopComposites()
 
 std::unique_ptr<Platform> createPlatform()
 {
+#ifdef VESK_HAVE_WAYLAND
+    if (isWaylandSession()) {
+        if (auto platform = createWaylandPlatform()) {
+            return platform;
+        }
+    }
+#endif
     auto platform = std::make_unique<Platform>();
     platform->clipboard = std::make_unique<SystemClipboard>();
     if (_XDisplay* display = qtX11Display()) {

@@ -1,0 +1,295 @@
+// Vesk on a headless sway desktop (with-sway.sh): the `vesk` binary on its Wayland back end, mousepad or a
+// Qt editor as the program the user writes in, and the scripted provider server on loopback. The shortcut
+// is a sway binding that runs `vesk fix`, as the user sets it up on sway; keys come from a virtual keyboard
+// with the seat's keymap, windows are read from sway's tree, the clipboard with wl-paste.
+
+#include "e2e/Desktop.h"
+#include "e2e/VeskSession.h"
+#include "support/ParamName.h"
+#include "support/ScriptedProviderServer.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+namespace vesk::e2e {
+namespace {
+
+using test::RecordedRequest;
+using test::ScriptedResponse;
+namespace streams = test::streams;
+namespace fs = std::filesystem;
+
+const std::string typo = "teh cat sat on teh mat";
+const std::string fixedText = "The cat sat on the mat.";
+constexpr const char* veskAppId = "dev.vesk.Vesk";
+
+ScriptedResponse reply(const std::string& text)
+{
+    return ScriptedResponse::events(streams::openAI(streams::split(text, 4)));
+}
+
+// Every window in sway's tree, tiled or floating.
+void collectWindows(const nlohmann::json& node, std::vector<nlohmann::json>& windows)
+{
+    if (node.contains("app_id") && !node["app_id"].is_null()) {
+        windows.push_back(node);
+    }
+    for (const char* children : {"nodes", "floating_nodes"}) {
+        if (node.contains(children)) {
+            for (const auto& child : node[children]) {
+                collectWindows(child, windows);
+            }
+        }
+    }
+}
+
+std::vector<nlohmann::json> swayWindows()
+{
+    const auto tree = nlohmann::json::parse(runTool("swaymsg", {"-t", "get_tree", "--raw"}).out, nullptr, false);
+    std::vector<nlohmann::json> windows;
+    if (!tree.is_discarded()) {
+        collectWindows(tree, windows);
+    }
+    return windows;
+}
+
+std::string focusedAppId()
+{
+    for (const auto& window : swayWindows()) {
+        if (window.value("focused", false)) {
+            return window.value("app_id", "");
+        }
+    }
+    return {};
+}
+
+std::vector<nlohmann::json> windowsOf(const std::string& appId)
+{
+    std::vector<nlohmann::json> windows = swayWindows();
+    std::erase_if(windows, [&](const auto& w) { return w.value("app_id", "") != appId; });
+    return windows;
+}
+
+std::string describeWindows()
+{
+    std::string out = "windows:\n";
+    for (const auto& window : swayWindows()) {
+        out += "  " + window.value("app_id", "") + " \"" + window.value("name", "") + "\"" +
+               (window.value("focused", false) ? " (focused)" : "") + "\n";
+    }
+    return out;
+}
+
+// Presses the strokes through a virtual keyboard, as a keyboard would send them, to what has focus.
+void press(const std::vector<std::string>& strokes)
+{
+    std::vector<std::string> args{"keys"};
+    args.insert(args.end(), strokes.begin(), strokes.end());
+    const auto result = runTool(VESK_WAYLAND_TOOL, args);
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+}
+
+std::string clipboardAs(const std::string& type)
+{
+    return runTool("wl-paste", {"--no-newline", "--type", type}, {}, 3s).out;
+}
+
+struct Editor
+{
+    const char* name;
+    std::string program;
+    std::string appId;
+};
+
+class WaylandSwayFlowTest : public ::testing::TestWithParam<Editor>
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_NE(std::getenv("SWAYSOCK"), nullptr) << "run through tests/support/with-sway.sh";
+        ASSERT_EQ(m_vesk.configure(m_server.url("")), "");
+        // The binding the user adds to sway's config; the environment points `vesk fix` at this session's
+        // instance.
+        const fs::path& dir = m_vesk.directory();
+        const std::string command = "env XDG_CONFIG_HOME=" + (dir / "config").string() + " XDG_DATA_HOME=" +
+                                    (dir / "data").string() + " XDG_CACHE_HOME=" + (dir / "cache").string() +
+                                    " XDG_RUNTIME_DIR=" + (dir / "run").string() + " " + VESK_BINARY + " fix";
+        const auto bind = runTool("swaymsg", {"bindsym", "Mod1+g", "exec", command});
+        ASSERT_EQ(bind.exitCode, 0) << bind.out << bind.err;
+    }
+
+    void TearDown() override
+    {
+        if (HasFailure()) {
+            std::cerr << describeWindows() << "--- vesk log ---\n"
+                      << readFile(m_vesk.directory() / "vesk.log") << "--- end of vesk log ---\n";
+        }
+        m_editor.reset();
+        m_owner.reset();
+        m_app.reset();
+    }
+
+    void startVesk()
+    {
+        const fs::path& dir = m_vesk.directory();
+        m_app = std::make_unique<BackgroundProcess>(VESK_BINARY, std::vector<std::string>{},
+                                                    (dir / "vesk.log").string(),
+                                                    std::map<std::string, std::string>{
+                                                        {"XDG_CONFIG_HOME", (dir / "config").string()},
+                                                        {"XDG_DATA_HOME", (dir / "data").string()},
+                                                        {"XDG_CACHE_HOME", (dir / "cache").string()},
+                                                        {"XDG_RUNTIME_DIR", (dir / "run").string()},
+                                                        {"QT_LOGGING_RULES", "vesk.*=true"}});
+        ASSERT_TRUE(waitUntil([&] { return readFile(dir / "vesk.log").find("Ready") != std::string::npos; }, 10s))
+            << "vesk did not start:\n"
+            << readFile(dir / "vesk.log");
+        // Without a tray the home window opens at start; the panel is any other window of Vesk's.
+        waitUntil([] { return !windowsOf(veskAppId).empty(); }, 2s);
+        for (const auto& window : windowsOf(veskAppId)) {
+            m_homeWindows.push_back(window.value("id", 0));
+        }
+    }
+
+    [[nodiscard]] std::optional<nlohmann::json> panel() const
+    {
+        for (const auto& window : windowsOf(veskAppId)) {
+            if (std::find(m_homeWindows.begin(), m_homeWindows.end(), window.value("id", 0)) == m_homeWindows.end()) {
+                return window;
+            }
+        }
+        return std::nullopt;
+    }
+
+    [[nodiscard]] bool panelHasFocus() const
+    {
+        const auto window = panel();
+        return window && window->value("focused", false);
+    }
+
+    void startEditor(const std::string& text)
+    {
+        m_document = m_vesk.directory() / "notes.txt";
+        writeFile(m_document, text);
+        m_editor = std::make_unique<BackgroundProcess>(GetParam().program, std::vector<std::string>{m_document},
+                                                       (m_vesk.directory() / "editor.log").string());
+        ASSERT_TRUE(waitUntil([&] { return editorHasFocus(); }, 10s)) << describeWindows();
+        // Nobody types into a window in the instant it appears.
+        std::this_thread::sleep_for(300ms);
+    }
+
+    [[nodiscard]] bool editorHasFocus() const { return focusedAppId() == GetParam().appId; }
+
+    // Holds the clipboard with these formats from another program, as after a copy there.
+    void holdClipboard(const std::vector<std::string>& args)
+    {
+        std::vector<std::string> all{"own"};
+        all.insert(all.end(), args.begin(), args.end());
+        m_owner = std::make_unique<BackgroundProcess>(VESK_WAYLAND_TOOL, all,
+                                                      (m_vesk.directory() / "owner.log").string());
+        ASSERT_TRUE(waitUntil([] { return !runTool("wl-paste", {"--list-types"}).out.empty(); }, 5s));
+    }
+
+    // Saves whenever the editor has the focus until the file holds `expected`; what it held last.
+    std::string saveUntil(const std::string& expected)
+    {
+        std::string content;
+        waitUntil(
+            [&] {
+                content = readFile(m_document);
+                if (content == expected) {
+                    return true;
+                }
+                if (editorHasFocus()) {
+                    press({"ctrl+s"});
+                }
+                return false;
+            },
+            5s, 150ms);
+        return content;
+    }
+
+    // Return in the panel; pressed again while the panel stays (it waits for a reply still streaming).
+    void acceptInPanel()
+    {
+        ASSERT_TRUE(waitUntil([&] { return panelHasFocus(); }, 5s)) << "the panel did not take the keys";
+        const bool closed = waitUntil(
+            [&] {
+                press({"Return"});
+                return waitUntil([&] { return !panel(); }, 700ms);
+            },
+            5s, 0ms);
+        EXPECT_TRUE(closed) << "Return did not close the panel";
+    }
+
+    test::ScriptedProviderServer m_server;
+    VeskSession m_vesk;
+    fs::path m_document;
+    std::unique_ptr<BackgroundProcess> m_app;
+    std::unique_ptr<BackgroundProcess> m_editor;
+    std::unique_ptr<BackgroundProcess> m_owner;
+    std::vector<int> m_homeWindows;
+};
+
+TEST_P(WaylandSwayFlowTest, ReviewedCorrectionReplacesTheSelectionAndRestoresTheClipboard)
+{
+    const std::string html = "<meta charset=\"utf-8\"><b>Bold</b> and <i>plain</i> — ünïcode";
+    ASSERT_NO_FATAL_FAILURE(holdClipboard({"--text", "Bold and plain", "--html", html}));
+    m_server.respondWith([](const RecordedRequest&) { return reply(fixedText); });
+    ASSERT_NO_FATAL_FAILURE(startVesk());
+    ASSERT_NO_FATAL_FAILURE(startEditor(typo));
+
+    press({"ctrl+a", "alt+g"});
+    ASSERT_TRUE(m_server.waitForRequests(1, 5s)) << "no request reached the provider";
+    EXPECT_NE(m_server.requests()[0].body.find(typo), std::string::npos) << "the selection was sent";
+    ASSERT_NO_FATAL_FAILURE(acceptInPanel());
+    EXPECT_EQ(saveUntil(fixedText), fixedText);
+    EXPECT_TRUE(waitUntil([&] { return clipboardAs("text/html") == html && clipboardAs("text/plain") == "Bold and plain"; },
+                          2s))
+        << "clipboard: \"" << clipboardAs("text/plain") << "\" / \"" << clipboardAs("text/html") << "\"";
+}
+
+TEST_P(WaylandSwayFlowTest, WithoutReviewTheCorrectionReplacesAtOnce)
+{
+    ASSERT_EQ(m_vesk.run({"settings", "--review", "off"}).exitCode, 0);
+    ASSERT_NO_FATAL_FAILURE(holdClipboard({"--text", "kept"}));
+    m_server.respondWith([](const RecordedRequest&) { return reply(fixedText); });
+    ASSERT_NO_FATAL_FAILURE(startVesk());
+    ASSERT_NO_FATAL_FAILURE(startEditor(typo));
+
+    press({"ctrl+a", "alt+g"});
+    ASSERT_TRUE(m_server.waitForRequests(1, 5s));
+    EXPECT_EQ(saveUntil(fixedText), fixedText);
+    EXPECT_TRUE(waitUntil([] { return clipboardAs("text/plain") == "kept"; }, 2s))
+        << "clipboard: \"" << clipboardAs("text/plain") << "\"";
+    EXPECT_FALSE(panel()) << "no panel without review";
+}
+
+TEST_P(WaylandSwayFlowTest, EscapeLeavesTheTextAndGivesTheFocusBack)
+{
+    m_server.respondWith([](const RecordedRequest&) { return reply(fixedText); });
+    ASSERT_NO_FATAL_FAILURE(startVesk());
+    ASSERT_NO_FATAL_FAILURE(startEditor(typo));
+
+    press({"ctrl+a", "alt+g"});
+    ASSERT_TRUE(m_server.waitForRequests(1, 5s));
+    ASSERT_TRUE(waitUntil([&] { return panelHasFocus(); }, 5s)) << describeWindows();
+    press({"Escape"});
+    EXPECT_TRUE(waitUntil([&] { return !panel(); }, 3s)) << "Escape did not close the panel";
+    EXPECT_TRUE(waitUntil([&] { return editorHasFocus(); }, 3s)) << "focus went back to the editor";
+    // A paste would land within a few tens of milliseconds of the focus change; saving then shows it.
+    std::this_thread::sleep_for(500ms);
+    press({"ctrl+s"});
+    std::this_thread::sleep_for(300ms);
+    EXPECT_EQ(readFile(m_document), typo);
+}
+
+INSTANTIATE_TEST_SUITE_P(Editors, WaylandSwayFlowTest,
+                         ::testing::Values(Editor{"Mousepad", "mousepad", "mousepad"},
+                                           Editor{"QtEditor", VESK_WAYLAND_QT_EDITOR, "vesk-qt-editor"}),
+                         test::ParamName());
+
+} // namespace
+} // namespace vesk::e2e

@@ -1,0 +1,106 @@
+// The Wayland end-to-end tests' hands, built on Vesk's own protocol clients:
+//
+//   vesk_wayland_tool keys STROKE...          presses each stroke ("ctrl+a", "alt+g", "Return") in turn
+//   vesk_wayland_tool own [--text T] [--html H] [--png FILE]
+//                                             holds the clipboard with those formats until terminated
+//
+// Keys go through a virtual keyboard with the seat's keymap, as a keyboard would send them; the clipboard
+// is offered through data-control, which (unlike Qt's clipboard) needs no focused window.
+#include "app/platform/wayland/WaylandClipboard.h"
+#include "app/platform/wayland/WaylandConnection.h"
+#include "app/platform/wayland/WaylandKeyboard.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QKeySequence>
+#include <QThread>
+#include <cstdio>
+
+using namespace vesk::app;
+
+namespace {
+
+std::optional<KeyCombination> parseStroke(const QString& stroke)
+{
+    const QKeySequence sequence = QKeySequence::fromString(stroke, QKeySequence::PortableText);
+    if (sequence.count() != 1) {
+        return std::nullopt;
+    }
+    const QKeyCombination combination = sequence[0];
+    return KeyCombination{combination.key(), combination.keyboardModifiers()};
+}
+
+int pressKeys(const std::shared_ptr<WaylandConnection>& connection, const QStringList& strokes)
+{
+    WaylandKeyboard keyboard(connection);
+    if (!keyboard.canPostInput()) {
+        std::fprintf(stderr, "the compositor offers no virtual keyboard\n");
+        return 2;
+    }
+    // A virtual keyboard that has just been made loses its first keys.
+    QThread::msleep(150);
+    for (const QString& stroke : strokes) {
+        const std::optional<KeyCombination> keys = parseStroke(stroke);
+        if (!keys || !keyboard.postKeys(*keys)) {
+            std::fprintf(stderr, "can't press %s\n", qPrintable(stroke));
+            return 2;
+        }
+        connection->roundTrip();
+        QThread::msleep(30);
+    }
+    return 0;
+}
+
+int ownClipboard(const std::shared_ptr<WaylandConnection>& connection, const QStringList& args)
+{
+    WaylandClipboard clipboard(connection);
+    if (!clipboard.isAvailable()) {
+        std::fprintf(stderr, "the compositor offers no data-control\n");
+        return 2;
+    }
+    ClipboardContents contents;
+    contents.kind = ClipboardContents::Kind::items;
+    for (qsizetype i = 0; i + 1 < args.size(); i += 2) {
+        if (args[i] == QLatin1String("--text")) {
+            contents.formats.append({QStringLiteral("text/plain;charset=utf-8"), args[i + 1].toUtf8()});
+            contents.formats.append({QStringLiteral("text/plain"), args[i + 1].toUtf8()});
+        } else if (args[i] == QLatin1String("--html")) {
+            contents.formats.append({QStringLiteral("text/html"), args[i + 1].toUtf8()});
+        } else if (args[i] == QLatin1String("--png")) {
+            QFile file(args[i + 1]);
+            if (!file.open(QIODevice::ReadOnly)) {
+                std::fprintf(stderr, "can't read %s\n", qPrintable(args[i + 1]));
+                return 2;
+            }
+            contents.formats.append({QStringLiteral("image/png"), file.readAll()});
+        } else {
+            std::fprintf(stderr, "unknown option %s\n", qPrintable(args[i]));
+            return 2;
+        }
+    }
+    clipboard.restore(contents);
+    // Serves readers until another program takes the clipboard or this one is terminated.
+    QObject::connect(&clipboard, &Clipboard::changed, qApp, &QCoreApplication::quit);
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    const QStringList args = QCoreApplication::arguments().mid(1);
+    const std::shared_ptr<WaylandConnection> connection = WaylandConnection::connect();
+    if (!connection) {
+        std::fprintf(stderr, "no Wayland compositor\n");
+        return 2;
+    }
+    if (args.value(0) == QLatin1String("keys")) {
+        return pressKeys(connection, args.mid(1));
+    }
+    if (args.value(0) == QLatin1String("own")) {
+        return ownClipboard(connection, args.mid(1));
+    }
+    std::fprintf(stderr, "usage: vesk_wayland_tool keys STROKE... | own [--text T] [--html H] [--png FILE]\n");
+    return 2;
+}
