@@ -11,6 +11,7 @@
 #include "app/platform/wayland/WaylandKeyboard.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QKeySequence>
 #include <QThread>
@@ -33,8 +34,14 @@ std::optional<KeyCombination> parseStroke(const QString& stroke)
 int pressKeys(const std::shared_ptr<WaylandConnection>& connection, const QStringList& strokes)
 {
     WaylandKeyboard keyboard(connection);
+    // Through the RemoteDesktop portal the keyboard is there once the desktop has granted the session.
+    QElapsedTimer waited;
+    waited.start();
+    while (keyboard.mayPostInput() && !keyboard.canPostInput() && waited.elapsed() < 10000) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
+    }
     if (!keyboard.canPostInput()) {
-        std::fprintf(stderr, "the compositor offers no virtual keyboard\n");
+        std::fprintf(stderr, "the desktop offers no virtual keyboard and no remote desktop session\n");
         return 2;
     }
     // A virtual keyboard that has just been made loses its first keys.

@@ -3,6 +3,7 @@
 #include "app/common/Logging.h"
 #include "app/platform/TerminalKeys.h"
 #include "app/platform/wayland/WaylandConnection.h"
+#include "app/platform/wayland/WaylandPortals.h"
 
 #include "virtual-keyboard-unstable-v1-client.h"
 
@@ -114,7 +115,7 @@ int keymapFile(const QByteArray& text)
 WaylandKeyboard::WaylandKeyboard(std::shared_ptr<WaylandConnection> connection) : m_connection(std::move(connection))
 {
     m_context = xkb_context_new(XKB_CONTEXT_NO_FLAGS);
-    if (m_connection->seat() == nullptr || m_connection->virtualKeyboards() == nullptr || m_context == nullptr) {
+    if (m_connection->seat() == nullptr || m_context == nullptr) {
         return;
     }
     // The seat shares its keyboard's keymap with every client that asks: that is the user's layout.
@@ -135,6 +136,15 @@ WaylandKeyboard::WaylandKeyboard(std::shared_ptr<WaylandConnection> connection) 
         free(text);
     }
     if (m_keymap == nullptr) {
+        return;
+    }
+    if (m_connection->virtualKeyboards() == nullptr) {
+        // KDE and GNOME keep the virtual keyboard to themselves; their RemoteDesktop portal takes the keys,
+        // as evdev codes on the seat's keymap.
+        if (portalVersion(QStringLiteral("org.freedesktop.portal.RemoteDesktop")) > 0) {
+            m_portal = new RemoteDesktopKeyboard(this);
+            m_portal->start([](bool) {});
+        }
         return;
     }
     m_keyboard = zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(m_connection->virtualKeyboards(),
@@ -214,6 +224,11 @@ void WaylandKeyboard::uploadKeymap()
     m_connection->flush();
 }
 
+bool WaylandKeyboard::canPostInput() const
+{
+    return m_keyboard != nullptr || (m_portal != nullptr && m_portal->isStarted());
+}
+
 void WaylandKeyboard::whenModifiersReleased(std::function<void()> ready)
 {
     // A Wayland client without focus cannot see which keys are down. None needs waiting out here: the
@@ -238,7 +253,7 @@ bool WaylandKeyboard::post(Keystroke stroke, const std::optional<WindowRef>& tar
 
 bool WaylandKeyboard::postKeys(const KeyCombination& keys)
 {
-    if (m_keyboard == nullptr || m_keymap == nullptr) {
+    if (!canPostInput() || m_keymap == nullptr) {
         return false;
     }
     const KeyOnLayout key = findKey(m_keymap, waylandKeysym(keys.key));
@@ -262,6 +277,18 @@ bool WaylandKeyboard::postKeys(const KeyCombination& keys)
             }
             modifiers.append(found.keycode);
         }
+    }
+    if (m_keyboard == nullptr) {
+        // The portal's keys join the seat's keyboard, whose own state tracks the modifiers.
+        for (const xkb_keycode_t modifier : std::as_const(modifiers)) {
+            m_portal->notifyKey(modifier - 8, true);
+        }
+        m_portal->notifyKey(key.keycode - 8, true);
+        m_portal->notifyKey(key.keycode - 8, false);
+        for (auto it = modifiers.crbegin(); it != modifiers.crend(); ++it) {
+            m_portal->notifyKey(*it - 8, false);
+        }
+        return true;
     }
     // The keymap's own state machine works out the modifier masks the keys produce; the group is the
     // layout the key was found on.

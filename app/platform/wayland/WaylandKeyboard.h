@@ -21,6 +21,7 @@ struct zwp_virtual_keyboard_v1;
 
 namespace vesk::app {
 
+class RemoteDesktopKeyboard;
 class WaylandConnection;
 
 // The keysym a Qt key stands for (letters as lower case, what the key gives without Shift); 0 for keys
@@ -35,7 +36,11 @@ public:
     explicit WaylandKeyboard(std::shared_ptr<WaylandConnection> connection);
     ~WaylandKeyboard() override;
 
-    bool canPostInput() const override { return m_keyboard != nullptr; }
+    // With the compositor's virtual keyboard at once; through the RemoteDesktop portal once the desktop
+    // granted the session (asked for at start-up where the compositor has no virtual keyboard).
+    bool canPostInput() const override;
+    // Whether keystrokes can be had here at all, now or once the portal answers.
+    [[nodiscard]] bool mayPostInput() const { return m_keyboard != nullptr || m_portal != nullptr; }
     void whenModifiersReleased(std::function<void()> ready) override;
     bool post(Keystroke stroke, const std::optional<WindowRef>& target) override;
     // Presses and releases `keys` as one stroke. False when a key is on no key of the keymap.
@@ -62,6 +67,7 @@ private:
     QByteArray m_keymapText;
     wl_keyboard* m_seatKeyboard = nullptr;
     zwp_virtual_keyboard_v1* m_keyboard = nullptr;
+    RemoteDesktopKeyboard* m_portal = nullptr;
     std::function<void()> m_pasteObserver;
 };
 

@@ -5,6 +5,7 @@
 #include "app/platform/wayland/WaylandClipboard.h"
 #include "app/platform/wayland/WaylandConnection.h"
 #include "app/platform/wayland/WaylandKeyboard.h"
+#include "app/platform/wayland/WaylandPortals.h"
 #include "app/platform/wayland/WaylandWindows.h"
 
 #include <array>
@@ -79,8 +80,8 @@ public:
 
 QString limitationFor(const WaylandKeyboard& keyboard, bool clipboard)
 {
-    if (!keyboard.canPostInput()) {
-        return QStringLiteral("This desktop doesn't offer Wayland's virtual keyboard to apps, so Vesk can't copy the "
+    if (!keyboard.mayPostInput()) {
+        return QStringLiteral("This desktop offers neither Wayland's virtual keyboard nor the remote desktop portal, so Vesk can't copy the "
                               "selection or paste the correction here. Write (in the tray menu) and `vesk correct` "
                               "still work.");
     }
@@ -131,7 +132,7 @@ std::unique_ptr<Platform> createWaylandPlatform()
     }
     auto keyboard = std::make_unique<WaylandKeyboard>(connection);
     auto clipboard = std::make_unique<WaylandClipboard>(connection);
-    if (!keyboard->canPostInput() && !clipboard->isAvailable()) {
+    if (!keyboard->mayPostInput() && !clipboard->isAvailable()) {
         qCInfo(lcPlatform) << "The compositor offers neither a virtual keyboard nor clipboard access";
         return nullptr;
     }
@@ -145,7 +146,11 @@ std::unique_ptr<Platform> createWaylandPlatform()
     }
     platform->input = std::move(keyboard);
     platform->windows = std::make_unique<WaylandWindows>(connection);
-    platform->shortcut = std::make_unique<CompositorBoundShortcut>();
+    if (portalVersion(QStringLiteral("org.freedesktop.portal.GlobalShortcuts")) > 0) {
+        platform->shortcut = std::make_unique<PortalGlobalShortcut>();
+    } else {
+        platform->shortcut = std::make_unique<CompositorBoundShortcut>();
+    }
     if (!platform->limitation.isEmpty()) {
         qCInfo(lcPlatform) << "Wayland platform:" << platform->limitation;
     }
