@@ -193,7 +193,7 @@ bool PortalGlobalShortcut::setShortcut(const QString& name, const std::optional<
     if (!combination) {
         return true;
     }
-    // KDE 5.27 registers the shortcuts given when the session is made (BindShortcuts would open System
+    // KWin registers the shortcuts given when the session is made (on 5.27 BindShortcuts would open System
     // Settings); other desktops bind them in a second step.
     const QList<PortalShortcut> shortcuts = {
         {name,
@@ -209,7 +209,7 @@ bool PortalGlobalShortcut::setShortcut(const QString& name, const std::optional<
                 }
                 m_session = results.value(QStringLiteral("session_handle")).toString();
                 qCInfo(lcPlatform) << "Shortcut session open with the GlobalShortcuts portal";
-                if (qEnvironmentVariable("XDG_CURRENT_DESKTOP").contains(QLatin1String("KDE"), Qt::CaseInsensitive)) {
+                if (bus().interface()->isServiceRegistered(QStringLiteral("org.kde.KWin"))) {
                     return;
                 }
                 request(shortcutsInterface, QStringLiteral("BindShortcuts"),
