@@ -1,6 +1,8 @@
 // The Wayland end-to-end tests' hands, built on Vesk's own protocol clients:
 //
 //   vesk_wayland_tool keys STROKE...          presses each stroke ("ctrl+a", "alt+g", "Return") in turn
+//   vesk_wayland_tool serve IN OUT            one keyboard for many presses: reads lines of strokes from the
+//                                             FIFO IN, presses them, answers "ok" or "failed" on the FIFO OUT
 //   vesk_wayland_tool own [--text T] [--html H] [--png FILE]
 //                                             holds the clipboard with those formats until terminated
 //
@@ -31,9 +33,9 @@ std::optional<KeyCombination> parseStroke(const QString& stroke)
     return KeyCombination{combination.key(), combination.keyboardModifiers()};
 }
 
-int pressKeys(const std::shared_ptr<WaylandConnection>& connection, const QStringList& strokes)
+// A keyboard ready for keys, or why not.
+bool waitForKeyboard(WaylandKeyboard& keyboard, const std::shared_ptr<WaylandConnection>& connection)
 {
-    WaylandKeyboard keyboard(connection);
     // Through the RemoteDesktop portal the keyboard is there once the desktop has granted the session.
     QElapsedTimer waited;
     waited.start();
@@ -42,20 +44,58 @@ int pressKeys(const std::shared_ptr<WaylandConnection>& connection, const QStrin
     }
     if (!keyboard.canPostInput()) {
         std::fprintf(stderr, "the desktop offers no virtual keyboard and no remote desktop session\n");
-        return 2;
+        return false;
     }
-    // A virtual keyboard that has just been made loses its first keys.
-    QThread::msleep(150);
+    // A keyboard that has just been made loses its first keys; KWin's device behind a new remote desktop
+    // session takes longer to be ready.
+    QThread::msleep(connection->virtualKeyboards() != nullptr ? 150 : 500);
+    return true;
+}
+
+bool press(WaylandKeyboard& keyboard, const std::shared_ptr<WaylandConnection>& connection,
+           const QStringList& strokes)
+{
     for (const QString& stroke : strokes) {
         const std::optional<KeyCombination> keys = parseStroke(stroke);
         if (!keys || !keyboard.postKeys(*keys)) {
             std::fprintf(stderr, "can't press %s\n", qPrintable(stroke));
-            return 2;
+            return false;
         }
         connection->roundTrip();
         QThread::msleep(30);
     }
-    return 0;
+    return true;
+}
+
+int pressKeys(const std::shared_ptr<WaylandConnection>& connection, const QStringList& strokes)
+{
+    WaylandKeyboard keyboard(connection);
+    return waitForKeyboard(keyboard, connection) && press(keyboard, connection, strokes) ? 0 : 2;
+}
+
+// KWin loses modifiers when remote desktop sessions come and go between strokes, so the tests keep one.
+int serveKeys(const std::shared_ptr<WaylandConnection>& connection, const QString& in, const QString& out)
+{
+    WaylandKeyboard keyboard(connection);
+    if (!waitForKeyboard(keyboard, connection)) {
+        return 2;
+    }
+    for (;;) {
+        QFile requests(in);
+        if (!requests.open(QIODevice::ReadOnly)) {
+            return 2;
+        }
+        const QStringList lines = QString::fromUtf8(requests.readAll()).split(u'\n', Qt::SkipEmptyParts);
+        bool pressed = true;
+        for (const QString& line : lines) {
+            pressed = press(keyboard, connection, line.split(u' ', Qt::SkipEmptyParts)) && pressed;
+        }
+        QFile answer(out);
+        if (!answer.open(QIODevice::WriteOnly)) {
+            return 2;
+        }
+        answer.write(pressed ? "ok\n" : "failed\n");
+    }
 }
 
 int ownClipboard(const std::shared_ptr<WaylandConnection>& connection, const QStringList& args)
@@ -105,9 +145,12 @@ int main(int argc, char** argv)
     if (args.value(0) == QLatin1String("keys")) {
         return pressKeys(connection, args.mid(1));
     }
+    if (args.value(0) == QLatin1String("serve") && args.size() == 3) {
+        return serveKeys(connection, args[1], args[2]);
+    }
     if (args.value(0) == QLatin1String("own")) {
         return ownClipboard(connection, args.mid(1));
     }
-    std::fprintf(stderr, "usage: vesk_wayland_tool keys STROKE... | own [--text T] [--html H] [--png FILE]\n");
+    std::fprintf(stderr, "usage: vesk_wayland_tool keys STROKE... | serve IN OUT | own [--text T] [--html H] [--png FILE]\n");
     return 2;
 }

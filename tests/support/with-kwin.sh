@@ -58,6 +58,9 @@ unset DISPLAY WAYLAND_DISPLAY SESSION_MANAGER 2>/dev/null || true
 export XDG_RUNTIME_DIR="$root/run" XDG_CONFIG_HOME="$root/config" XDG_CACHE_HOME="$root/cache" \
     XDG_STATE_HOME="$root/state" XDG_CURRENT_DESKTOP=KDE KDE_FULL_SESSION=true KDE_SESSION_VERSION=5 \
     XDG_SESSION_TYPE=wayland
+# Every new window gets the focus, as programs started from a launcher do; the tests start them from a
+# script, which KWin's focus stealing prevention would otherwise hold back behind Vesk's window.
+printf '[Windows]\nFocusStealingPreventionLevel=0\n' >"$root/config/kwinrc"
 "$root/bin/kwin_wayland" --virtual --width 1280 --height 720 --socket wayland-vesk --no-lockscreen \
     >"$root/kwin.log" 2>&1 &
 compositor=$!

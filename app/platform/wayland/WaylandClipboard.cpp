@@ -134,6 +134,7 @@ void WaylandClipboard::selection(void* data, zwlr_data_control_v1*, zwlr_data_co
         return;
     }
     ++self->m_changeCount;
+    qCDebug(lcPlatform) << "Clipboard taken by another app," << self->m_offers.value(offer).size() << "formats";
     emit self->changed();
 }
 

@@ -143,7 +143,11 @@ WaylandKeyboard::WaylandKeyboard(std::shared_ptr<WaylandConnection> connection) 
         // as evdev codes on the seat's keymap.
         if (portalVersion(QStringLiteral("org.freedesktop.portal.RemoteDesktop")) > 0) {
             m_portal = new RemoteDesktopKeyboard(this);
-            m_portal->start([](bool) {});
+            m_portal->start([this](bool granted) {
+                if (granted) {
+                    releaseModifiers();
+                }
+            });
         }
         return;
     }
@@ -224,6 +228,19 @@ void WaylandKeyboard::uploadKeymap()
     m_connection->flush();
 }
 
+void WaylandKeyboard::releaseModifiers()
+{
+    // KWin can keep a modifier of an ended remote desktop session down; a release of each puts the seat's
+    // keyboard back to no modifiers before the first stroke.
+    for (const xkb_keysym_t keysym : {XKB_KEY_Control_L, XKB_KEY_Control_R, XKB_KEY_Shift_L, XKB_KEY_Shift_R,
+                                      XKB_KEY_Alt_L, XKB_KEY_Alt_R, XKB_KEY_Super_L, XKB_KEY_Super_R}) {
+        const KeyOnLayout key = findKey(m_keymap, keysym);
+        if (key.keycode != XKB_KEYCODE_INVALID) {
+            m_portal->notifyKey(key.keycode - 8, false);
+        }
+    }
+}
+
 bool WaylandKeyboard::canPostInput() const
 {
     return m_keyboard != nullptr || (m_portal != nullptr && m_portal->isStarted());
@@ -231,9 +248,10 @@ bool WaylandKeyboard::canPostInput() const
 
 void WaylandKeyboard::whenModifiersReleased(std::function<void()> ready)
 {
-    // A Wayland client without focus cannot see which keys are down. None needs waiting out here: the
-    // compositor delivers a virtual keyboard's keys with that keyboard's own modifier state, so the user's
-    // held Alt does not turn the stroke into Ctrl+Alt+C.
+    // A Wayland client without focus cannot see which keys are down. With a virtual keyboard none needs
+    // waiting out: the compositor delivers its keys with that keyboard's own modifier state, so the user's
+    // held Alt does not turn the stroke into Ctrl+Alt+C. The portal's keys share the seat's state; there
+    // the stroke releases every modifier first.
     QTimer::singleShot(0, this, std::move(ready));
 }
 
@@ -245,6 +263,7 @@ bool WaylandKeyboard::post(Keystroke stroke, const std::optional<WindowRef>& tar
         return false;
     }
     const bool posted = postKeys(*keys);
+    qCDebug(lcPlatform) << "Posted" << keys->displayText() << (posted ? "" : "(failed)");
     if (posted && stroke == Keystroke::paste && m_pasteObserver) {
         m_pasteObserver();
     }
@@ -279,7 +298,10 @@ bool WaylandKeyboard::postKeys(const KeyCombination& keys)
         }
     }
     if (m_keyboard == nullptr) {
-        // The portal's keys join the seat's keyboard, whose own state tracks the modifiers.
+        // The portal's keys join the seat's keyboard, whose own state tracks the modifiers; a modifier the
+        // user still holds (the shortcut's Alt) would turn Ctrl+C into Ctrl+Alt+C, and the portal cannot
+        // tell which are down, so all are released first.
+        releaseModifiers();
         for (const xkb_keycode_t modifier : std::as_const(modifiers)) {
             m_portal->notifyKey(modifier - 8, true);
         }

@@ -54,6 +54,7 @@ public:
 private:
     void useKeymap(const QByteArray& text);
     void uploadKeymap();
+    void releaseModifiers();
 
 public:
     // Event handlers of the listener tables.

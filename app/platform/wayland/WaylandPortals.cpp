@@ -199,7 +199,9 @@ bool PortalGlobalShortcut::setShortcut(const QString& name, const std::optional<
         {name,
          {{QStringLiteral("description"), QStringLiteral("Fix the selected text")},
           {QStringLiteral("preferred_trigger"), triggerText(*combination)}}}};
-    QVariantMap options{{QStringLiteral("session_handle_token"), newToken()},
+    // KDE files the shortcuts of an app without an app id under the session's token: a fixed token keeps
+    // them, and the keys the user gave them, from one start to the next.
+    QVariantMap options{{QStringLiteral("session_handle_token"), QStringLiteral("vesk_shortcuts")},
                         {QStringLiteral("shortcuts"), QVariant::fromValue(shortcuts)}};
     request(shortcutsInterface, QStringLiteral("CreateSession"), {}, options, this,
             [this, shortcuts](uint code, const QVariantMap& results) {
