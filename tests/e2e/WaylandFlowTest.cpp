@@ -215,6 +215,10 @@ protected:
             10s))
             << "vesk did not start:\n"
             << readFile(dir / "vesk.log");
+        if (onSway()) {
+            EXPECT_NE(readFile(dir / "vesk.log").find("\nbindsym Mod1+g exec vesk fix"), std::string::npos)
+                << "sway's bind line is not stated";
+        }
         // Without a tray the home window opens at start; the panel is any other window of Vesk's.
         waitUntil([] { return !windowsOf(veskAppId).empty(); }, 2s);
         for (const auto& window : windowsOf(veskAppId)) {
@@ -396,6 +400,39 @@ TEST_P(WaylandFlowTest, EscapeLeavesTheTextAndGivesTheFocusBack)
     press({"ctrl+s", "ctrl+a", "ctrl+c"});
     EXPECT_TRUE(waitUntil([&] { return clipboardAs("text/plain") == typo; }, 2s)) << "the editor has no focus";
     EXPECT_EQ(readFile(m_document), typo);
+}
+
+TEST_P(WaylandFlowTest, PictureOnTheClipboardComesBackByteForByte)
+{
+    const fs::path picture = m_vesk.directory() / "picture.png";
+    ASSERT_EQ(runTool("convert", {"-size", "64x40", "gradient:#0a84ff-#ff3b30", picture.string()}).exitCode, 0);
+    const std::string png = readFile(picture);
+    m_server.respondWith([](const RecordedRequest&) { return reply(fixedText); });
+    ASSERT_NO_FATAL_FAILURE(startVesk());
+    ASSERT_NO_FATAL_FAILURE(startEditor(typo));
+    ASSERT_NO_FATAL_FAILURE(holdClipboard({"--png", picture.string()}));
+
+    press({"ctrl+a", "alt+g"});
+    ASSERT_TRUE(m_server.waitForRequests(1, 5s));
+    ASSERT_NO_FATAL_FAILURE(acceptInPanel());
+    EXPECT_EQ(saveUntil(fixedText), fixedText);
+    EXPECT_TRUE(waitUntil([&] { return clipboardAs("image/png") == png; }, 2s))
+        << "the picture came back as " << clipboardAs("image/png").size() << " bytes, not " << png.size();
+}
+
+TEST_P(WaylandFlowTest, NothingSelectedAsksNothingAndOpensTheComposer)
+{
+    ASSERT_NO_FATAL_FAILURE(startVesk());
+    ASSERT_NO_FATAL_FAILURE(startEditor(""));
+    ASSERT_NO_FATAL_FAILURE(holdClipboard({"--text", "kept"}));
+
+    press({"alt+g"});
+    EXPECT_TRUE(waitUntil([&] { return readFile(m_vesk.directory() / "vesk.log").find("opening the Composer") !=
+                                       std::string::npos; },
+                          5s));
+    EXPECT_EQ(m_server.requests().size(), 0U);
+    EXPECT_FALSE(panel());
+    EXPECT_EQ(clipboardAs("text/plain"), "kept");
 }
 
 INSTANTIATE_TEST_SUITE_P(Editors, WaylandFlowTest,

@@ -8,6 +8,8 @@
 #include "app/platform/wayland/WaylandPortals.h"
 #include "app/platform/wayland/WaylandWindows.h"
 
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <array>
 #include <xkbcommon/xkbcommon.h>
 
@@ -78,6 +80,17 @@ public:
     void setPaused(bool) override {}
 };
 
+// Where the GlobalShortcuts portal stands for the desktop's own shortcuts: KWin and GNOME Shell, known by
+// their names on the session bus, and Hyprland. Elsewhere (sway) a portal may answer with a back end of
+// another desktop that cannot register anything, and the bind line is the honest answer.
+bool desktopHasShortcutPortal()
+{
+    QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
+    return (bus != nullptr && (bus->isServiceRegistered(QStringLiteral("org.kde.KWin")).value() ||
+                               bus->isServiceRegistered(QStringLiteral("org.gnome.Shell")).value())) ||
+           desktopFrom(qEnvironmentVariable("XDG_CURRENT_DESKTOP")) == Desktop::hyprland;
+}
+
 QString limitationFor(const WaylandKeyboard& keyboard, bool clipboard)
 {
     if (!keyboard.mayPostInput()) {
@@ -146,7 +159,7 @@ std::unique_ptr<Platform> createWaylandPlatform()
     }
     platform->input = std::move(keyboard);
     platform->windows = std::make_unique<WaylandWindows>(connection);
-    if (portalVersion(QStringLiteral("org.freedesktop.portal.GlobalShortcuts")) > 0) {
+    if (desktopHasShortcutPortal() && portalVersion(QStringLiteral("org.freedesktop.portal.GlobalShortcuts")) > 0) {
         platform->shortcut = std::make_unique<PortalGlobalShortcut>();
     } else {
         platform->shortcut = std::make_unique<CompositorBoundShortcut>();
