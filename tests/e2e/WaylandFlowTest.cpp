@@ -8,17 +8,14 @@
 
 #include "e2e/Desktop.h"
 #include "e2e/VeskSession.h"
+#include "e2e/WaylandDesktop.h"
 #include "support/ParamName.h"
 #include "support/ScriptedProviderServer.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <iostream>
-#include <nlohmann/json.hpp>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <thread>
-#include <unistd.h>
 
 namespace vesk::e2e {
 namespace {
@@ -35,120 +32,6 @@ constexpr const char* veskAppId = "dev.vesk.Vesk";
 ScriptedResponse reply(const std::string& text)
 {
     return ScriptedResponse::events(streams::openAI(streams::split(text, 4)));
-}
-
-// Every window in sway's tree, tiled or floating.
-void collectWindows(const nlohmann::json& node, std::vector<nlohmann::json>& windows)
-{
-    if (node.contains("app_id") && !node["app_id"].is_null()) {
-        windows.push_back(node);
-    }
-    for (const char* children : {"nodes", "floating_nodes"}) {
-        if (node.contains(children)) {
-            for (const auto& child : node[children]) {
-                collectWindows(child, windows);
-            }
-        }
-    }
-}
-
-bool onSway()
-{
-    return std::getenv("SWAYSOCK") != nullptr;
-}
-
-std::vector<nlohmann::json> swayWindows()
-{
-    const auto tree = nlohmann::json::parse(runTool("swaymsg", {"-t", "get_tree", "--raw"}).out, nullptr, false);
-    std::vector<nlohmann::json> windows;
-    if (!tree.is_discarded()) {
-        collectWindows(tree, windows);
-    }
-    return windows;
-}
-
-std::string focusedAppId()
-{
-    for (const auto& window : swayWindows()) {
-        if (window.value("focused", false)) {
-            return window.value("app_id", "");
-        }
-    }
-    return {};
-}
-
-std::vector<nlohmann::json> windowsOf(const std::string& appId)
-{
-    std::vector<nlohmann::json> windows = swayWindows();
-    std::erase_if(windows, [&](const auto& w) { return w.value("app_id", "") != appId; });
-    return windows;
-}
-
-std::string describeWindows()
-{
-    std::string out = "windows:\n";
-    for (const auto& window : swayWindows()) {
-        out += "  " + window.value("app_id", "") + " \"" + window.value("name", "") + "\"" +
-               (window.value("focused", false) ? " (focused)" : "") + "\n";
-    }
-    return out;
-}
-
-// One keyboard for the whole test, served by the tool through a pair of FIFOs: a strokes line in, "ok" out.
-class Keyboard
-{
-public:
-    explicit Keyboard(const fs::path& directory) : m_in(directory / "keys.in"), m_out(directory / "keys.out")
-    {
-        mkfifo(m_in.c_str(), 0600);
-        mkfifo(m_out.c_str(), 0600);
-        m_tool = std::make_unique<BackgroundProcess>(
-            VESK_WAYLAND_TOOL, std::vector<std::string>{"serve", m_in.string(), m_out.string()},
-            (directory / "keys.log").string());
-    }
-
-    // Presses the strokes in turn, to what has focus; what went wrong, or empty.
-    std::string press(const std::vector<std::string>& strokes)
-    {
-        std::string line;
-        for (const std::string& stroke : strokes) {
-            line += stroke + " ";
-        }
-        line += "\n";
-        // The tool reads once it has its keyboard; opening without a reader fails at once.
-        int fd = -1;
-        waitUntil([&] { return (fd = ::open(m_in.c_str(), O_WRONLY | O_NONBLOCK)) >= 0 || !m_tool->isRunning(); },
-                  10s);
-        if (fd < 0) {
-            return "the key tool is not running";
-        }
-        const bool written = ::write(fd, line.data(), line.size()) == static_cast<ssize_t>(line.size());
-        ::close(fd);
-        const int answer = ::open(m_out.c_str(), O_RDONLY | O_NONBLOCK);
-        std::string reply;
-        waitUntil(
-            [&] {
-                char buffer[64];
-                const ssize_t n = ::read(answer, buffer, sizeof buffer);
-                if (n > 0) {
-                    reply.append(buffer, static_cast<std::size_t>(n));
-                }
-                return reply.find('\n') != std::string::npos || !m_tool->isRunning();
-            },
-            10s, 5ms);
-        ::close(answer);
-        return written && reply == "ok\n" ? std::string() : "keys not pressed: " + reply;
-    }
-
-private:
-    fs::path m_in;
-    fs::path m_out;
-    std::unique_ptr<BackgroundProcess> m_tool;
-};
-
-std::string clipboardAs(const std::string& type)
-{
-    return runTool("wl-paste", {"--no-newline", "--type", type}, {}, 3s).out;
 }
 
 struct Editor
@@ -168,14 +51,8 @@ protected:
         if (!onSway()) {
             return;
         }
-        // The binding the user adds to sway's config; the environment points `vesk fix` at this session's
-        // instance.
-        const fs::path& dir = m_vesk.directory();
-        const std::string command = "env XDG_CONFIG_HOME=" + (dir / "config").string() + " XDG_DATA_HOME=" +
-                                    (dir / "data").string() + " XDG_CACHE_HOME=" + (dir / "cache").string() +
-                                    " XDG_RUNTIME_DIR=" + (dir / "run").string() + " " + VESK_BINARY + " fix";
-        const auto bind = runTool("swaymsg", {"bindsym", "Mod1+g", "exec", command});
-        ASSERT_EQ(bind.exitCode, 0) << bind.out << bind.err;
+        const std::string error = bindFixInSway(m_vesk.directory());
+        ASSERT_EQ(error, "");
     }
 
     void TearDown() override
@@ -193,15 +70,14 @@ protected:
     void startVesk()
     {
         const fs::path& dir = m_vesk.directory();
-        m_app = std::make_unique<BackgroundProcess>(VESK_BINARY, std::vector<std::string>{},
-                                                    (dir / "vesk.log").string(),
-                                                    std::map<std::string, std::string>{
-                                                        {"XDG_CONFIG_HOME", (dir / "config").string()},
-                                                        {"XDG_DATA_HOME", (dir / "data").string()},
-                                                        {"XDG_CACHE_HOME", (dir / "cache").string()},
-                                                        {"XDG_RUNTIME_DIR", (dir / "run").string()},
-                                                        {"QT_LOGGING_RULES", "vesk.*=true"},
-                                                        {"QT_MESSAGE_PATTERN", "%{time process} %{category}: %{message}"}});
+        m_app = std::make_unique<BackgroundProcess>(
+            VESK_BINARY, std::vector<std::string>{}, (dir / "vesk.log").string(),
+            std::map<std::string, std::string>{{"XDG_CONFIG_HOME", (dir / "config").string()},
+                                               {"XDG_DATA_HOME", (dir / "data").string()},
+                                               {"XDG_CACHE_HOME", (dir / "cache").string()},
+                                               {"XDG_RUNTIME_DIR", (dir / "run").string()},
+                                               {"QT_LOGGING_RULES", "vesk.*=true"},
+                                               {"QT_MESSAGE_PATTERN", "%{time process} %{category}: %{message}"}});
         // On KDE the shortcut and the keyboard come from the portals, which answer after start-up.
         const std::vector<std::string> ready =
             onSway() ? std::vector<std::string>{"Ready"}
@@ -295,8 +171,8 @@ protected:
     {
         std::vector<std::string> all{"own"};
         all.insert(all.end(), args.begin(), args.end());
-        m_owner = std::make_unique<BackgroundProcess>(VESK_WAYLAND_TOOL, all,
-                                                      (m_vesk.directory() / "owner.log").string());
+        m_owner =
+            std::make_unique<BackgroundProcess>(VESK_WAYLAND_TOOL, all, (m_vesk.directory() / "owner.log").string());
         const std::string text = args.size() > 1 && args[0] == "--text" ? args[1] : std::string();
         ASSERT_TRUE(waitUntil([&] { return clipboardAs("text/plain") == text; }, 5s)) << "the clipboard wasn't taken";
     }
@@ -360,8 +236,8 @@ TEST_P(WaylandFlowTest, ReviewedCorrectionReplacesTheSelectionAndRestoresTheClip
     EXPECT_NE(m_server.requests()[0].body.find(typo), std::string::npos) << "the selection was sent";
     ASSERT_NO_FATAL_FAILURE(acceptInPanel());
     EXPECT_EQ(saveUntil(fixedText), fixedText);
-    EXPECT_TRUE(waitUntil([&] { return clipboardAs("text/html") == html && clipboardAs("text/plain") == "Bold and plain"; },
-                          2s))
+    EXPECT_TRUE(waitUntil(
+        [&] { return clipboardAs("text/html") == html && clipboardAs("text/plain") == "Bold and plain"; }, 2s))
         << "clipboard: \"" << clipboardAs("text/plain") << "\" / \"" << clipboardAs("text/html") << "\"";
 }
 
@@ -427,9 +303,9 @@ TEST_P(WaylandFlowTest, NothingSelectedAsksNothingAndOpensTheComposer)
     ASSERT_NO_FATAL_FAILURE(holdClipboard({"--text", "kept"}));
 
     press({"alt+g"});
-    EXPECT_TRUE(waitUntil([&] { return readFile(m_vesk.directory() / "vesk.log").find("opening the Composer") !=
-                                       std::string::npos; },
-                          5s));
+    EXPECT_TRUE(waitUntil(
+        [&] { return readFile(m_vesk.directory() / "vesk.log").find("opening the Composer") != std::string::npos; },
+        5s));
     EXPECT_EQ(m_server.requests().size(), 0U);
     EXPECT_FALSE(panel());
     EXPECT_EQ(clipboardAs("text/plain"), "kept");

@@ -52,8 +52,7 @@ bool waitForKeyboard(WaylandKeyboard& keyboard, const std::shared_ptr<WaylandCon
     return true;
 }
 
-bool press(WaylandKeyboard& keyboard, const std::shared_ptr<WaylandConnection>& connection,
-           const QStringList& strokes)
+bool press(WaylandKeyboard& keyboard, const std::shared_ptr<WaylandConnection>& connection, const QStringList& strokes)
 {
     for (const QString& stroke : strokes) {
         const std::optional<KeyCombination> keys = parseStroke(stroke);
@@ -151,6 +150,7 @@ int main(int argc, char** argv)
     if (args.value(0) == QLatin1String("own")) {
         return ownClipboard(connection, args.mid(1));
     }
-    std::fprintf(stderr, "usage: vesk_wayland_tool keys STROKE... | serve IN OUT | own [--text T] [--html H] [--png FILE]\n");
+    std::fprintf(stderr,
+                 "usage: vesk_wayland_tool keys STROKE... | serve IN OUT | own [--text T] [--html H] [--png FILE]\n");
     return 2;
 }

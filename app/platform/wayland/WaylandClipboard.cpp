@@ -3,7 +3,6 @@
 #include "app/common/Logging.h"
 #include "app/platform/SystemClipboard.h"
 #include "app/platform/wayland/WaylandConnection.h"
-
 #include "wlr-data-control-unstable-v1-client.h"
 
 #include <array>
@@ -53,8 +52,8 @@ void writeDetached(int fd, QByteArray bytes)
                 written += n;
                 continue;
             }
-            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline -
-                                                                                    std::chrono::steady_clock::now());
+            const auto left =
+                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
             if ((n < 0 && errno != EAGAIN && errno != EINTR) || left.count() <= 0) {
                 break;
             }
@@ -286,8 +285,8 @@ std::optional<QString> WaylandClipboard::text()
     const QStringList offered = m_offers.value(m_current);
     for (const char* format : textFormats) {
         if (offered.contains(QLatin1String(format))) {
-            if (const std::optional<QByteArray> bytes = read(QLatin1String(format), snapshotTimeBudget,
-                                                             snapshotSizeBudget)) {
+            if (const std::optional<QByteArray> bytes =
+                    read(QLatin1String(format), snapshotTimeBudget, snapshotSizeBudget)) {
                 return QString::fromUtf8(*bytes);
             }
             return std::nullopt;

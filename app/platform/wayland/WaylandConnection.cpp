@@ -1,7 +1,6 @@
 #include "app/platform/wayland/WaylandConnection.h"
 
 #include "app/common/Logging.h"
-
 #include "virtual-keyboard-unstable-v1-client.h"
 #include "wlr-data-control-unstable-v1-client.h"
 #include "wlr-foreign-toplevel-management-unstable-v1-client.h"
@@ -73,7 +72,8 @@ void WaylandConnection::global(void* data, wl_registry* registry, uint32_t name,
     self->m_interfaces.append(QString::fromUtf8(interface));
     if (std::strcmp(interface, wl_seat_interface.name) == 0 && self->m_seat == nullptr) {
         // The first seat is the user's; a desktop with several seats is out of scope.
-        self->m_seat = static_cast<wl_seat*>(wl_registry_bind(registry, name, &wl_seat_interface, std::min(version, 5U)));
+        self->m_seat =
+            static_cast<wl_seat*>(wl_registry_bind(registry, name, &wl_seat_interface, std::min(version, 5U)));
     } else if (std::strcmp(interface, zwp_virtual_keyboard_manager_v1_interface.name) == 0) {
         self->m_virtualKeyboards = static_cast<zwp_virtual_keyboard_manager_v1*>(
             wl_registry_bind(registry, name, &zwp_virtual_keyboard_manager_v1_interface, 1));

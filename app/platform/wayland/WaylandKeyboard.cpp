@@ -4,7 +4,6 @@
 #include "app/platform/TerminalKeys.h"
 #include "app/platform/wayland/WaylandConnection.h"
 #include "app/platform/wayland/WaylandPortals.h"
-
 #include "virtual-keyboard-unstable-v1-client.h"
 
 #include <QTimer>
@@ -151,8 +150,8 @@ WaylandKeyboard::WaylandKeyboard(std::shared_ptr<WaylandConnection> connection) 
         }
         return;
     }
-    m_keyboard = zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(m_connection->virtualKeyboards(),
-                                                                         m_connection->seat());
+    m_keyboard =
+        zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(m_connection->virtualKeyboards(), m_connection->seat());
     uploadKeymap();
     m_connection->roundTrip();
     qCInfo(lcPlatform) << "Virtual keyboard ready with" << xkb_keymap_num_layouts(m_keymap) << "layouts";

@@ -51,8 +51,7 @@ QString keyName(const KeyCombination& combination)
 // The names a compositor's config uses for Super, Ctrl, Alt and Shift, in that order, for those held.
 QStringList modifierNames(Qt::KeyboardModifiers modifiers, const std::array<const char*, 4>& names)
 {
-    const Qt::KeyboardModifier order[] = {Qt::MetaModifier, Qt::ControlModifier, Qt::AltModifier,
-                                          Qt::ShiftModifier};
+    const Qt::KeyboardModifier order[] = {Qt::MetaModifier, Qt::ControlModifier, Qt::AltModifier, Qt::ShiftModifier};
     QStringList held;
     for (std::size_t i = 0; i < names.size(); ++i) {
         if (modifiers & order[i]) {
@@ -94,7 +93,8 @@ bool desktopHasShortcutPortal()
 QString limitationFor(const WaylandKeyboard& keyboard, bool clipboard)
 {
     if (!keyboard.mayPostInput()) {
-        return QStringLiteral("This desktop offers neither Wayland's virtual keyboard nor the remote desktop portal, so Vesk can't copy the "
+        return QStringLiteral("This desktop offers neither Wayland's virtual keyboard nor the remote desktop portal, "
+                              "so Vesk can't copy the "
                               "selection or paste the correction here. Write (in the tray menu) and `vesk correct` "
                               "still work.");
     }

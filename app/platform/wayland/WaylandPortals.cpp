@@ -112,14 +112,14 @@ void request(const QString& interface, const QString& method, QVariantList argum
     QDBusMessage call = QDBusMessage::createMethodCall(portalService, portalPath, interface, method);
     call.setArguments(arguments);
     auto* watcher = new QDBusPendingCallWatcher(bus().asyncCall(call, requestTimeoutMs), response);
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, response,
-                     [response, method](QDBusPendingCallWatcher* finished) {
-                         finished->deleteLater();
-                         if (finished->isError()) {
-                             qCWarning(lcPlatform) << "Portal call" << method << "failed:" << finished->error().message();
-                             response->answer(2, {});
-                         }
-                     });
+    QObject::connect(
+        watcher, &QDBusPendingCallWatcher::finished, response, [response, method](QDBusPendingCallWatcher* finished) {
+            finished->deleteLater();
+            if (finished->isError()) {
+                qCWarning(lcPlatform) << "Portal call" << method << "failed:" << finished->error().message();
+                response->answer(2, {});
+            }
+        });
 }
 
 } // namespace
@@ -131,9 +131,8 @@ uint portalVersion(const QString& interface)
                                  !bus().interface()->activatableServiceNames().value().contains(portalService))) {
         return 0;
     }
-    QDBusMessage get = QDBusMessage::createMethodCall(portalService, portalPath,
-                                                      QStringLiteral("org.freedesktop.DBus.Properties"),
-                                                      QStringLiteral("Get"));
+    QDBusMessage get = QDBusMessage::createMethodCall(
+        portalService, portalPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     get.setArguments({interface, QStringLiteral("version")});
     const QDBusMessage reply = bus().call(get, QDBus::Block, 2000);
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
@@ -179,7 +178,8 @@ QString PortalGlobalShortcut::triggerText(const KeyCombination& combination)
 void PortalGlobalShortcut::closeSession()
 {
     if (!m_session.isEmpty()) {
-        bus().call(QDBusMessage::createMethodCall(portalService, m_session, QStringLiteral("org.freedesktop.portal.Session"),
+        bus().call(QDBusMessage::createMethodCall(portalService, m_session,
+                                                  QStringLiteral("org.freedesktop.portal.Session"),
                                                   QStringLiteral("Close")),
                    QDBus::NoBlock);
         m_session.clear();
@@ -195,10 +195,9 @@ bool PortalGlobalShortcut::setShortcut(const QString& name, const std::optional<
     }
     // KWin registers the shortcuts given when the session is made (on 5.27 BindShortcuts would open System
     // Settings); other desktops bind them in a second step.
-    const QList<PortalShortcut> shortcuts = {
-        {name,
-         {{QStringLiteral("description"), QStringLiteral("Fix the selected text")},
-          {QStringLiteral("preferred_trigger"), triggerText(*combination)}}}};
+    const QList<PortalShortcut> shortcuts = {{name,
+                                              {{QStringLiteral("description"), QStringLiteral("Fix the selected text")},
+                                               {QStringLiteral("preferred_trigger"), triggerText(*combination)}}}};
     // KDE files the shortcuts of an app without an app id under the session's token: a fixed token keeps
     // them, and the keys the user gave them, from one start to the next.
     QVariantMap options{{QStringLiteral("session_handle_token"), QStringLiteral("vesk_shortcuts")},
@@ -246,7 +245,8 @@ RemoteDesktopKeyboard::RemoteDesktopKeyboard(QObject* parent) : QObject(parent) 
 RemoteDesktopKeyboard::~RemoteDesktopKeyboard()
 {
     if (!m_session.isEmpty()) {
-        bus().call(QDBusMessage::createMethodCall(portalService, m_session, QStringLiteral("org.freedesktop.portal.Session"),
+        bus().call(QDBusMessage::createMethodCall(portalService, m_session,
+                                                  QStringLiteral("org.freedesktop.portal.Session"),
                                                   QStringLiteral("Close")),
                    QDBus::NoBlock);
     }
@@ -279,8 +279,7 @@ void RemoteDesktopKeyboard::start(std::function<void(bool)> done)
                 }
                 const QDBusObjectPath session(m_session);
                 request(remoteDesktopInterface, QStringLiteral("SelectDevices"), {QVariant::fromValue(session)}, select,
-                        this,
-                        [this, session, done](uint selected, const QVariantMap&) {
+                        this, [this, session, done](uint selected, const QVariantMap&) {
                             if (selected != 0) {
                                 done(false);
                                 return;
@@ -294,8 +293,8 @@ void RemoteDesktopKeyboard::start(std::function<void(bool)> done)
                                         if (!token.isEmpty()) {
                                             QSettings().setValue(QLatin1String(restoreTokenKey), token);
                                         }
-                                        qCInfo(lcPlatform) << "Remote desktop keyboard"
-                                                           << (m_started ? "granted" : "refused");
+                                        qCInfo(lcPlatform)
+                                            << "Remote desktop keyboard" << (m_started ? "granted" : "refused");
                                         done(m_started);
                                     });
                         });
@@ -309,8 +308,8 @@ void RemoteDesktopKeyboard::notifyKey(uint32_t evdevCode, bool pressed)
     }
     QDBusMessage call = QDBusMessage::createMethodCall(portalService, portalPath, remoteDesktopInterface,
                                                        QStringLiteral("NotifyKeyboardKeycode"));
-    call.setArguments({QVariant::fromValue(QDBusObjectPath(m_session)), QVariantMap(),
-                       static_cast<int>(evdevCode), pressed ? 1U : 0U});
+    call.setArguments({QVariant::fromValue(QDBusObjectPath(m_session)), QVariantMap(), static_cast<int>(evdevCode),
+                       pressed ? 1U : 0U});
     bus().send(call);
 }
 

@@ -36,7 +36,8 @@ public:
     static QString triggerText(const KeyCombination& combination);
 
 private slots:
-    void onActivated(const QDBusObjectPath& session, const QString& id, qulonglong timestamp, const QVariantMap& options);
+    void onActivated(const QDBusObjectPath& session, const QString& id, qulonglong timestamp,
+                     const QVariantMap& options);
     void onDeactivated(const QDBusObjectPath& session, const QString& id, qulonglong timestamp,
                        const QVariantMap& options);
 

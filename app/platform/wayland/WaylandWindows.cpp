@@ -3,7 +3,6 @@
 #include "app/platform/PollUntil.h"
 #include "app/platform/TerminalKeys.h"
 #include "app/platform/wayland/WaylandConnection.h"
-
 #include "wlr-foreign-toplevel-management-unstable-v1-client.h"
 
 #include <QTimer>

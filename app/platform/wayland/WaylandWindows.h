@@ -6,8 +6,8 @@
 
 #include "app/platform/WindowSystem.h"
 
-#include <QObject>
 #include <QHash>
+#include <QObject>
 #include <memory>
 
 struct zwlr_foreign_toplevel_handle_v1;
@@ -44,7 +44,8 @@ private:
 
 public:
     // Event handlers of the listener tables.
-    static void toplevel(void* data, zwlr_foreign_toplevel_manager_v1* manager, zwlr_foreign_toplevel_handle_v1* handle);
+    static void toplevel(void* data, zwlr_foreign_toplevel_manager_v1* manager,
+                         zwlr_foreign_toplevel_handle_v1* handle);
     static void appId(void* data, zwlr_foreign_toplevel_handle_v1* handle, const char* appId);
     static void state(void* data, zwlr_foreign_toplevel_handle_v1* handle, wl_array* states);
     static void closed(void* data, zwlr_foreign_toplevel_handle_v1* handle);
