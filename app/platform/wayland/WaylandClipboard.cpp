@@ -228,6 +228,10 @@ std::optional<QByteArray> WaylandClipboard::read(const QString& format, std::chr
 ClipboardContents WaylandClipboard::snapshot()
 {
     m_connection->roundTrip();
+    if (m_pendingRestore) {
+        // The corrected text still waits for its paste; what the clipboard holds for the user is this.
+        return *m_pendingRestore;
+    }
     if (m_own) {
         return m_own->contents;
     }

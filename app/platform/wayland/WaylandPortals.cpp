@@ -83,6 +83,7 @@ const QString shortcutsInterface = QStringLiteral("org.freedesktop.portal.Global
 const QString remoteDesktopInterface = QStringLiteral("org.freedesktop.portal.RemoteDesktop");
 constexpr const char* restoreTokenKey = "WaylandRemoteDesktop/restoreToken";
 constexpr int requestTimeoutMs = 120000; // a dialog may wait for the user
+constexpr int releaseFallbackMs = 1000;
 
 QDBusConnection bus()
 {
@@ -143,6 +144,9 @@ uint portalVersion(const QString& interface)
 
 PortalGlobalShortcut::PortalGlobalShortcut(QObject* parent) : GlobalShortcut(parent)
 {
+    m_releaseFallback.setSingleShot(true);
+    m_releaseFallback.setInterval(releaseFallbackMs);
+    connect(&m_releaseFallback, &QTimer::timeout, this, [this] { emit released(m_name); });
     qDBusRegisterMetaType<PortalShortcut>();
     qDBusRegisterMetaType<QList<PortalShortcut>>();
     bus().connect(portalService, portalPath, shortcutsInterface, QStringLiteral("Activated"), this,
@@ -229,13 +233,16 @@ void PortalGlobalShortcut::onActivated(const QDBusObjectPath& session, const QSt
 {
     if (session.path() == m_session && id == m_name && !m_paused) {
         emit pressed(id);
+        // A desktop that never reports the release still gets its correction.
+        m_releaseFallback.start();
     }
 }
 
 void PortalGlobalShortcut::onDeactivated(const QDBusObjectPath& session, const QString& id, qulonglong,
                                          const QVariantMap&)
 {
-    if (session.path() == m_session && id == m_name && !m_paused) {
+    if (session.path() == m_session && id == m_name && !m_paused && m_releaseFallback.isActive()) {
+        m_releaseFallback.stop();
         emit released(id);
     }
 }

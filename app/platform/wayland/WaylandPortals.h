@@ -9,6 +9,7 @@
 #include <QDBusObjectPath>
 #include <QObject>
 #include <QString>
+#include <QTimer>
 #include <QVariantMap>
 #include <functional>
 
@@ -47,6 +48,7 @@ private:
     QString m_name;
     QString m_session;
     bool m_paused = false;
+    QTimer m_releaseFallback; // runs from a press until its release
 };
 
 // One RemoteDesktop session with a keyboard, started once for the app's life. The portal's restore token is
