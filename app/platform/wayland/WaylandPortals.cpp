@@ -144,6 +144,15 @@ uint portalVersion(const QString& interface)
 
 PortalGlobalShortcut::PortalGlobalShortcut(QObject* parent) : GlobalShortcut(parent)
 {
+    // xdg-desktop-portal 1.21+ registers shortcuts only for a known app: a host app names itself by its
+    // desktop file id (the registry exists since 1.19.4; older portals have none and need none).
+    QDBusMessage registration = QDBusMessage::createMethodCall(
+        portalService, portalPath, QStringLiteral("org.freedesktop.host.portal.Registry"), QStringLiteral("Register"));
+    registration.setArguments({QGuiApplication::desktopFileName(), QVariantMap()});
+    const QDBusMessage registered = bus().call(registration, QDBus::Block, 2000);
+    if (registered.type() == QDBusMessage::ErrorMessage) {
+        qCDebug(lcPlatform) << "No host app registry:" << registered.errorMessage();
+    }
     m_releaseFallback.setSingleShot(true);
     m_releaseFallback.setInterval(releaseFallbackMs);
     connect(&m_releaseFallback, &QTimer::timeout, this, [this] { emit released(m_name); });
