@@ -27,6 +27,12 @@ QString OnboardingModel::shortcutText() const
     return QStringLiteral("your shortcut");
 }
 
+QString OnboardingModel::shortcutNote() const
+{
+    return m_shortcuts != nullptr ? m_shortcuts->registrationError(QString::fromLatin1(ShortcutSettings::fixGrammar))
+                                  : QString();
+}
+
 // Misspelt on purpose, with a mistake of each common kind, so that any strength has something to fix.
 QString OnboardingModel::practiceSentence()
 {

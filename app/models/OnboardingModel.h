@@ -23,6 +23,8 @@ class OnboardingModel : public QObject
     Q_PROPERTY(QString limitation READ limitation CONSTANT)
     Q_PROPERTY(bool isWayland READ isWayland CONSTANT)
     Q_PROPERTY(QString shortcutText READ shortcutText CONSTANT)
+    // Why the shortcut isn't active here and what to do instead (sway's bind line), empty when it is.
+    Q_PROPERTY(QString shortcutNote READ shortcutNote CONSTANT)
     Q_PROPERTY(QString practiceSentence READ practiceSentence CONSTANT)
     // What the practice field holds now; the view writes it on every change.
     Q_PROPERTY(QString practiceText READ practiceText WRITE setPracticeText NOTIFY practiceTextChanged)
@@ -50,6 +52,7 @@ public:
     [[nodiscard]] const QString& limitation() const { return m_desktop.limitation; }
     [[nodiscard]] bool isWayland() const { return m_desktop.isWayland; }
     [[nodiscard]] QString shortcutText() const;
+    [[nodiscard]] QString shortcutNote() const;
     [[nodiscard]] static QString practiceSentence();
     [[nodiscard]] const QString& practiceText() const { return m_practiceText; }
     void setPracticeText(const QString& text);

@@ -32,6 +32,11 @@ QString ShortcutRecorder::placeholder() const
     return m_recording ? tr("Press Shortcut") : tr("Record Shortcut");
 }
 
+QString ShortcutRecorder::error() const
+{
+    return m_error.isEmpty() ? m_settings.registrationError(m_name) : m_error;
+}
+
 void ShortcutRecorder::start()
 {
     if (m_recording) {

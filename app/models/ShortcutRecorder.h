@@ -28,8 +28,9 @@ public:
     // "Press Shortcut" while listening, "Record Shortcut" otherwise.
     [[nodiscard]] QString placeholder() const;
     [[nodiscard]] bool isRecording() const { return m_recording; }
-    // Why the last recorded shortcut was refused, empty when it was taken.
-    [[nodiscard]] QString error() const { return m_error; }
+    // Why the last recorded shortcut was refused; otherwise why the shortcut isn't active (another program
+    // holds it, or the desktop gives shortcuts only to commands); empty when all is well.
+    [[nodiscard]] QString error() const;
 
     Q_INVOKABLE void start();
     Q_INVOKABLE void stop();

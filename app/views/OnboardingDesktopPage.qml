@@ -60,9 +60,9 @@ Column {
                 Text {
                     width: parent.width
                     wrapMode: Text.Wrap
-                    text: onboarding.canPostInput
-                          ? "Select text anywhere and press " + onboarding.shortcutText + "."
-                          : onboarding.limitation
+                    text: !onboarding.canPostInput ? onboarding.limitation
+                          : onboarding.shortcutNote !== "" ? onboarding.shortcutNote
+                          : "Select text anywhere and press " + onboarding.shortcutText + "."
                     color: "#aeaeb2"
                     font.pixelSize: 13
                 }
@@ -79,9 +79,9 @@ Column {
         font.pixelSize: 13
         lineHeight: 1.25
         text: (onboarding.isWayland
-               ? "In a Wayland session apps can't type into each other, so Vesk can't replace text in place. "
-                 + "What still works: the Write window (from the tray menu) and <tt>vesk correct</tt> in a terminal. "
-                 + "For corrections in place, choose an X11 session at login (for example \u201cGNOME on Xorg\u201d).<br><br>"
+               ? "What still works here: the Write window (from the tray menu) and <tt>vesk correct</tt> in a "
+                 + "terminal. Vesk corrects in place on sway and other wlroots desktops, and in an X11 session "
+                 + "(for example \u201cGNOME on Xorg\u201d).<br><br>"
                : "")
               + "To reach Vesk from the keyboard without the global shortcut, bind the command "
               + "<tt>vesk fix</tt> to a key in your desktop's keyboard settings: GNOME Settings \u2192 Keyboard \u2192 "

@@ -1,0 +1,45 @@
+#pragma once
+
+// The Wayland desktops of with-sway.sh and with-kwin.sh as the tests and the benchmark drive them: keys
+// through Vesk's own keyboard client served by vesk_wayland_tool, windows from sway's tree, the clipboard
+// through wl-paste.
+
+#include "e2e/Desktop.h"
+
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace vesk::e2e {
+
+// Whether the desktop is sway (else KWin, which lists no windows to other programs).
+[[nodiscard]] bool onSway();
+// sway's windows, tiled or floating, as its tree describes them; those of one app id; the focused one's.
+[[nodiscard]] std::vector<nlohmann::json> swayWindows();
+[[nodiscard]] std::vector<nlohmann::json> windowsOf(const std::string& appId);
+[[nodiscard]] std::string focusedAppId();
+[[nodiscard]] std::string describeWindows();
+// The clipboard's contents in a MIME type, read by wl-paste.
+[[nodiscard]] std::string clipboardAs(const std::string& type);
+// Binds Alt+G in sway to `vesk fix` for the Vesk whose directories are under `directory`, as a user binds
+// it in sway's config; what failed, or empty.
+std::string bindFixInSway(const std::filesystem::path& directory);
+
+// One keyboard for a whole run, served by the tool through a pair of FIFOs: a strokes line in, "ok" out.
+class Keyboard
+{
+public:
+    explicit Keyboard(const std::filesystem::path& directory);
+
+    // Presses the strokes in turn, to what has focus; what went wrong, or empty.
+    std::string press(const std::vector<std::string>& strokes);
+
+private:
+    std::filesystem::path m_in;
+    std::filesystem::path m_out;
+    std::unique_ptr<BackgroundProcess> m_tool;
+};
+
+} // namespace vesk::e2e

@@ -1,0 +1,31 @@
+// A plain Qt text editor for the Wayland end-to-end tests: opens FILE, Ctrl+S writes it back. Its window
+// title is the file's name, its app id vesk-qt-editor.
+//
+//   vesk_wayland_qt_editor FILE
+#include <QApplication>
+#include <QFile>
+#include <QPlainTextEdit>
+#include <QShortcut>
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    QApplication::setDesktopFileName(QStringLiteral("vesk-qt-editor"));
+    const QString path = QApplication::arguments().value(1);
+    QFile file(path);
+    if (path.isEmpty() || !file.open(QIODevice::ReadOnly)) {
+        return 2;
+    }
+    QPlainTextEdit editor;
+    editor.setPlainText(QString::fromUtf8(file.readAll()));
+    editor.setWindowTitle(path.section(u'/', -1));
+    QShortcut save(QKeySequence::Save, &editor);
+    QObject::connect(&save, &QShortcut::activated, &editor, [&] {
+        QFile out(path);
+        if (out.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+            out.write(editor.toPlainText().toUtf8());
+        }
+    });
+    editor.show();
+    return QApplication::exec();
+}
