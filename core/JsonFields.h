@@ -55,4 +55,24 @@ inline bool readString(const Json& object, const char* key, std::optional<std::s
     return true;
 }
 
+// The message of an "error" member as both providers send one inside a stream or a body: an object's
+// "message", or the member itself when it is a string. Nothing when there is no such member; "Unknown
+// error" when it has no readable message.
+inline std::optional<std::string> errorMessage(const Json& payload)
+{
+    const Json* error = payload.is_object() ? member(payload, "error") : nullptr;
+    if (error == nullptr) {
+        return std::nullopt;
+    }
+    if (error->is_string()) {
+        return error->get<std::string>();
+    }
+    if (error->is_object()) {
+        if (const Json* message = member(*error, "message"); message != nullptr && message->is_string()) {
+            return message->get<std::string>();
+        }
+    }
+    return std::string("Unknown error");
+}
+
 } // namespace vesk::JsonFields

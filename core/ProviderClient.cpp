@@ -43,8 +43,8 @@ class StreamReader final : public ResponseHandler
 {
 public:
     StreamReader(const ProviderDialect& dialect, const std::function<void(CorrectionEvent)>& onEvent,
-                 std::stop_token stop)
-        : m_dialect(dialect), m_onEvent(onEvent), m_stop(std::move(stop))
+                 std::string_view apiKey, std::stop_token stop)
+        : m_dialect(dialect), m_onEvent(onEvent), m_apiKey(apiKey), m_stop(std::move(stop))
     {
     }
 
@@ -77,6 +77,19 @@ public:
     // A count never reported is 0.
     [[nodiscard]] TokenUsage usage() const { return {m_promptTokens.value_or(0), m_completionTokens.value_or(0)}; }
 
+    // Nothing when the provider said the reply was finished: "[DONE]", Anthropic's message_stop, or a stop
+    // reason of a finished reply. A stream that merely ends is cut off, whatever text it had.
+    [[nodiscard]] std::optional<ProviderError> incompleteness() const
+    {
+        if (m_stopReason == StopReason::tooLong) {
+            return ProviderError::replyTooLong();
+        }
+        if (m_stopReason == StopReason::finished || (m_ended && !m_stopReason)) {
+            return std::nullopt;
+        }
+        return ProviderError::cutOff();
+    }
+
 private:
     // Event names, comments, keep-alives and blank lines carry nothing the reply needs.
     bool readLine(std::string_view line)
@@ -86,15 +99,27 @@ private:
         }
         const std::string_view payload = trimmedBlanks(line.substr(dataPrefix.size()));
         if (payload == doneSentinel) {
+            m_ended = true;
             return false;
         }
         ProviderEvent event = m_dialect.parseEvent(payload);
+        // Dropping a payload would drop words from the middle of the reply.
+        if (event.undecodable) {
+            return fail(ProviderError::invalidResponse("a part of the reply could not be read"));
+        }
+        if (event.error) {
+            return fail(ProviderError::streamError(masked(std::move(*event.error), m_apiKey)));
+        }
         if (event.promptTokens) {
             m_promptTokens = event.promptTokens;
         }
         if (event.completionTokens) {
             m_completionTokens = event.completionTokens;
         }
+        if (event.stopReason) {
+            m_stopReason = event.stopReason;
+        }
+        m_ended = m_ended || event.endOfMessage;
         if (event.delta && !event.delta->empty()) {
             m_text += *event.delta;
             m_onEvent(CorrectionEvent::makeDelta(std::move(*event.delta)));
@@ -102,14 +127,23 @@ private:
         return true;
     }
 
+    bool fail(ProviderError error)
+    {
+        m_failure = std::make_exception_ptr(std::move(error));
+        return false;
+    }
+
     const ProviderDialect& m_dialect;
     const std::function<void(CorrectionEvent)>& m_onEvent;
+    std::string_view m_apiKey;
     std::stop_token m_stop;
     std::optional<int> m_status;
     std::string m_errorBody;
     std::string m_text;
     std::optional<std::int64_t> m_promptTokens;
     std::optional<std::int64_t> m_completionTokens;
+    std::optional<StopReason> m_stopReason; // the last one reported
+    bool m_ended = false;                   // "[DONE]" or the end of the message arrived
     std::exception_ptr m_failure;
 };
 
@@ -155,7 +189,7 @@ std::optional<ProviderError> ProviderClient::stream(std::string_view systemPromp
             return ProviderError::transport(request.error());
         }
 
-        StreamReader reader(*m_dialect, onEvent, stop);
+        StreamReader reader(*m_dialect, onEvent, apiKey, stop);
         const std::optional<ProviderError> sendError = m_transport->send(*request, reader, stop);
         // The consumer has gone: whatever the transfer ended with is of no interest to anyone.
         if (stop.stop_requested()) {
@@ -172,6 +206,9 @@ std::optional<ProviderError> ProviderClient::stream(std::string_view systemPromp
         }
         if (!reader.isSuccess()) {
             return ProviderError::http(reader.status(), errorMessage(reader.errorBody(), apiKey));
+        }
+        if (auto incomplete = reader.incompleteness()) {
+            return incomplete;
         }
 
         // Only the verdict matters here; the caller cleans the text it has collected from the deltas.

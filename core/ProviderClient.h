@@ -29,6 +29,8 @@ public:
 
     // Blocks on the calling thread. Every event goes to `onEvent` as it is parsed. Returns nothing when
     // the stream ended normally (after `done`) or was stopped (no further events then), else the error.
+    // A reply counts as finished only when the provider said so; one that stops short, reports an error
+    // or has a payload that cannot be read is an error, whatever text came before.
     std::optional<ProviderError> stream(std::string_view systemPrompt, std::string_view text, std::string_view model,
                                         std::string_view apiKey, const std::function<void(CorrectionEvent)>& onEvent,
                                         std::stop_token stop = {}) const;

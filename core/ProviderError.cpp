@@ -17,9 +17,16 @@ std::string describe(ProviderError::Kind kind, ProviderID provider, int status, 
     case Kind::transport:
         return "Network error: " + text;
     case Kind::invalidResponse:
-        return "The provider returned an unexpected response.";
+        return text.empty() ? "The provider returned an unexpected response."
+                            : "The provider returned an unexpected response: " + text;
     case Kind::timeout:
         return "The provider didn't respond in time.";
+    case Kind::cutOff:
+        return "The reply ended before the provider finished it.";
+    case Kind::streamError:
+        return "The provider reported an error: " + text;
+    case Kind::replyTooLong:
+        return "The reply reached the model's length limit before it was finished.";
     }
     return {};
 }
@@ -57,9 +64,29 @@ ProviderError ProviderError::invalidResponse()
     return {Kind::invalidResponse, ProviderID::openai, 0, {}};
 }
 
+ProviderError ProviderError::invalidResponse(std::string detail)
+{
+    return {Kind::invalidResponse, ProviderID::openai, 0, std::move(detail)};
+}
+
 ProviderError ProviderError::timeout()
 {
     return {Kind::timeout, ProviderID::openai, 0, {}};
+}
+
+ProviderError ProviderError::cutOff()
+{
+    return {Kind::cutOff, ProviderID::openai, 0, {}};
+}
+
+ProviderError ProviderError::streamError(std::string message)
+{
+    return {Kind::streamError, ProviderID::openai, 0, std::move(message)};
+}
+
+ProviderError ProviderError::replyTooLong()
+{
+    return {Kind::replyTooLong, ProviderID::openai, 0, {}};
 }
 
 bool ProviderError::operator==(const ProviderError& other) const

@@ -26,6 +26,13 @@ ProviderFailure ProviderFailure::from(const ProviderError& error, ProviderID pro
     case Kind::invalidCorrectionOutput:
     case Kind::invalidResponse:
         return {name + " sent an unexpected reply", "Try again.", error.description()};
+    case Kind::cutOff:
+        return {name + "'s reply was cut off", "The reply stopped before it was finished. Try again.", std::nullopt};
+    case Kind::streamError:
+        return {name + " reported an error", "Try again in a moment.", error.text()};
+    case Kind::replyTooLong:
+        return {name + "'s reply was too long", "The model stopped at its length limit. Try a shorter selection.",
+                std::nullopt};
     }
     return {"Couldn't correct", error.description(), std::nullopt};
 }

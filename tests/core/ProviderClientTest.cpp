@@ -124,7 +124,7 @@ CorrectionEvent done(std::int64_t prompt, std::int64_t completion)
     return CorrectionEvent::makeDone({prompt, completion});
 }
 
-// Framing
+// Framing (a finished reply needs the provider's word for it: see ProviderFaultTest)
 
 TEST_F(ProviderClientTest, AnthropicStreamIsReadEventByEvent)
 {
@@ -163,7 +163,8 @@ TEST_F(ProviderClientTest, OpenAICompatibleFramingIsRead)
                          "\r",
                          ": ping",
                          "data:\t"
-                         R"({"choices":[{"delta":{"content":" home."}}]})"};
+                         R"({"choices":[{"delta":{"content":" home."}}]})",
+                         R"(data:{"choices":[{"delta":{},"finish_reason":"stop"}]})"};
 
     const auto outcome = run();
 
@@ -199,14 +200,14 @@ INSTANTIATE_TEST_SUITE_P(ProviderClient, Sentinels,
                                            SentinelRow{"Tabs", "data:\t[DONE]\t"}),
                          test::ParamName());
 
-TEST_F(ProviderClientTest, SentinelWithTrailingCharacterIsJustAPayload)
+TEST_F(ProviderClientTest, SentinelWithTrailingCharacterIsAnUnreadablePayload)
 {
-    transport().lines = {openAIText("They're"), "data: [DONE]x", "data: [done]", openAIText(" going home.")};
+    transport().lines = {openAIText("They're"), "data: [DONE]x", openAIText(" going home."), "data: [DONE]"};
 
     const auto outcome = run();
 
-    EXPECT_EQ(outcome.error, std::nullopt);
-    EXPECT_THAT(outcome.events, ElementsAre(delta("They're"), delta(" going home."), done(0, 0)));
+    EXPECT_EQ(outcome.error, ProviderError::invalidResponse("a part of the reply could not be read"));
+    EXPECT_THAT(outcome.events, ElementsAre(delta("They're")));
 }
 
 // Token counts
@@ -214,7 +215,7 @@ TEST_F(ProviderClientTest, SentinelWithTrailingCharacterIsJustAPayload)
 TEST_F(ProviderClientTest, OnlyAPromptCountGivesZeroCompletion)
 {
     transport().lines = {R"(data: {"message":{"usage":{"input_tokens":12}}})",
-                         R"(data: {"delta":{"text":"They're going home."}})"};
+                         R"(data: {"delta":{"text":"They're going home."}})", R"(data: {"type":"message_stop"})"};
 
     EXPECT_THAT(run(ProviderID::anthropic).events, ElementsAre(delta("They're going home."), done(12, 0)));
 }
@@ -247,7 +248,8 @@ TEST_F(ProviderClientTest, AllEmptyDeltasLeaveTheVerdictToTheValidator)
 
 TEST_F(ProviderClientTest, RejectedReplyHasItsDeltasButNoDone)
 {
-    transport().lines = {openAIText("Corrected text:"), openAIText(" They're going home."), openAIUsage(9, 6)};
+    transport().lines = {openAIText("Corrected text:"), openAIText(" They're going home."), openAIUsage(9, 6),
+                         "data: [DONE]"};
 
     const auto outcome = run();
 

@@ -1,5 +1,4 @@
 #include "core/ProviderFailure.h"
-
 #include "support/ParamName.h"
 
 #include <gtest/gtest.h>
@@ -75,6 +74,25 @@ INSTANTIATE_TEST_SUITE_P(
                     ProviderID::openai,
                     {"OpenAI sent an unexpected reply", "Try again.",
                      "The provider returned an invalid correction: empty response"}},
+        FailureCase{
+            "CutOff",
+            ProviderError::cutOff(),
+            ProviderID::openai,
+            {"OpenAI's reply was cut off", "The reply stopped before it was finished. Try again.", std::nullopt}},
+        FailureCase{"ErrorInTheStream",
+                    ProviderError::streamError("Overloaded"),
+                    ProviderID::anthropic,
+                    {"Anthropic reported an error", "Try again in a moment.", "Overloaded"}},
+        FailureCase{"ReplyTooLong",
+                    ProviderError::replyTooLong(),
+                    ProviderID::anthropic,
+                    {"Anthropic's reply was too long",
+                     "The model stopped at its length limit. Try a shorter selection.", std::nullopt}},
+        FailureCase{"UnreadablePayload",
+                    ProviderError::invalidResponse("a part of the reply could not be read"),
+                    ProviderID::openai,
+                    {"OpenAI sent an unexpected reply", "Try again.",
+                     "The provider returned an unexpected response: a part of the reply could not be read"}},
         FailureCase{
             "InvalidResponse",
             ProviderError::invalidResponse(),

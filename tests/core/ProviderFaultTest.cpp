@@ -109,6 +109,36 @@ std::function<void(const Outcome&)> failsAs(ProviderError::Kind kind)
     };
 }
 
+// The reply "Hello world" as the provider streams it, with `edit` applied to the list of events.
+std::function<ScriptedResponse()> stream(ProviderID provider, std::function<void(std::vector<std::string>&)> edit)
+{
+    return [=] {
+        auto events = provider == ProviderID::openai ? streams::openAI({"Hello", " world"})
+                                                     : streams::anthropic({"Hello", " world"});
+        edit(events);
+        return ScriptedResponse::events(events);
+    };
+}
+
+// Replaces the first `from` in the event that holds it.
+std::function<void(std::vector<std::string>&)> replacing(std::string from, std::string to)
+{
+    return [=](std::vector<std::string>& events) {
+        for (std::string& event : events) {
+            if (const auto at = event.find(from); at != std::string::npos) {
+                event.replace(at, from.size(), to);
+                return;
+            }
+        }
+        FAIL() << from << " is in no event";
+    };
+}
+
+std::function<void(std::vector<std::string>&)> droppingLast(std::size_t count)
+{
+    return [=](std::vector<std::string>& events) { events.resize(events.size() - count); };
+}
+
 std::string bigReply()
 {
     std::string text;
@@ -148,15 +178,37 @@ INSTANTIATE_TEST_SUITE_P(
                      return r;
                  },
                  failsAs(ProviderError::Kind::transport)},
-        FaultRow{"InBandErrorOnly", ProviderID::anthropic,
-                 [] {
-                     auto events = streams::anthropic({});
-                     events.resize(3); // message_start, content_block_start, ping
-                     events.emplace_back("event: error\ndata: {\"type\": \"error\", \"error\": {\"type\": "
-                                         "\"overloaded_error\", \"message\": \"Overloaded\"}}\n\n");
-                     return ScriptedResponse::events(events);
-                 },
-                 fails(ProviderError::invalidCorrectionOutput("empty response"))},
+        // A reply counts only when the provider says it is finished.
+        FaultRow{"OpenAIWithoutFinishOrDone", ProviderID::openai, stream(ProviderID::openai, droppingLast(3)),
+                 fails(ProviderError::cutOff())},
+        FaultRow{"OpenAIFinishedWithoutDone", ProviderID::openai, stream(ProviderID::openai, droppingLast(1)),
+                 corrected("Hello world")},
+        FaultRow{"OpenAILength", ProviderID::openai,
+                 stream(ProviderID::openai, replacing(R"("finish_reason":"stop")", R"("finish_reason":"length")")),
+                 fails(ProviderError::replyTooLong())},
+        FaultRow{"OpenAIErrorMidStream", ProviderID::openai,
+                 stream(ProviderID::openai,
+                        replacing(R"("finish_reason":"stop")",
+                                  R"("finish_reason":null}],"error":{"message":"The server experienced an error",)"
+                                  R"("type":"server_error"},"x":[{)")),
+                 fails(ProviderError::streamError("The server experienced an error"))},
+        FaultRow{"OpenAIUnreadableChunk", ProviderID::openai, stream(ProviderID::openai, replacing(" world", "\xFF")),
+                 fails(ProviderError::invalidResponse("a part of the reply could not be read"))},
+        FaultRow{"AnthropicWithoutStop", ProviderID::anthropic, stream(ProviderID::anthropic, droppingLast(2)),
+                 fails(ProviderError::cutOff())},
+        FaultRow{"AnthropicFinishedWithoutMessageStop", ProviderID::anthropic,
+                 stream(ProviderID::anthropic, droppingLast(1)), corrected("Hello world")},
+        FaultRow{"AnthropicMaxTokens", ProviderID::anthropic,
+                 stream(ProviderID::anthropic, replacing("end_turn", "max_tokens")),
+                 fails(ProviderError::replyTooLong())},
+        FaultRow{"AnthropicOverloaded", ProviderID::anthropic,
+                 stream(ProviderID::anthropic,
+                        [](std::vector<std::string>& events) {
+                            events.resize(4); // message_start, content_block_start, ping, "Hello"
+                            events.emplace_back("event: error\ndata: {\"type\": \"error\", \"error\": {\"type\": "
+                                                "\"overloaded_error\", \"message\": \"Overloaded\"}}\n\n");
+                        }),
+                 fails(ProviderError::streamError("Overloaded"))},
         FaultRow{"SeveralMegabytes", ProviderID::openai,
                  [] { return ScriptedResponse::events(streams::openAI(streams::split(bigReply(), 4096))); },
                  corrected(bigReply())},
