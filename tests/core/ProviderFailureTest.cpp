@@ -1,4 +1,6 @@
 #include "core/ProviderFailure.h"
+
+#include "core/Json.h"
 #include "support/ParamName.h"
 
 #include <gtest/gtest.h>
@@ -123,6 +125,15 @@ TEST(ProviderError, EqualityComparesCaseAndPayload)
     EXPECT_NE(ProviderError::http(500, "a"), ProviderError::http(502, "a"));
     EXPECT_NE(ProviderError::transport("x"), ProviderError::invalidCorrectionOutput("x"));
     EXPECT_NE(ProviderError::missingAPIKey(ProviderID::openai), ProviderError::missingAPIKey(ProviderID::anthropic));
+}
+
+// A gateway's error body need not be UTF-8; written out as JSON it must not throw.
+TEST(ProviderFailure, DetailWithInvalidUtf8DumpsAsJson)
+{
+    const ProviderFailure failure =
+        ProviderFailure::from(ProviderError::http(502, "bad \xFF\xC3 gateway"), ProviderID::openai);
+    EXPECT_THROW(static_cast<void>(Json(*failure.detail).dump()), Json::type_error);
+    EXPECT_EQ(dumpReplacingInvalidUtf8(Json(*failure.detail)), "\"HTTP 502 bad \uFFFD\uFFFD gateway\"");
 }
 
 } // namespace
