@@ -1,4 +1,4 @@
-#include "app/HistoryStore.h"
+#include "app/services/HistoryStore.h"
 #include "core/UnicodeText.h"
 
 #include <QCoreApplication>

@@ -61,7 +61,7 @@ ProviderEvent AnthropicDialect::parseEvent(std::string_view payload) const
     }
 
     ProviderEvent result;
-    result.error = JsonFields::errorMessage(event);
+    result.error = JsonFields::streamError(event);
     if (const Json* type = JsonFields::member(event, "type"); type != nullptr && *type == "message_stop") {
         result.endOfMessage = true;
     }

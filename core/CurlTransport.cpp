@@ -461,6 +461,7 @@ std::optional<ProviderError> CurlTransport::send(const HttpRequest& request, Res
     const std::stop_callback wakeOnStop(stop, [&multi] { curl_multi_wakeup(multi.get()); });
 
     transfer.touch();
+    const auto deadline = Clock::now() + std::max(request.deadline, std::chrono::milliseconds(1));
     for (;;) {
         int running = 0;
         CURLMcode code = curl_multi_perform(multi.get(), &running);
@@ -474,11 +475,15 @@ std::optional<ProviderError> CurlTransport::send(const HttpRequest& request, Res
             break;
         }
         // Our own idle clock rather than libcurl's total time limit: a reply that keeps streaming is never cut.
-        const auto quiet = Clock::now() - transfer.lastActivity();
+        const auto now = Clock::now();
+        const auto quiet = now - transfer.lastActivity();
         if (quiet >= idle) {
             return ProviderError::timeout();
         }
-        const auto wait = std::chrono::ceil<std::chrono::milliseconds>(idle - quiet).count();
+        if (now >= deadline) {
+            return ProviderError::deadlineExceeded();
+        }
+        const auto wait = std::chrono::ceil<std::chrono::milliseconds>(std::min(idle - quiet, deadline - now)).count();
         code = curl_multi_poll(multi.get(), nullptr, 0, static_cast<int>(std::min<long long>(wait, INT_MAX)), nullptr);
         if (code != CURLM_OK) {
             return ProviderError::transport(curl_multi_strerror(code));

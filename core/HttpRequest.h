@@ -4,6 +4,7 @@
 
 #include "core/Expected.h"
 #include "core/Json.h"
+#include "core/Limits.h"
 
 #include <chrono>
 #include <string>
@@ -21,6 +22,8 @@ struct HttpRequest
     // The longest wait without receiving a byte (connecting, waiting for the head, or between body bytes).
     // A long reply that keeps streaming is never cut.
     std::chrono::milliseconds idleTimeout = std::chrono::seconds(60);
+    // The longest the whole exchange may take, however steadily bytes arrive.
+    std::chrono::milliseconds deadline = limits::deadline;
 
     // The value of the first header with this name (ASCII case-insensitive), or an empty view.
     [[nodiscard]] std::string_view header(std::string_view name) const;

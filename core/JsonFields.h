@@ -56,23 +56,23 @@ inline bool readString(const Json& object, const char* key, std::optional<std::s
 }
 
 // The message of an "error" member as both providers send one inside a stream or a body: an object's
-// "message", or the member itself when it is a string. Nothing when there is no such member; "Unknown
-// error" when it has no readable message.
+// "message", or the member itself when it is a string. Nothing when there is no such message.
 inline std::optional<std::string> errorMessage(const Json& payload)
 {
     const Json* error = payload.is_object() ? member(payload, "error") : nullptr;
-    if (error == nullptr) {
+    if (error != nullptr && error->is_object()) {
+        error = member(*error, "message");
+    }
+    return error != nullptr && error->is_string() ? std::optional(error->get<std::string>()) : std::nullopt;
+}
+
+// The error a stream payload reports: its message, or "Unknown error" for an "error" member without one.
+inline std::optional<std::string> streamError(const Json& payload)
+{
+    if (member(payload, "error") == nullptr) {
         return std::nullopt;
     }
-    if (error->is_string()) {
-        return error->get<std::string>();
-    }
-    if (error->is_object()) {
-        if (const Json* message = member(*error, "message"); message != nullptr && message->is_string()) {
-            return message->get<std::string>();
-        }
-    }
-    return std::string("Unknown error");
+    return errorMessage(payload).value_or("Unknown error");
 }
 
 } // namespace vesk::JsonFields

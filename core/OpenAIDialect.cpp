@@ -52,7 +52,7 @@ ProviderEvent OpenAIDialect::parseEvent(std::string_view payload) const
     }
 
     ProviderEvent result;
-    result.error = JsonFields::errorMessage(chunk);
+    result.error = JsonFields::streamError(chunk);
     if (const Json* choices = JsonFields::member(chunk, "choices")) {
         if (!choices->is_array()) {
             return ProviderEvent::undecodablePayload();

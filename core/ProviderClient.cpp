@@ -3,9 +3,12 @@
 #include "core/AnthropicDialect.h"
 #include "core/CorrectionValidator.h"
 #include "core/Json.h"
+#include "core/JsonFields.h"
+#include "core/Limits.h"
 #include "core/OpenAIDialect.h"
 #include "core/UnicodeText.h"
 
+#include <chrono>
 #include <exception>
 #include <utility>
 
@@ -16,6 +19,17 @@ namespace {
 constexpr std::string_view dataPrefix = "data:";
 constexpr std::string_view doneSentinel = "[DONE]";
 constexpr std::string_view redacted = "[redacted]";
+
+using Clock = std::chrono::steady_clock;
+// About two frames: held-back text never waits longer than this once more bytes arrive.
+constexpr auto deliveryInterval = std::chrono::milliseconds(33);
+
+// More user-perceived characters than the cap, found without counting past it.
+bool exceedsSelectionCap(std::string_view text)
+{
+    return text.size() > limits::selectionCharacters &&
+           unicode::firstGraphemes(text, limits::selectionCharacters).size() < text.size();
+}
 
 std::string_view trimmedBlanks(std::string_view text)
 {
@@ -56,8 +70,9 @@ public:
             return false;
         }
         if (!isSuccess()) {
-            m_errorBody.append(line).append("\n");
-            return true;
+            // Enough of the body for any provider's message; the rest is not read.
+            m_errorBody.append(line.substr(0, limits::errorBodyBytes - m_errorBody.size())).append("\n");
+            return m_errorBody.size() < limits::errorBodyBytes;
         }
         try {
             return readLine(line);
@@ -73,6 +88,16 @@ public:
     [[nodiscard]] const std::string& errorBody() const { return m_errorBody; }
     [[nodiscard]] const std::string& text() const { return m_text; }
     [[nodiscard]] std::exception_ptr failure() const { return m_failure; }
+
+    // Hands on the text held back for the next delta event.
+    void flush()
+    {
+        if (!m_pending.empty()) {
+            m_delivered += m_pending.size();
+            m_lastDelivery = Clock::now();
+            m_onEvent(CorrectionEvent::makeDelta(std::exchange(m_pending, {})));
+        }
+    }
 
     // A count never reported is 0.
     [[nodiscard]] TokenUsage usage() const { return {m_promptTokens.value_or(0), m_completionTokens.value_or(0)}; }
@@ -121,10 +146,25 @@ private:
         }
         m_ended = m_ended || event.endOfMessage;
         if (event.delta && !event.delta->empty()) {
+            if (m_text.size() + event.delta->size() > limits::replyBytes) {
+                return fail(ProviderError::replyTooLarge());
+            }
             m_text += *event.delta;
-            m_onEvent(CorrectionEvent::makeDelta(std::move(*event.delta)));
+            deliver(*event.delta);
         }
         return true;
+    }
+
+    // Consumers typically keep the whole reply so far in view, which costs them a copy of it per event. So
+    // a piece is held back while it is small next to what was delivered and the last event is recent: the
+    // number of events then grows with the logarithm of the reply's size (plus one per interval), and the
+    // consumers' work stays linear in it, however many tiny deltas a server sends.
+    void deliver(std::string_view piece)
+    {
+        m_pending += piece;
+        if (m_pending.size() * 8 >= m_delivered || Clock::now() - m_lastDelivery >= deliveryInterval) {
+            flush();
+        }
     }
 
     bool fail(ProviderError error)
@@ -140,6 +180,9 @@ private:
     std::optional<int> m_status;
     std::string m_errorBody;
     std::string m_text;
+    std::string m_pending;       // text not yet delivered
+    std::size_t m_delivered = 0; // bytes delivered
+    Clock::time_point m_lastDelivery;
     std::optional<std::int64_t> m_promptTokens;
     std::optional<std::int64_t> m_completionTokens;
     std::optional<StopReason> m_stopReason; // the last one reported
@@ -184,6 +227,9 @@ std::optional<ProviderError> ProviderClient::stream(std::string_view systemPromp
         if (stop.stop_requested()) {
             return std::nullopt;
         }
+        if (exceedsSelectionCap(text)) {
+            return ProviderError::selectionTooLong();
+        }
         auto request = m_dialect->makeRequest(systemPrompt, text, model, apiKey);
         if (!request) {
             return ProviderError::transport(request.error());
@@ -198,6 +244,7 @@ std::optional<ProviderError> ProviderClient::stream(std::string_view systemPromp
         if (reader.failure()) {
             return fromException(reader.failure(), apiKey);
         }
+        reader.flush();
         if (sendError) {
             return sendError;
         }
@@ -226,16 +273,15 @@ std::optional<ProviderError> ProviderClient::stream(std::string_view systemPromp
 std::string ProviderClient::errorMessage(std::string_view body, std::string_view apiKey)
 {
     const Json envelope = Json::parse(body, nullptr, /*allow_exceptions=*/false);
-    if (envelope.is_object()) {
-        const auto error = envelope.find("error");
-        if (error != envelope.end() && error->is_object()) {
-            const auto message = error->find("message");
-            if (message != error->end() && message->is_string()) {
-                return masked(message->get<std::string>(), apiKey);
-            }
-        }
+    const std::optional<std::string> message = JsonFields::errorMessage(envelope);
+    std::string text = masked(message ? *message : std::string(unicode::trimmed(body)), apiKey);
+    // Masked before it is cut, so no part of a key survives at the cut.
+    const std::string_view shown = unicode::firstGraphemes(text, limits::errorMessageCharacters);
+    if (shown.size() < text.size()) {
+        text.resize(shown.size());
+        text += "\u2026";
     }
-    return masked(std::string(unicode::trimmed(body)), apiKey);
+    return text;
 }
 
 std::shared_ptr<const ProviderDialect> makeDialect(ProviderID provider, std::string baseUrl)

@@ -35,8 +35,9 @@ public:
                                         std::string_view apiKey, const std::function<void(CorrectionEvent)>& onEvent,
                                         std::stop_token stop = {}) const;
 
-    // The message shown for an error body: the envelope's "error"."message", else the trimmed body, with
-    // every occurrence of a non-empty key replaced by "[redacted]".
+    // The message shown for an error body: the envelope's "error"."message" (or "error" as a string), else
+    // the trimmed body, with every occurrence of a non-empty key replaced by "[redacted]", cut at
+    // limits::errorMessageCharacters with an ellipsis.
     static std::string errorMessage(std::string_view body, std::string_view apiKey);
 
 private:

@@ -1,8 +1,14 @@
 #include "core/ProviderError.h"
 
+#include "core/Limits.h"
+
 namespace vesk {
 
 namespace {
+
+// The texts here and in ProviderFailure name the limits.
+static_assert(limits::selectionCharacters == 100'000 && limits::replyBytes == 1'000'000 &&
+              limits::deadline == std::chrono::minutes(5));
 
 std::string describe(ProviderError::Kind kind, ProviderID provider, int status, const std::string& text)
 {
@@ -27,6 +33,12 @@ std::string describe(ProviderError::Kind kind, ProviderID provider, int status, 
         return "The provider reported an error: " + text;
     case Kind::replyTooLong:
         return "The reply reached the model's length limit before it was finished.";
+    case Kind::replyTooLarge:
+        return "The reply was longer than 1 MB.";
+    case Kind::selectionTooLong:
+        return "The text is longer than 100,000 characters.";
+    case Kind::deadlineExceeded:
+        return "The reply took longer than 5 minutes.";
     }
     return {};
 }
@@ -87,6 +99,21 @@ ProviderError ProviderError::streamError(std::string message)
 ProviderError ProviderError::replyTooLong()
 {
     return {Kind::replyTooLong, ProviderID::openai, 0, {}};
+}
+
+ProviderError ProviderError::replyTooLarge()
+{
+    return {Kind::replyTooLarge, ProviderID::openai, 0, {}};
+}
+
+ProviderError ProviderError::selectionTooLong()
+{
+    return {Kind::selectionTooLong, ProviderID::openai, 0, {}};
+}
+
+ProviderError ProviderError::deadlineExceeded()
+{
+    return {Kind::deadlineExceeded, ProviderID::openai, 0, {}};
 }
 
 bool ProviderError::operator==(const ProviderError& other) const

@@ -19,9 +19,12 @@ public:
         transport,
         invalidResponse,
         timeout,
-        cutOff,       // the stream ended before the provider said the reply was finished
-        streamError,  // the provider reported an error inside the stream
-        replyTooLong, // the model hit its output limit
+        cutOff,           // the stream ended before the provider said the reply was finished
+        streamError,      // the provider reported an error inside the stream
+        replyTooLong,     // the model hit its output limit
+        replyTooLarge,    // the reply passed limits::replyBytes
+        selectionTooLong, // the text passed limits::selectionCharacters; nothing was sent
+        deadlineExceeded, // the request took longer than its deadline
     };
 
     static ProviderError missingAPIKey(ProviderID provider);
@@ -35,6 +38,9 @@ public:
     static ProviderError cutOff();
     static ProviderError streamError(std::string message); // the provider's own message, key masked
     static ProviderError replyTooLong();
+    static ProviderError replyTooLarge();
+    static ProviderError selectionTooLong();
+    static ProviderError deadlineExceeded();
 
     [[nodiscard]] Kind kind() const { return m_kind; }
     // The provider whose key is missing (missingAPIKey only).

@@ -33,6 +33,15 @@ ProviderFailure ProviderFailure::from(const ProviderError& error, ProviderID pro
     case Kind::replyTooLong:
         return {name + "'s reply was too long", "The model stopped at its length limit. Try a shorter selection.",
                 std::nullopt};
+    case Kind::replyTooLarge:
+        return {name + "'s reply was too long", "Vesk stopped reading it at 1 MB. Try a shorter selection.",
+                std::nullopt};
+    case Kind::selectionTooLong:
+        return {"The text is too long", "Vesk corrects up to 100,000 characters at a time. Select less and try again.",
+                std::nullopt};
+    case Kind::deadlineExceeded:
+        return {name + " took too long", "The reply didn't finish within 5 minutes. Try a shorter selection.",
+                std::nullopt};
     }
     return {"Couldn't correct", error.description(), std::nullopt};
 }

@@ -258,6 +258,44 @@ TEST_F(ProviderClientTest, RejectedReplyHasItsDeltasButNoDone)
     EXPECT_EQ(outcome.error->kind(), ProviderError::Kind::invalidCorrectionOutput);
 }
 
+// Bounds
+
+TEST_F(ProviderClientTest, SelectionOverTheCapIsRefusedBeforeSending)
+{
+    EXPECT_EQ(run(ProviderID::openai, "k", std::string(100'001, 'a')).error, ProviderError::selectionTooLong());
+    EXPECT_FALSE(transport().request);
+    // Characters, not bytes: an accented letter written with a combining mark is one.
+    std::string accented;
+    for (int i = 0; i < 100'000; ++i) {
+        accented += "e\u0301";
+    }
+    run(ProviderID::openai, "k", accented);
+    EXPECT_TRUE(transport().request);
+}
+
+// A consumer that keeps the reply so far pays for each event with a copy of it: a million tiny deltas
+// must not become a million events.
+TEST_F(ProviderClientTest, TinyDeltasAreDeliveredInFewEvents)
+{
+    std::string reply;
+    for (int i = 0; i < 100'000; ++i) {
+        transport().lines.push_back(openAIText(i % 2 == 0 ? "a" : " "));
+        reply += i % 2 == 0 ? "a" : " ";
+    }
+    transport().lines.push_back("data: [DONE]");
+
+    const auto outcome = run();
+
+    EXPECT_EQ(outcome.error, std::nullopt);
+    ASSERT_GE(outcome.events.size(), 2u);
+    EXPECT_LT(outcome.events.size(), 400u);
+    std::string joined;
+    for (const CorrectionEvent& event : outcome.events) {
+        joined += event.text;
+    }
+    EXPECT_EQ(joined, reply);
+}
+
 // Failures
 
 TEST_F(ProviderClientTest, ErrorStatusReadsTheWholeBodyAndMasksTheKey)

@@ -1,5 +1,5 @@
 // What real servers do wrong, over real HTTP on loopback: every fault ends in its named failure, within
-// its limit, without a crash. The idle limit is shortened to keep the suite quick.
+// its limit, without a crash. The idle limit and the deadline are shortened to keep the suite quick.
 
 #include "core/CurlTransport.h"
 #include "core/ProviderClient.h"
@@ -18,9 +18,10 @@ using test::operator<<;
 namespace streams = test::streams;
 
 constexpr auto shortIdle = 400ms;
+constexpr auto shortDeadline = 1500ms;
 
-// The production transport with a shorter idle limit than the minute users get.
-class ShortIdleTransport final : public ProviderTransport
+// The production transport with shorter limits than the minute and the five minutes users get.
+class ShortLimitsTransport final : public ProviderTransport
 {
 public:
     std::optional<ProviderError> send(const HttpRequest& request, ResponseHandler& handler,
@@ -28,6 +29,7 @@ public:
     {
         HttpRequest shortened = request;
         shortened.idleTimeout = shortIdle;
+        shortened.deadline = shortDeadline;
         return m_transport.send(shortened, handler, std::move(stop));
     }
 
@@ -59,7 +61,7 @@ TEST_P(ProviderFaults, EndAsNamed)
 {
     test::ScriptedProviderServer server;
     server.enqueue(GetParam().response());
-    const ProviderClient client(GetParam().provider, std::make_shared<ShortIdleTransport>(), server.url(""));
+    const ProviderClient client(GetParam().provider, std::make_shared<ShortLimitsTransport>(), server.url(""));
     Outcome outcome;
     const auto started = std::chrono::steady_clock::now();
     outcome.error = client.stream("Fix it.", "helo wrld", "m", "sk-live-secret", [&](CorrectionEvent event) {
@@ -139,10 +141,10 @@ std::function<void(std::vector<std::string>&)> droppingLast(std::size_t count)
     return [=](std::vector<std::string>& events) { events.resize(events.size() - count); };
 }
 
-std::string bigReply()
+std::string bigReply(std::size_t bytes)
 {
     std::string text;
-    while (text.size() < 3'000'000) {
+    while (text.size() < bytes) {
         text += "The quick brown fox jumps over the lazy dog. ";
     }
     return text + "End.";
@@ -209,9 +211,29 @@ INSTANTIATE_TEST_SUITE_P(
                                                 "\"overloaded_error\", \"message\": \"Overloaded\"}}\n\n");
                         }),
                  fails(ProviderError::streamError("Overloaded"))},
-        FaultRow{"SeveralMegabytes", ProviderID::openai,
-                 [] { return ScriptedResponse::events(streams::openAI(streams::split(bigReply(), 4096))); },
-                 corrected(bigReply())},
+        FaultRow{"ReplyNearTheCap", ProviderID::openai,
+                 [] { return ScriptedResponse::events(streams::openAI(streams::split(bigReply(990'000), 4096))); },
+                 corrected(bigReply(990'000))},
+        FaultRow{"ReplyOverTheCap", ProviderID::openai,
+                 [] { return ScriptedResponse::events(streams::openAI(streams::split(bigReply(3'000'000), 65536))); },
+                 fails(ProviderError::replyTooLarge())},
+        FaultRow{"HugeErrorBodyIsCut", ProviderID::openai,
+                 [] { return ScriptedResponse::text(500, "text/plain", std::string(5'000'000, 'x')); },
+                 [](const Outcome& o) {
+                     ASSERT_TRUE(o.error.has_value());
+                     EXPECT_EQ(o.error->text(), std::string(1000, 'x') + "\u2026");
+                 }},
+        // A keep-alive every 100 ms keeps the idle limit away but not the deadline.
+        FaultRow{"TricklesPastTheDeadline", ProviderID::openai,
+                 [] {
+                     ScriptedResponse r = ScriptedResponse::events(std::vector<std::string>(100, ":\n"), 100ms);
+                     return r;
+                 },
+                 [](const Outcome& o) {
+                     EXPECT_EQ(o.error, ProviderError::deadlineExceeded());
+                     EXPECT_GE(o.elapsed, shortDeadline);
+                     EXPECT_LT(o.elapsed, shortDeadline + 1s);
+                 }},
         FaultRow{"NotHttp", ProviderID::openai, [] { return ScriptedResponse::garbage(); },
                  fails(ProviderError::invalidResponse())}),
     test::ParamName());
