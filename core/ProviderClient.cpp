@@ -115,10 +115,43 @@ public:
         return ProviderError::cutOff();
     }
 
+    // What the body was when it was not a stream of events, or nothing.
+    [[nodiscard]] std::optional<ProviderError> notAStream() const
+    {
+        if (!m_notAStream) {
+            return std::nullopt;
+        }
+        const std::string_view body = unicode::trimmed(m_errorBody);
+        if (body.starts_with('<')) {
+            return ProviderError::invalidResponse("a web page instead of a stream of events");
+        }
+        const bool isJson = Json::accept(body);
+        return ProviderError::invalidResponse((isJson ? "plain JSON" : "plain text") +
+                                              std::string(" instead of a stream of events: ") +
+                                              ProviderClient::errorMessage(body, m_apiKey));
+    }
+
 private:
-    // Event names, comments, keep-alives and blank lines carry nothing the reply needs.
+    // A line no event stream has: markup, JSON, or text that starts like a sentence rather than a field.
+    static bool isForeign(std::string_view line)
+    {
+        if (line.empty() || line.front() == ':' || line.front() == ' ' || line.front() == '\t') {
+            return false;
+        }
+        const std::string_view field = line.substr(0, line.find(':'));
+        return field != "data" && field != "event" && field != "id" && field != "retry";
+    }
+
+    // Event names, comments, keep-alives and blank lines carry nothing the reply needs. A body that turns
+    // out not to be an event stream (a gateway's page, a server that ignored "stream") is kept, as much
+    // as an error body, to say what it was.
     bool readLine(std::string_view line)
     {
+        if (m_notAStream || (m_text.empty() && isForeign(line))) {
+            m_notAStream = true;
+            m_errorBody.append(line.substr(0, limits::errorBodyBytes - m_errorBody.size())).append("\n");
+            return m_errorBody.size() < limits::errorBodyBytes;
+        }
         if (!line.starts_with(dataPrefix)) {
             return true;
         }
@@ -187,6 +220,7 @@ private:
     std::optional<std::int64_t> m_completionTokens;
     std::optional<StopReason> m_stopReason; // the last one reported
     bool m_ended = false;                   // "[DONE]" or the end of the message arrived
+    bool m_notAStream = false;              // the body is something else, kept in m_errorBody
     std::exception_ptr m_failure;
 };
 
@@ -245,6 +279,9 @@ std::optional<ProviderError> ProviderClient::stream(std::string_view systemPromp
             return fromException(reader.failure(), apiKey);
         }
         reader.flush();
+        if (auto other = reader.notAStream()) {
+            return other;
+        }
         if (sendError) {
             return sendError;
         }

@@ -39,6 +39,10 @@ std::string describe(ProviderError::Kind kind, ProviderID provider, int status, 
         return "The text is longer than 100,000 characters.";
     case Kind::deadlineExceeded:
         return "The reply took longer than 5 minutes.";
+    case Kind::redirect:
+        return "Redirected (" + std::to_string(status) + ") to " + (text.empty() ? "no address" : text);
+    case Kind::certificate:
+        return "The server's certificate was not accepted: " + text;
     }
     return {};
 }
@@ -114,6 +118,16 @@ ProviderError ProviderError::selectionTooLong()
 ProviderError ProviderError::deadlineExceeded()
 {
     return {Kind::deadlineExceeded, ProviderID::openai, 0, {}};
+}
+
+ProviderError ProviderError::redirect(int status, std::string location)
+{
+    return {Kind::redirect, ProviderID::openai, status, std::move(location)};
+}
+
+ProviderError ProviderError::certificate(std::string description)
+{
+    return {Kind::certificate, ProviderID::openai, 0, std::move(description)};
 }
 
 bool ProviderError::operator==(const ProviderError& other) const

@@ -25,6 +25,8 @@ public:
         replyTooLarge,    // the reply passed limits::replyBytes
         selectionTooLong, // the text passed limits::selectionCharacters; nothing was sent
         deadlineExceeded, // the request took longer than its deadline
+        redirect,         // the server answered with a redirect, which is not followed
+        certificate,      // the server's TLS certificate was not accepted; nothing was sent
     };
 
     static ProviderError missingAPIKey(ProviderID provider);
@@ -41,11 +43,13 @@ public:
     static ProviderError replyTooLarge();
     static ProviderError selectionTooLong();
     static ProviderError deadlineExceeded();
+    static ProviderError redirect(int status, std::string location); // location as the server sent it, or empty
+    static ProviderError certificate(std::string description);
 
     [[nodiscard]] Kind kind() const { return m_kind; }
     // The provider whose key is missing (missingAPIKey only).
     [[nodiscard]] ProviderID provider() const { return m_provider; }
-    // The HTTP status (http only).
+    // The HTTP status (http and redirect only).
     [[nodiscard]] int status() const { return m_status; }
     // The reason, message, detail or transport description, as carried by the case; empty for the others.
     [[nodiscard]] const std::string& text() const { return m_text; }

@@ -39,6 +39,12 @@ ProviderFailure ProviderFailure::from(const ProviderError& error, ProviderID pro
     case Kind::selectionTooLong:
         return {"The text is too long", "Vesk corrects up to 100,000 characters at a time. Select less and try again.",
                 std::nullopt};
+    case Kind::redirect:
+        return {name + " redirected the request", "Check the address in Settings: Vesk doesn't follow redirects.",
+                error.description(), true};
+    case Kind::certificate:
+        return {name + "'s certificate wasn't trusted",
+                "The connection isn't secure, so nothing was sent. Check the address and your network.", error.text()};
     case Kind::deadlineExceeded:
         return {name + " took too long", "The reply didn't finish within 5 minutes. Try a shorter selection.",
                 std::nullopt};

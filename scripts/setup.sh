@@ -15,7 +15,8 @@ packages=(
     googletest libgtest-dev libgmock-dev libbenchmark-dev
     dbus gnome-keyring libsecret-tools
     xvfb openbox xdotool mousepad xfce4-terminal trayer xclip imagemagick x11-utils fonts-dejavu-core
-    desktop-file-utils appstream dpkg-dev file
+    desktop-file-utils appstream dpkg-dev file openssl
+    clang libclang-rt-14-dev
 )
 
 missing=()

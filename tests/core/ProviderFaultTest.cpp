@@ -234,6 +234,27 @@ INSTANTIATE_TEST_SUITE_P(
                      EXPECT_GE(o.elapsed, shortDeadline);
                      EXPECT_LT(o.elapsed, shortDeadline + 1s);
                  }},
+        // Different faults, different texts.
+        FaultRow{"WebPageInsteadOfAStream", ProviderID::openai,
+                 [] { return ScriptedResponse::text(200, "text/html", streams::htmlErrorBody(200)); },
+                 fails(ProviderError::invalidResponse("a web page instead of a stream of events"))},
+        FaultRow{"PlainJsonInsteadOfAStream", ProviderID::openai,
+                 [] { return ScriptedResponse::text(200, "application/json", R"({"error":"stream is not supported"})"); },
+                 fails(ProviderError::invalidResponse("plain JSON instead of a stream of events: stream is not supported"))},
+        FaultRow{"Redirect", ProviderID::anthropic,
+                 [] {
+                     ScriptedResponse r = ScriptedResponse::text(301, "text/html", "<html>Moved</html>");
+                     r.headers.emplace_back("Location", "https://api.example.com/v1/messages");
+                     return r;
+                 },
+                 fails(ProviderError::redirect(301, "https://api.example.com/v1/messages"))},
+        FaultRow{"OversizedHeader", ProviderID::openai,
+                 [] {
+                     ScriptedResponse r = ScriptedResponse::events(streams::openAI({"Hello"}));
+                     r.headers.emplace_back("X-Padding", std::string(300'000, 'p'));
+                     return r;
+                 },
+                 fails(ProviderError::invalidResponse("a response header longer than 100 KB"))},
         FaultRow{"NotHttp", ProviderID::openai, [] { return ScriptedResponse::garbage(); },
                  fails(ProviderError::invalidResponse())}),
     test::ParamName());
