@@ -146,14 +146,6 @@ TEST(ProviderError, DescriptionsAreExact)
     EXPECT_STREQ(ProviderError::invalidResponse().what(), "The provider returned an unexpected response.");
 }
 
-TEST(ProviderError, EqualityComparesCaseAndPayload)
-{
-    EXPECT_EQ(ProviderError::http(500, "a"), ProviderError::http(500, "a"));
-    EXPECT_NE(ProviderError::http(500, "a"), ProviderError::http(502, "a"));
-    EXPECT_NE(ProviderError::transport("x"), ProviderError::invalidCorrectionOutput("x"));
-    EXPECT_NE(ProviderError::missingAPIKey(ProviderID::openai), ProviderError::missingAPIKey(ProviderID::anthropic));
-}
-
 // A gateway's error body need not be UTF-8; written out as JSON it must not throw.
 TEST(ProviderFailure, DetailWithInvalidUtf8DumpsAsJson)
 {
