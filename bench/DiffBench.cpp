@@ -9,6 +9,7 @@
 #include "core/CorrectionDiff.h"
 #include "support/ReferenceDiff.h"
 
+#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <fstream>
 #include <malloc.h>
@@ -136,9 +137,40 @@ void BM_DiffPlan(benchmark::State& state)
     measure(state, pair, [&] { return plan(pair.original, pair.corrected); });
 }
 
+// At the selection cap: 100,000 characters of prose against its correction, and against an unrelated reply
+// of the largest size accepted (1 MB), the worst the review can be asked to show.
+const TextPair& atTheCap(bool unrelated)
+{
+    static const TextPair similar = [] {
+        TextPair pair = makeTextPair(36'500);
+        pair.original.resize(std::min<std::size_t>(pair.original.size(), 100'000));
+        return pair;
+    }();
+    static const TextPair different = [] {
+        TextPair pair;
+        pair.original = similar.original;
+        std::mt19937 random(7);
+        while (pair.corrected.size() < 1'000'000) {
+            pair.corrected += std::to_string(random() % 1000) + (random() % 8 == 0 ? "\n" : " ");
+        }
+        pair.originalTokens = tokens(pair.original);
+        pair.correctedTokens = tokens(pair.corrected);
+        return pair;
+    }();
+    return unrelated ? different : similar;
+}
+
+void BM_DiffPlanAtTheCap(benchmark::State& state)
+{
+    const TextPair& pair = atTheCap(state.range(0) != 0);
+    measure(state, pair, [&] { return plan(pair.original, pair.corrected); });
+}
+
 BENCHMARK(BM_DiffSegments)->Arg(10'000)->Arg(50'000)->Unit(benchmark::kMillisecond);
 // The full table for 50,000 tokens a side would take about 10 GB, so the reference runs at 10,000 only.
 BENCHMARK(BM_DiffReferenceSegments)->Arg(10'000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_DiffPlan)->Arg(10'000)->Arg(50'000)->Unit(benchmark::kMillisecond);
+// 0: a correction of the text; 1: an unrelated 1 MB reply.
+BENCHMARK(BM_DiffPlanAtTheCap)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -119,8 +119,9 @@ void streamThroughClient(benchmark::State& state, ProviderID provider, const Str
     const ProviderClient client(provider, std::make_shared<MemoryTransport>(stream));
     std::size_t deltas = 0;
     for (auto _ : state) {
-        const auto error = client.stream("Fix it.", stream.text, "model", "sk-bench",
-                                         [&](CorrectionEvent event) { deltas += event.text.size(); });
+        // The selection a reply of this size corrects would be at the cap.
+        const auto error = client.stream("Fix it.", std::string_view(stream.text).substr(0, 100'000), "model",
+                                         "sk-bench", [&](CorrectionEvent event) { deltas += event.text.size(); });
         if (error) {
             state.SkipWithError(error->description().c_str());
             return;
@@ -142,7 +143,42 @@ void anthropicClientStream(benchmark::State& state)
     streamThroughClient(state, ProviderID::anthropic, stream);
 }
 
+// A million one-byte deltas, read by a consumer that keeps the whole reply so far in view as the review
+// panel and the session do (a copy of it per event): the work must stay linear in the reply's size.
+void tinyDeltasToAViewOfTheWholeReply(benchmark::State& state)
+{
+    static const Stream stream = [] {
+        Stream tiny;
+        for (int i = 0; i < 1'000'000; ++i) {
+            const std::string piece = i % 5 == 4 ? " " : "a";
+            addLine(tiny, "data: " + Json{{"choices", Json::array({{{"delta", {{"content", piece}}}}})}}.dump());
+            tiny.text += piece;
+        }
+        addLine(tiny, "data: [DONE]");
+        return tiny;
+    }();
+    const ProviderClient client(ProviderID::openai, std::make_shared<MemoryTransport>(stream));
+    std::size_t events = 0;
+    for (auto _ : state) {
+        std::string reply;
+        std::string view;
+        const auto error = client.stream("Fix it.", "a", "model", "sk-bench", [&](CorrectionEvent event) {
+            reply += event.text;
+            view = reply;
+            ++events;
+        });
+        if (error) {
+            state.SkipWithError(error->description().c_str());
+            return;
+        }
+        benchmark::DoNotOptimize(view);
+    }
+    state.counters["events"] = static_cast<double>(events) / static_cast<double>(state.iterations());
+    state.SetBytesProcessed(state.iterations() * stream.bytes);
+}
+
 BENCHMARK(openAIClientStream)->Unit(benchmark::kMillisecond);
+BENCHMARK(tinyDeltasToAViewOfTheWholeReply)->Unit(benchmark::kMillisecond);
 BENCHMARK(anthropicClientStream)->Unit(benchmark::kMillisecond);
 
 } // namespace

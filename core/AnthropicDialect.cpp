@@ -51,18 +51,30 @@ Expected<HttpRequest, std::string> AnthropicDialect::makeRequest(std::string_vie
 }
 
 // Reads fields, not event types: the opening event carries the prompt count, text deltas the text and the
-// closing delta the completion count. Event kinds added later decode to nothing and are ignored.
+// closing delta the completion count and the stop reason. Event kinds added later decode to nothing and are
+// ignored; only "message_stop" and "error" are told by their type.
 ProviderEvent AnthropicDialect::parseEvent(std::string_view payload) const
 {
     const Json event = Json::parse(payload, nullptr, /*allow_exceptions=*/false);
     if (!event.is_object()) {
-        return {};
+        return ProviderEvent::undecodablePayload();
     }
 
     ProviderEvent result;
+    result.error = JsonFields::streamError(event);
+    if (const Json* type = JsonFields::member(event, "type"); type != nullptr && *type == "message_stop") {
+        result.endOfMessage = true;
+    }
     if (const Json* delta = JsonFields::member(event, "delta")) {
-        if (!delta->is_object() || !JsonFields::readString(*delta, "text", result.delta)) {
-            return {};
+        std::optional<std::string> reason;
+        if (!delta->is_object() || !JsonFields::readString(*delta, "text", result.delta) ||
+            !JsonFields::readString(*delta, "stop_reason", reason)) {
+            return ProviderEvent::undecodablePayload();
+        }
+        if (reason) {
+            result.stopReason = *reason == "end_turn" || *reason == "stop_sequence" ? StopReason::finished
+                                : *reason == "max_tokens"                           ? StopReason::tooLong
+                                                                                    : StopReason::other;
         }
     }
     // Top-level usage repeats the prompt count on recent servers, and the opening message reports a
@@ -70,16 +82,16 @@ ProviderEvent AnthropicDialect::parseEvent(std::string_view payload) const
     std::optional<std::int64_t> ignored;
     if (const Json* usage = JsonFields::member(event, "usage")) {
         if (!readUsage(*usage, ignored, result.completionTokens)) {
-            return {};
+            return ProviderEvent::undecodablePayload();
         }
     }
     if (const Json* message = JsonFields::member(event, "message")) {
         if (!message->is_object()) {
-            return {};
+            return ProviderEvent::undecodablePayload();
         }
         if (const Json* usage = JsonFields::member(*message, "usage")) {
             if (!readUsage(*usage, result.promptTokens, ignored)) {
-                return {};
+                return ProviderEvent::undecodablePayload();
             }
         }
     }

@@ -126,9 +126,8 @@ constexpr std::size_t wordBits = 64;
 // together with running popcounts that answer each query in constant time. Memory is about
 // (n / K + K) rows; K near sqrt(n) keeps that small for any size, and the time stays about two passes.
 //
-// There is no size limit. A cut-off would have to give up the exact result, and none is needed: with
-// 50,000 tokens a side the comparison takes about 0.15 s and 8 MB, with 200,000 (hundreds of pages,
-// more than any correction request returns) about 2 s and 45 MB.
+// With 50,000 tokens a side the comparison takes about 0.1 s and 8 MB; plan() keeps larger pairs away
+// (see comparisonBudget).
 class SuffixLcs
 {
 public:
@@ -400,6 +399,50 @@ std::vector<std::string_view> views(std::span<const std::string> tokens)
     return std::vector<std::string_view>(tokens.begin(), tokens.end());
 }
 
+// The comparison costs time in proportion to the product of the two token counts, and memory to its square
+// root times the longer side. A selection at the cap against its correction is about 1.3e9 pairs (about
+// 60 ms and 6 MB); a budget of three times that keeps any pair of texts Vesk accepts under a fraction of
+// a second. Beyond it the texts are compared line by line, and beyond that shown as one replacement.
+constexpr std::uint64_t comparisonBudget = 4'000'000'000;
+
+bool withinBudget(std::size_t fromTokens, std::size_t toTokens)
+{
+    return static_cast<std::uint64_t>(fromTokens) * toTokens <= comparisonBudget;
+}
+
+// Lines, each with its line feed.
+std::vector<std::string_view> lineViews(std::string_view text)
+{
+    std::vector<std::string_view> result;
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size() - 1) + 1;
+        result.push_back(text.substr(begin, end - begin));
+        begin = end;
+    }
+    return result;
+}
+
+std::vector<Segment> compareWithinBudget(std::string_view original, std::string_view corrected)
+{
+    std::vector<std::string_view> from = tokenViews(original);
+    std::vector<std::string_view> to = tokenViews(corrected);
+    if (!withinBudget(from.size(), to.size())) {
+        from = lineViews(original);
+        to = lineViews(corrected);
+    }
+    if (withinBudget(from.size(), to.size())) {
+        return compare(from, to, true);
+    }
+    std::vector<Segment> whole;
+    if (!original.empty()) {
+        whole.push_back({std::string(original), Kind::deletion});
+    }
+    if (!corrected.empty()) {
+        whole.push_back({std::string(corrected), Kind::insert});
+    }
+    return whole;
+}
+
 } // namespace
 
 CorrectionDiffPlan plan(std::string_view original, std::string_view corrected)
@@ -415,7 +458,7 @@ CorrectionDiffPlan plan(std::string_view original, std::string_view corrected)
         result.changes.push_back(std::move(pending));
         pending = {};
     };
-    for (Segment& segment : compare(tokenViews(original), tokenViews(corrected), true)) {
+    for (Segment& segment : compareWithinBudget(original, corrected)) {
         switch (segment.kind) {
         case Kind::equal:
             closeChange();

@@ -81,7 +81,9 @@ struct Segment
     bool operator==(const Segment&) const = default;
 };
 
-// Compares the two texts token by token and groups every run of differing tokens into one change.
+// Compares the two texts token by token and groups every run of differing tokens into one change. Texts
+// too long to compare token by token within a fixed budget are compared line by line, and beyond that
+// the whole of one is a change to the whole of the other.
 [[nodiscard]] CorrectionDiffPlan plan(std::string_view original, std::string_view corrected);
 
 // Splits the text into maximal runs of user-perceived characters of one class: word characters (the

@@ -4,9 +4,6 @@
 #include "core/Pricing.h"
 #include "core/UnicodeText.h"
 
-#include <cstdio>
-#include <cstdlib>
-
 namespace vesk {
 
 CorrectionRecord CorrectionRecord::from(const AcceptedCorrection& accepted, std::chrono::system_clock::time_point date)
@@ -31,12 +28,7 @@ CorrectionRecord CorrectionRecord::from(const AcceptedCorrection& accepted, std:
 
 std::int64_t CorrectionRecord::totalTokens() const
 {
-    std::int64_t total = 0;
-    if (__builtin_add_overflow(promptTokens, completionTokens, &total)) {
-        std::fputs("vesk: a history record's token total overflows\n", stderr);
-        std::abort();
-    }
-    return total;
+    return TokenUsage{promptTokens, completionTokens}.total();
 }
 
 std::string CorrectionRecord::providerName() const

@@ -32,7 +32,7 @@ struct CorrectionRecord
     // price table.
     static CorrectionRecord from(const AcceptedCorrection& accepted, std::chrono::system_clock::time_point date);
 
-    [[nodiscard]] std::int64_t totalTokens() const;
+    [[nodiscard]] std::int64_t totalTokens() const; // held at INT64_MAX
     // "OpenAI", "Anthropic", or the raw value itself for a provider this version does not know.
     [[nodiscard]] std::string providerName() const;
     // "Polish · Preserve original"; absent unless both raw values are known.

@@ -10,6 +10,7 @@
 #include <curl/curl.h>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <string_view>
@@ -159,6 +160,8 @@ public:
     void setEasy(CURL* easy) { m_easy = easy; }
     [[nodiscard]] bool isHeadReported() const { return m_headReported; }
     [[nodiscard]] bool isHandlerDone() const { return m_handlerDone; }
+    // The status and Location of a redirect that ended the transfer.
+    [[nodiscard]] const std::optional<std::pair<int, std::string>>& redirect() const { return m_redirect; }
     [[nodiscard]] Clock::time_point lastActivity() const { return m_lastActivity; }
     void touch() { m_lastActivity = Clock::now(); }
 
@@ -183,6 +186,9 @@ public:
         }
         const std::string_view line(bytes, total);
         if (line != "\r\n" && line != "\n") {
+            if (startsWithIgnoringCase(line, "location:")) {
+                transfer.m_location = line.substr(9);
+            }
             return total;
         }
         // The blank line ends a head. Interim heads (100 Continue and the like) are followed by the real one.
@@ -230,6 +236,15 @@ private:
         if (curl_easy_getinfo(m_easy, CURLINFO_RESPONSE_CODE, &status) != CURLE_OK) {
             status = 0;
         }
+        // Never followed: the request carries a key, and a provider's API does not move.
+        if (status >= 300 && status <= 399) {
+            constexpr std::string_view blanks = " \t\r\n";
+            std::string_view location = m_location;
+            location.remove_prefix(std::min(location.find_first_not_of(blanks), location.size()));
+            location = location.substr(0, location.find_last_not_of(blanks) + 1);
+            m_redirect.emplace(static_cast<int>(status), std::string(location.substr(0, 500)));
+            return false;
+        }
         m_headReported = true;
         m_handler.onHead(static_cast<int>(status));
         return true;
@@ -243,6 +258,8 @@ private:
     curl_off_t m_uploaded = 0;
     bool m_headReported = false;
     bool m_handlerDone = false; // the handler asked to stop reading
+    std::string m_location;     // of the head being read
+    std::optional<std::pair<int, std::string>> m_redirect;
 };
 
 // Collects the first failure of a run of setopt calls, so that every one is checked without a wall of ifs.
@@ -461,11 +478,15 @@ std::optional<ProviderError> CurlTransport::send(const HttpRequest& request, Res
     const std::stop_callback wakeOnStop(stop, [&multi] { curl_multi_wakeup(multi.get()); });
 
     transfer.touch();
+    const auto deadline = Clock::now() + std::max(request.deadline, std::chrono::milliseconds(1));
     for (;;) {
         int running = 0;
         CURLMcode code = curl_multi_perform(multi.get(), &running);
         if (stop.stop_requested() || transfer.isHandlerDone()) {
             return std::nullopt;
+        }
+        if (const auto& redirect = transfer.redirect()) {
+            return ProviderError::redirect(redirect->first, redacted(redirect->second, request));
         }
         if (code != CURLM_OK) {
             return ProviderError::transport(curl_multi_strerror(code));
@@ -474,11 +495,15 @@ std::optional<ProviderError> CurlTransport::send(const HttpRequest& request, Res
             break;
         }
         // Our own idle clock rather than libcurl's total time limit: a reply that keeps streaming is never cut.
-        const auto quiet = Clock::now() - transfer.lastActivity();
+        const auto now = Clock::now();
+        const auto quiet = now - transfer.lastActivity();
         if (quiet >= idle) {
             return ProviderError::timeout();
         }
-        const auto wait = std::chrono::ceil<std::chrono::milliseconds>(idle - quiet).count();
+        if (now >= deadline) {
+            return ProviderError::deadlineExceeded();
+        }
+        const auto wait = std::chrono::ceil<std::chrono::milliseconds>(std::min(idle - quiet, deadline - now)).count();
         code = curl_multi_poll(multi.get(), nullptr, 0, static_cast<int>(std::min<long long>(wait, INT_MAX)), nullptr);
         if (code != CURLM_OK) {
             return ProviderError::transport(curl_multi_strerror(code));
@@ -506,6 +531,18 @@ std::optional<ProviderError> CurlTransport::send(const HttpRequest& request, Res
         return std::nullopt;
     case CURLE_OPERATION_TIMEDOUT:
         return ProviderError::timeout();
+    case CURLE_OUT_OF_MEMORY:
+        // What libcurl reports for a head line beyond its 100 KB limit.
+        if (!transfer.isHeadReported()) {
+            return ProviderError::invalidResponse("a response header longer than 100 KB");
+        }
+        break;
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CACERT_BADFILE:
+    case CURLE_SSL_ISSUER_ERROR:
+    case CURLE_SSL_PINNEDPUBKEYNOTMATCH:
+    case CURLE_SSL_INVALIDCERTSTATUS:
+        return ProviderError::certificate(describe(result, errorBuffer, request));
     case CURLE_UNSUPPORTED_PROTOCOL:
     case CURLE_WEIRD_SERVER_REPLY: {
         // Only a peer that was asked and answered with something other than HTTP; an unusable proxy scheme,

@@ -1,5 +1,6 @@
 #include "core/HistoryStats.h"
 
+#include "core/Saturating.h"
 #include "core/UnicodeText.h"
 
 #include <algorithm>
@@ -9,14 +10,6 @@
 namespace vesk {
 
 namespace {
-
-template <typename Amount> void addChecked(int& total, Amount amount, const char* figure)
-{
-    if (__builtin_add_overflow(total, amount, &total)) {
-        std::fprintf(stderr, "vesk: history statistics: %s overflows an int\n", figure);
-        std::abort();
-    }
-}
 
 // The days of one calendar month as consecutive intervals: day i runs from starts[i] up to the next
 // start, the last one up to `end`. A local day is an unbroken run of instants, so finding the interval
@@ -105,12 +98,12 @@ HistoryStats HistoryStats::compute(const std::vector<Entry>& entries, TimePoint 
 
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const Entry& entry = entries[i];
-        addChecked(stats.mistakesFixed, entry.changeCount, "mistakes fixed");
+        stats.mistakesFixed = saturatingAdd(stats.mistakesFixed, entry.changeCount);
         if (entry.date >= weekStart) {
-            addChecked(stats.mistakesThisWeek, entry.changeCount, "mistakes this week");
+            stats.mistakesThisWeek = saturatingAdd(stats.mistakesThisWeek, entry.changeCount);
         }
-        addChecked(stats.wordsPolished, wordsKnown ? knownWordCounts[i] : unicode::countWords(entry.corrected),
-                   "words polished");
+        stats.wordsPolished =
+            saturatingAdd(stats.wordsPolished, wordsKnown ? knownWordCounts[i] : unicode::countWords(entry.corrected));
         if (const std::size_t day = month.dayOf(entry.date); day < active.size()) {
             active[day] = true;
         }

@@ -29,9 +29,9 @@ struct HistoryStats
     // Distinct local days of `now`'s calendar month with at least one entry.
     int activeDaysThisMonth = 0;
 
-    // Entries may come in any order. A sum that overflows an int is a fatal error. `knownWordCounts`, when
-    // not empty, holds the words of each entry's correction, in the entries' order, so that a history
-    // that keeps them need not count again (the entries' texts are not read then).
+    // Entries may come in any order. A sum beyond an int's range (a damaged history) is held at its limit.
+    // `knownWordCounts`, when not empty, holds the words of each entry's correction, in the entries' order, so that a
+    // history that keeps them need not count again (the entries' texts are not read then).
     static HistoryStats compute(const std::vector<Entry>& entries, TimePoint now, const Calendar& calendar,
                                 std::span<const int> knownWordCounts = {});
 

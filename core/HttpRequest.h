@@ -4,8 +4,10 @@
 
 #include "core/Expected.h"
 #include "core/Json.h"
+#include "core/Limits.h"
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,6 +23,8 @@ struct HttpRequest
     // The longest wait without receiving a byte (connecting, waiting for the head, or between body bytes).
     // A long reply that keeps streaming is never cut.
     std::chrono::milliseconds idleTimeout = std::chrono::seconds(60);
+    // The longest the whole exchange may take, however steadily bytes arrive.
+    std::chrono::milliseconds deadline = limits::deadline;
 
     // The value of the first header with this name (ASCII case-insensitive), or an empty view.
     [[nodiscard]] std::string_view header(std::string_view name) const;
@@ -30,6 +34,11 @@ struct HttpRequest
 // dropped, and so is a version segment the path already has: OpenAI-compatible servers are usually
 // documented with bases like "http://localhost:11434/v1", which must not become ".../v1/v1/...".
 std::string endpointUrl(std::string_view baseUrl, std::string_view path);
+
+// Why `baseUrl` cannot serve as a provider's base address, as a sentence to show, or nothing when it can.
+// It must be an absolute http or https address with a host and, if any, a numeric port; it may not hold
+// spaces or control characters, a query ("?") or a fragment ("#"), since the API path is appended to it.
+std::optional<std::string> baseUrlProblem(std::string_view baseUrl);
 
 // The request builder both dialects share: POST, a 60-second idle time-out, "Content-Type:
 // application/json", then the provider's headers, then the JSON body. Fails only when the body cannot

@@ -55,4 +55,24 @@ inline bool readString(const Json& object, const char* key, std::optional<std::s
     return true;
 }
 
+// The message of an "error" member as both providers send one inside a stream or a body: an object's
+// "message", or the member itself when it is a string. Nothing when there is no such message.
+inline std::optional<std::string> errorMessage(const Json& payload)
+{
+    const Json* error = payload.is_object() ? member(payload, "error") : nullptr;
+    if (error != nullptr && error->is_object()) {
+        error = member(*error, "message");
+    }
+    return error != nullptr && error->is_string() ? std::optional(error->get<std::string>()) : std::nullopt;
+}
+
+// The error a stream payload reports: its message, or "Unknown error" for an "error" member without one.
+inline std::optional<std::string> streamError(const Json& payload)
+{
+    if (member(payload, "error") == nullptr) {
+        return std::nullopt;
+    }
+    return errorMessage(payload).value_or("Unknown error");
+}
+
 } // namespace vesk::JsonFields

@@ -26,29 +26,54 @@ Expected<HttpRequest, std::string> OpenAIDialect::makeRequest(std::string_view s
     return makeJsonRequest(m_endpoint, {{"Authorization", "Bearer " + std::string(apiKey)}}, body);
 }
 
-// A chunk decodes as a whole or not at all: a usage object needs both counts, and every choice needs a
-// delta object, else the chunk (with any text in it) gives an empty event.
+namespace {
+
+std::optional<StopReason> stopReason(const std::string& finishReason)
+{
+    if (finishReason == "stop") {
+        return StopReason::finished;
+    }
+    if (finishReason == "length") {
+        return StopReason::tooLong;
+    }
+    return StopReason::other;
+}
+
+} // namespace
+
+// A chunk decodes as a whole or not at all: a usage object needs both counts, and a choice's delta must be
+// an object with text, else the chunk is undecodable. A choice without a delta (some servers' finish
+// chunk) carries no text.
 ProviderEvent OpenAIDialect::parseEvent(std::string_view payload) const
 {
     const Json chunk = Json::parse(payload, nullptr, /*allow_exceptions=*/false);
     if (!chunk.is_object()) {
-        return {};
+        return ProviderEvent::undecodablePayload();
     }
 
     ProviderEvent result;
+    result.error = JsonFields::streamError(chunk);
     if (const Json* choices = JsonFields::member(chunk, "choices")) {
         if (!choices->is_array()) {
-            return {};
+            return ProviderEvent::undecodablePayload();
         }
         for (const Json& choice : *choices) {
-            const Json* delta = choice.is_object() ? JsonFields::member(choice, "delta") : nullptr;
+            if (!choice.is_object()) {
+                return ProviderEvent::undecodablePayload();
+            }
+            const Json* delta = JsonFields::member(choice, "delta");
             std::optional<std::string> content;
-            if (delta == nullptr || !delta->is_object() || !JsonFields::readString(*delta, "content", content)) {
-                return {};
+            std::optional<std::string> finishReason;
+            if ((delta != nullptr && (!delta->is_object() || !JsonFields::readString(*delta, "content", content))) ||
+                !JsonFields::readString(choice, "finish_reason", finishReason)) {
+                return ProviderEvent::undecodablePayload();
             }
             // Only the first choice is shown; the request asks for one.
             if (&choice == &choices->front()) {
                 result.delta = std::move(content);
+                if (finishReason) {
+                    result.stopReason = stopReason(*finishReason);
+                }
             }
         }
     }
@@ -56,7 +81,7 @@ ProviderEvent OpenAIDialect::parseEvent(std::string_view payload) const
         if (!usage->is_object() || !JsonFields::readInteger(*usage, "prompt_tokens", result.promptTokens) ||
             !JsonFields::readInteger(*usage, "completion_tokens", result.completionTokens) || !result.promptTokens ||
             !result.completionTokens) {
-            return {};
+            return ProviderEvent::undecodablePayload();
         }
     }
     return result;

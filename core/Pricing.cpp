@@ -1,5 +1,6 @@
 #include "core/Pricing.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -36,8 +37,11 @@ double estimatedCost(std::string_view model, const std::optional<TokenUsage>& us
     if (!usage || !price) {
         return 0;
     }
-    return static_cast<double>(usage->promptTokens) / 1'000'000.0 * price->input +
-           static_cast<double>(usage->completionTokens) / 1'000'000.0 * price->output;
+    // A negative count is no usage; any count up to INT64_MAX gives a finite cost.
+    const auto millions = [](std::int64_t tokens) {
+        return static_cast<double>(std::max<std::int64_t>(tokens, 0)) / 1e6;
+    };
+    return millions(usage->promptTokens) * price->input + millions(usage->completionTokens) * price->output;
 }
 
 } // namespace vesk::Pricing

@@ -29,12 +29,15 @@ public:
 
     // Blocks on the calling thread. Every event goes to `onEvent` as it is parsed. Returns nothing when
     // the stream ended normally (after `done`) or was stopped (no further events then), else the error.
+    // A reply counts as finished only when the provider said so; one that stops short, reports an error
+    // or has a payload that cannot be read is an error, whatever text came before.
     std::optional<ProviderError> stream(std::string_view systemPrompt, std::string_view text, std::string_view model,
                                         std::string_view apiKey, const std::function<void(CorrectionEvent)>& onEvent,
                                         std::stop_token stop = {}) const;
 
-    // The message shown for an error body: the envelope's "error"."message", else the trimmed body, with
-    // every occurrence of a non-empty key replaced by "[redacted]".
+    // The message shown for an error body: the envelope's "error"."message" (or "error" as a string), else
+    // the trimmed body, with every occurrence of a non-empty key replaced by "[redacted]", cut at
+    // limits::errorMessageCharacters with an ellipsis.
     static std::string errorMessage(std::string_view body, std::string_view apiKey);
 
 private:

@@ -26,6 +26,28 @@ ProviderFailure ProviderFailure::from(const ProviderError& error, ProviderID pro
     case Kind::invalidCorrectionOutput:
     case Kind::invalidResponse:
         return {name + " sent an unexpected reply", "Try again.", error.description()};
+    case Kind::cutOff:
+        return {name + "'s reply was cut off", "The reply stopped before it was finished. Try again.", std::nullopt};
+    case Kind::streamError:
+        return {name + " reported an error", "Try again in a moment.", error.text()};
+    case Kind::replyTooLong:
+        return {name + "'s reply was too long", "The model stopped at its length limit. Try a shorter selection.",
+                std::nullopt};
+    case Kind::replyTooLarge:
+        return {name + "'s reply was too long", "Vesk stopped reading it at 1 MB. Try a shorter selection.",
+                std::nullopt};
+    case Kind::selectionTooLong:
+        return {"The text is too long", "Vesk corrects up to 100,000 characters at a time. Select less and try again.",
+                std::nullopt};
+    case Kind::redirect:
+        return {name + " redirected the request", "Check the address in Settings: Vesk doesn't follow redirects.",
+                error.description(), true};
+    case Kind::certificate:
+        return {name + "'s certificate wasn't trusted",
+                "The connection isn't secure, so nothing was sent. Check the address and your network.", error.text()};
+    case Kind::deadlineExceeded:
+        return {name + " took too long", "The reply didn't finish within 5 minutes. Try a shorter selection.",
+                std::nullopt};
     }
     return {"Couldn't correct", error.description(), std::nullopt};
 }

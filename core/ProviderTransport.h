@@ -30,7 +30,8 @@ public:
 
     // Blocks until the body has been read, the handler stopped reading, `stop` was requested, or the
     // transfer failed. Returns nothing in the first three cases; otherwise `transport` with a readable
-    // description, `timeout` after the request's idle time-out, or `invalidResponse` when the peer does
+    // description, `timeout` after the request's idle time-out, `deadlineExceeded` after its deadline,
+    // or `invalidResponse` when the peer does
     // not answer with HTTP. A stop request ends the transfer promptly and never calls the handler again.
     virtual std::optional<ProviderError> send(const HttpRequest& request, ResponseHandler& handler,
                                               std::stop_token stop) = 0;

@@ -15,7 +15,9 @@ packages=(
     googletest libgtest-dev libgmock-dev libbenchmark-dev
     dbus gnome-keyring libsecret-tools
     xvfb openbox xdotool mousepad xfce4-terminal trayer xclip imagemagick x11-utils fonts-dejavu-core
-    desktop-file-utils appstream dpkg-dev file
+    desktop-file-utils appstream dpkg-dev file openssl
+    # Fuzzing: clang with libFuzzer and the sanitizer runtimes.
+    clang libclang-rt-14-dev
     # The Wayland back end and its headless sway and KWin end-to-end tests (the portals' KDE back end is Qt 5).
     libwayland-dev libwayland-bin libxkbcommon-dev qt6-wayland sway wl-clipboard
     kwin-wayland xdg-desktop-portal xdg-desktop-portal-kde qtwayland5 libkf5globalaccel-bin

@@ -255,5 +255,31 @@ TEST(CorrectionDiffPlan, RebuildsBothTextsForRandomTexts)
     }
 }
 
+// Past the comparison budget (about 63,000 tokens a side) a change is shown by the line, and with no lines
+// to go by, as the whole text.
+TEST(CorrectionDiffPlan, LongTextsFallBackToCoarserChanges)
+{
+    std::string line;
+    for (int word = 0; word < 350; ++word) {
+        line += "word ";
+    }
+    std::string original;
+    for (int k = 0; k < 100; ++k) {
+        original += line + "\n";
+    }
+    std::string corrected = original;
+    corrected.replace(original.size() / 2, 4, "WORD");
+
+    const CorrectionDiffPlan byLine = CorrectionDiff::plan(original, corrected);
+    expectConsistent(byLine);
+    ASSERT_EQ(byLine.changeCount(), 1);
+    EXPECT_EQ(byLine.changes[0].original, line + "\n");
+
+    std::erase(original, '\n');
+    std::erase(corrected, '\n');
+    const CorrectionDiffPlan whole = CorrectionDiff::plan(original, corrected);
+    EXPECT_EQ(whole.changes, (std::vector<CorrectionDiffChange>{{0, original, corrected}}));
+}
+
 } // namespace
 } // namespace vesk

@@ -1,6 +1,10 @@
 #include "core/CorrectionRecord.h"
 
+#include "core/Pricing.h"
+
+#include <cmath>
 #include <gtest/gtest.h>
+#include <limits>
 
 namespace vesk {
 namespace {
@@ -27,6 +31,13 @@ TEST(CorrectionRecord, FromAnAcceptedCorrection)
     const CorrectionRecord unpriced = CorrectionRecord::from(accepted("llama3.1", TokenUsage{40, 9}), now);
     EXPECT_EQ(unpriced.estimatedCost, 0.0);
     EXPECT_EQ(unpriced.promptTokens + unpriced.completionTokens, 49);
+
+    // A provider may report counts up to INT64_MAX: totals and costs stay finite.
+    const auto most = std::numeric_limits<std::int64_t>::max();
+    const CorrectionRecord huge = CorrectionRecord::from(accepted("claude-opus-4-8", TokenUsage{most, most}), now);
+    EXPECT_EQ(huge.totalTokens(), most);
+    EXPECT_TRUE(std::isfinite(huge.estimatedCost));
+    EXPECT_EQ(Pricing::estimatedCost("claude-opus-4-8", TokenUsage{-5, 0}), 0.0);
 
     const CorrectionRecord noUsage = CorrectionRecord::from(accepted("claude-haiku-4-5-20251001", std::nullopt), now);
     EXPECT_EQ(noUsage.promptTokens, 0);

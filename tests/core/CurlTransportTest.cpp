@@ -4,13 +4,17 @@
 #include "support/ScriptedProviderServer.h"
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <mutex>
+#include <spawn.h>
 #include <string>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace vesk {
@@ -376,6 +380,42 @@ TEST_F(CurlTransportTest, ReportsARefusedConnectionWithoutTheKey)
     EXPECT_THAT(error->text(), HasSubstr("onnect"));
     EXPECT_THAT(error->description(), Not(HasSubstr(secretKey)));
     EXPECT_FALSE(recorder.heads() > 0);
+}
+
+// A TLS server whose certificate no authority vouches for: not a network fault but a named one, and nothing
+// of the request is sent.
+TEST_F(CurlTransportTest, ReportsAnUntrustedCertificate)
+{
+    const std::string dir = ::testing::TempDir() + "vesk-tls-" + std::to_string(::getpid());
+    const std::string make = "mkdir -p " + dir + " && openssl req -x509 -newkey rsa:2048 -nodes -days 1 -subj " +
+                             "/CN=127.0.0.1 -keyout " + dir + "/key.pem -out " + dir + "/cert.pem 2>/dev/null";
+    ASSERT_EQ(std::system(make.c_str()), 0) << "openssl is needed";
+    int port = 0;
+    {
+        ScriptedProviderServer free;
+        port = free.port();
+    }
+    const std::string accept = "127.0.0.1:" + std::to_string(port);
+    const std::string cert = dir + "/cert.pem";
+    const std::string key = dir + "/key.pem";
+    const char* argv[] = {"openssl", "s_server",   "-quiet", "-www",      "-accept", accept.c_str(),
+                          "-cert",   cert.c_str(), "-key",   key.c_str(), nullptr};
+    pid_t server = 0;
+    ASSERT_EQ(::posix_spawnp(&server, "openssl", nullptr, nullptr, const_cast<char* const*>(argv), environ), 0);
+    HttpRequest tls = request();
+    tls.url = "https://" + accept + "/v1/chat/completions";
+    std::optional<ProviderError> error;
+    Recorder recorder;
+    ASSERT_TRUE(eventually([&] {
+        error = send(tls, recorder);
+        return error && error->kind() != ProviderError::Kind::transport; // refused until the server listens
+    }));
+    ::kill(server, SIGTERM);
+    ::waitpid(server, nullptr, 0);
+
+    EXPECT_EQ(error->kind(), ProviderError::Kind::certificate) << error->description();
+    EXPECT_THAT(error->description(), Not(HasSubstr(secretKey)));
+    EXPECT_EQ(recorder.heads(), 0);
 }
 
 TEST_F(CurlTransportTest, RejectsWhatCannotBeSent)

@@ -41,10 +41,15 @@ TEST(HistoryStats, TotalsCountEveryEntryWhateverItsDate)
     EXPECT_EQ(HistoryStats::compute(entries, someNow, pinned("Europe/Berlin")), (HistoryStats{7, 2, 8, 1}));
 }
 
-TEST(HistoryStatsDeathTest, OverflowIsFatal)
+// A damaged history can hold any counts.
+TEST(HistoryStats, SumsStopAtTheLimits)
 {
-    const std::vector<Entry> entries{{someNow, INT_MAX, ""}, {someNow, 1, ""}};
-    EXPECT_DEATH(HistoryStats::compute(entries, someNow, pinned("UTC")), "mistakes fixed overflows");
+    const std::vector<Entry> up{{someNow, INT_MAX, ""}, {someNow, 1, ""}};
+    EXPECT_EQ(HistoryStats::compute(up, someNow, pinned("UTC")), (HistoryStats{INT_MAX, INT_MAX, 0, 1}));
+    const std::vector<Entry> down{{someNow, INT_MIN, ""}, {someNow, -1, ""}};
+    EXPECT_EQ(HistoryStats::compute(down, someNow, pinned("UTC")), (HistoryStats{INT_MIN, INT_MIN, 0, 1}));
+    const std::vector<int> words{INT_MAX, 5};
+    EXPECT_EQ(HistoryStats::compute(up, someNow, pinned("UTC"), words).wordsPolished, INT_MAX);
 }
 
 struct WeekRow

@@ -1,5 +1,6 @@
 #include "core/ProviderFailure.h"
 
+#include "core/Json.h"
 #include "support/ParamName.h"
 
 #include <gtest/gtest.h>
@@ -76,6 +77,52 @@ INSTANTIATE_TEST_SUITE_P(
                     {"OpenAI sent an unexpected reply", "Try again.",
                      "The provider returned an invalid correction: empty response"}},
         FailureCase{
+            "CutOff",
+            ProviderError::cutOff(),
+            ProviderID::openai,
+            {"OpenAI's reply was cut off", "The reply stopped before it was finished. Try again.", std::nullopt}},
+        FailureCase{"ErrorInTheStream",
+                    ProviderError::streamError("Overloaded"),
+                    ProviderID::anthropic,
+                    {"Anthropic reported an error", "Try again in a moment.", "Overloaded"}},
+        FailureCase{"ReplyTooLong",
+                    ProviderError::replyTooLong(),
+                    ProviderID::anthropic,
+                    {"Anthropic's reply was too long",
+                     "The model stopped at its length limit. Try a shorter selection.", std::nullopt}},
+        FailureCase{
+            "ReplyOverTheCap",
+            ProviderError::replyTooLarge(),
+            ProviderID::openai,
+            {"OpenAI's reply was too long", "Vesk stopped reading it at 1 MB. Try a shorter selection.", std::nullopt}},
+        FailureCase{"SelectionOverTheCap",
+                    ProviderError::selectionTooLong(),
+                    ProviderID::openai,
+                    {"The text is too long",
+                     "Vesk corrects up to 100,000 characters at a time. Select less and try again.", std::nullopt}},
+        FailureCase{"PastTheDeadline",
+                    ProviderError::deadlineExceeded(),
+                    ProviderID::anthropic,
+                    {"Anthropic took too long", "The reply didn't finish within 5 minutes. Try a shorter selection.",
+                     std::nullopt}},
+        FailureCase{"Redirect",
+                    ProviderError::redirect(308, "https://api.example.com/v1/messages"),
+                    ProviderID::anthropic,
+                    {"Anthropic redirected the request",
+                     "Check the address in Settings: Vesk doesn't follow redirects.",
+                     "Redirected (308) to https://api.example.com/v1/messages"}},
+        FailureCase{"UntrustedCertificate",
+                    ProviderError::certificate("SSL peer certificate or SSH remote key was not OK"),
+                    ProviderID::openai,
+                    {"OpenAI's certificate wasn't trusted",
+                     "The connection isn't secure, so nothing was sent. Check the address and your network.",
+                     "SSL peer certificate or SSH remote key was not OK"}},
+        FailureCase{"UnreadablePayload",
+                    ProviderError::invalidResponse("a part of the reply could not be read"),
+                    ProviderID::openai,
+                    {"OpenAI sent an unexpected reply", "Try again.",
+                     "The provider returned an unexpected response: a part of the reply could not be read"}},
+        FailureCase{
             "InvalidResponse",
             ProviderError::invalidResponse(),
             ProviderID::anthropic,
@@ -99,12 +146,13 @@ TEST(ProviderError, DescriptionsAreExact)
     EXPECT_STREQ(ProviderError::invalidResponse().what(), "The provider returned an unexpected response.");
 }
 
-TEST(ProviderError, EqualityComparesCaseAndPayload)
+// A gateway's error body need not be UTF-8; written out as JSON it must not throw.
+TEST(ProviderFailure, DetailWithInvalidUtf8DumpsAsJson)
 {
-    EXPECT_EQ(ProviderError::http(500, "a"), ProviderError::http(500, "a"));
-    EXPECT_NE(ProviderError::http(500, "a"), ProviderError::http(502, "a"));
-    EXPECT_NE(ProviderError::transport("x"), ProviderError::invalidCorrectionOutput("x"));
-    EXPECT_NE(ProviderError::missingAPIKey(ProviderID::openai), ProviderError::missingAPIKey(ProviderID::anthropic));
+    const ProviderFailure failure =
+        ProviderFailure::from(ProviderError::http(502, "bad \xFF\xC3 gateway"), ProviderID::openai);
+    EXPECT_THROW(static_cast<void>(Json(*failure.detail).dump()), Json::type_error);
+    EXPECT_EQ(dumpReplacingInvalidUtf8(Json(*failure.detail)), "\"HTTP 502 bad \uFFFD\uFFFD gateway\"");
 }
 
 } // namespace
