@@ -59,8 +59,8 @@ mutant anthropic-max-tokens-halving core/AnthropicDialect.cpp "$dialect_tests" \
     'return static_cast<std::int64_t>(textBytes / 2);' \
     'return static_cast<std::int64_t>(textBytes);'
 mutant anthropic-bad-delta-accepted core/AnthropicDialect.cpp "$dialect_tests" \
-    'if (!delta->is_object() || !JsonFields::readString(*delta, "text", result.delta)) {' \
-    'if (!delta->is_object()) {'
+    'if (!delta->is_object() || !JsonFields::readString(*delta, "text", result.delta) ||' \
+    'if (!delta->is_object() || (JsonFields::readString(*delta, "text", result.delta), false) ||'
 mutant client-payload-last-byte-cut core/ProviderClient.cpp "$client_tests" \
     'text.find_last_not_of(" \t") - first + 1);' \
     'text.find_last_not_of(" \t") - first);'
