@@ -1,11 +1,10 @@
 // Holds the clipboard the way a desktop program does after a copy, offering several formats at once
 // (which xclip cannot), so the end-to-end tests know exactly what the user had on the clipboard.
 //
-//   vesk_clipboard_owner [--text TEXT] [--html HTML] [--png FILE]
+//   vesk_clipboard_owner [--text TEXT] [--html HTML]
 //
 // Serves the clipboard until terminated.
 #include <QClipboard>
-#include <QFile>
 #include <QGuiApplication>
 #include <QMimeData>
 #include <cstdio>
@@ -22,14 +21,6 @@ int main(int argc, char** argv)
             data->setText(value);
         } else if (option == QLatin1String("--html")) {
             data->setHtml(value);
-        } else if (option == QLatin1String("--png")) {
-            QFile file(value);
-            if (!file.open(QIODevice::ReadOnly)) {
-                std::fprintf(stderr, "can't read %s\n", qPrintable(value));
-                return 2;
-            }
-            // The file's own bytes, as an image editor offers them; no re-encoding.
-            data->setData(QStringLiteral("image/png"), file.readAll());
         } else {
             std::fprintf(stderr, "unknown option %s\n", qPrintable(option));
             return 2;

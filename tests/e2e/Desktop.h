@@ -1,15 +1,12 @@
 #pragma once
 
-// The throwaway X11 desktop that with-desktop.sh starts, as the end-to-end tests and the flow benchmark
-// drive it: keys through XTest (xdotool without --window, which would use XSendEvent), windows by their
-// owner's pid, the clipboard through xclip, and screenshots of the whole screen.
+// The throwaway X11 desktop of with-desktop.sh as the end-to-end tests and the flow benchmark drive it: keys
+// through XTest (xdotool without --window, which would use XSendEvent), windows by their owner's pid, the
+// clipboard through xclip, screenshots of the whole screen.
 
 #include "support/Process.h"
 
-#include <chrono>
 #include <filesystem>
-#include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,32 +14,8 @@
 namespace vesk::e2e {
 
 using namespace std::chrono_literals;
-
-// Polls `condition` every `interval` until it holds (true) or `timeout` has passed (false).
-bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout,
-               std::chrono::milliseconds interval = 25ms);
-
-// A program left running while the test goes on (found on PATH), its output appended to `logFile`. Stopped
-// (SIGTERM, then SIGKILL) when destroyed.
-class BackgroundProcess
-{
-public:
-    BackgroundProcess(const std::string& program, const std::vector<std::string>& args, const std::string& logFile,
-                      const std::map<std::string, std::string>& setEnvironment = {});
-    ~BackgroundProcess();
-    BackgroundProcess(const BackgroundProcess&) = delete;
-    BackgroundProcess& operator=(const BackgroundProcess&) = delete;
-
-    [[nodiscard]] int pid() const { return m_pid; }
-    // Whether it still runs; reaps it once it has ended.
-    bool isRunning();
-    // Ends it; its exit status, or -1 when a signal ended it.
-    int stop();
-
-private:
-    int m_pid = -1;
-    int m_status = -1;
-};
+using test::BackgroundProcess;
+using test::waitUntil;
 
 struct WindowInfo
 {
@@ -53,11 +26,6 @@ struct WindowInfo
     int y = 0;
     int width = 0;
     int height = 0;
-
-    [[nodiscard]] bool sameGeometry(const WindowInfo& other) const
-    {
-        return x == other.x && y == other.y && width == other.width && height == other.height;
-    }
 };
 
 // Runs a program found on PATH; the tools are small and quick, so the time-out is short.
@@ -77,19 +45,14 @@ void keyUp(const std::string& keys);
 [[nodiscard]] std::optional<WindowInfo> homeWindow(int veskPid);
 // Waits until the panel is shown and has kept its place and size for a moment (its content fits the phase).
 bool waitForSettledPanel(int veskPid, std::chrono::milliseconds timeout = 5s);
-// Every mapped top-level window, for failure reports.
+// Every mapped, named window and the clipboard's targets, for failure reports.
 [[nodiscard]] std::string describeScreen();
 
-// The clipboard's contents in `target` (read from whoever owns it now), and the targets it offers.
 [[nodiscard]] std::string clipboard(const std::string& target = "UTF8_STRING");
 [[nodiscard]] std::vector<std::string> clipboardTargets();
 
 // Saves the whole screen as `<artifacts>/<name>.png` and returns the path.
 std::filesystem::path screenshot(const std::string& name);
-[[nodiscard]] std::filesystem::path artifactsDirectory();
-
-// The PNG's pixels as raw RGBA (for comparing images that may have been re-encoded); empty on failure.
-[[nodiscard]] std::string pixelsOf(const std::string& png);
 
 [[nodiscard]] std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, const std::string& bytes);

@@ -3,45 +3,22 @@
 // shortcut, review panel and paste, and the next launch goes straight to the tray. Every page is
 // photographed for a look by eye.
 
-#include "e2e/Desktop.h"
-#include "e2e/VeskSession.h"
-#include "support/ScriptedProviderServer.h"
+#include "e2e/FlowTest.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <iostream>
+#include <thread>
 
 namespace vesk::e2e {
 namespace {
 
-using test::RecordedRequest;
-using test::ScriptedResponse;
-namespace streams = test::streams;
-
-const std::string practiceSentence = "Their going too the libary tomorow, and they wants to borrow some book.";
 const std::string practiceFixed = "They're going to the library tomorrow, and they want to borrow some books.";
 
-class FirstLaunchTest : public ::testing::Test
+class FirstLaunchTest : public FlowTest
 {
 protected:
-    void TearDown() override
-    {
-        if (HasFailure()) {
-            std::cerr << describeScreen() << "screenshot: " << screenshot("failed-first-launch").string()
-                      << "\n--- vesk log ---\n"
-                      << m_vesk.log() << "--- end of vesk log ---\n";
-        }
-    }
-
     [[nodiscard]] bool guideShown() const
     {
         const auto windows = visibleWindows(m_vesk.pid());
         return std::any_of(windows.begin(), windows.end(), [](const auto& w) { return w.name == "Welcome to Vesk"; });
-    }
-
-    [[nodiscard]] bool keySaved() const
-    {
-        return m_vesk.run({"key", "status"}).out.find("openai: key saved") != std::string::npos;
     }
 
     // Lets the page change and draw before it is photographed.
@@ -50,9 +27,6 @@ protected:
         std::this_thread::sleep_for(400ms);
         screenshot(name);
     }
-
-    test::ScriptedProviderServer m_server;
-    VeskSession m_vesk;
 };
 
 TEST_F(FirstLaunchTest, GuideVerifiesTheKeyPracticesAndIsNotShownAgain)
@@ -63,12 +37,12 @@ TEST_F(FirstLaunchTest, GuideVerifiesTheKeyPracticesAndIsNotShownAgain)
     ASSERT_EQ(m_vesk.run({"settings", "--provider", "openai", "--endpoint", m_server.url("")}).exitCode, 0);
     m_server.respondWith([](const RecordedRequest& request) {
         const bool probe = request.body.find("helo wrld") != std::string::npos;
-        return ScriptedResponse::events(
-            streams::openAI(streams::split(probe ? std::string("hello world") : practiceFixed, 5)));
+        return reply(probe ? std::string("hello world") : practiceFixed);
     });
-    ASSERT_TRUE(m_vesk.start()) << m_vesk.log();
+    const auto guideActive = [] { return activeWindowName() == "Welcome to Vesk"; };
+    ASSERT_TRUE(m_vesk.start());
     ASSERT_TRUE(waitUntil([&] { return guideShown(); }, 10s)) << "the guide did not open";
-    ASSERT_TRUE(waitUntil([] { return activeWindowName() == "Welcome to Vesk"; }, 5s));
+    ASSERT_TRUE(waitUntil(guideActive, 5s));
     shoot("onboarding-1-provider"); // also lets the new window settle before typing
 
     // The key field has the keyboard; Return checks the key, and once it is saved Return moves on.
@@ -76,7 +50,8 @@ TEST_F(FirstLaunchTest, GuideVerifiesTheKeyPracticesAndIsNotShownAgain)
     pressKeys("Return");
     ASSERT_TRUE(m_server.waitForRequests(1, 5s)) << "the key was not checked";
     EXPECT_NE(m_server.requests()[0].body.find("helo wrld"), std::string::npos);
-    ASSERT_TRUE(waitUntil([&] { return keySaved(); }, 10s, 200ms)) << "the checked key was not saved";
+    const auto keySaved = [&] { return m_vesk.run({"key", "status"}).out.find("key saved") != std::string::npos; };
+    ASSERT_TRUE(waitUntil(keySaved, 10s, 200ms)) << "the checked key was not saved";
     shoot("onboarding-1-connected");
     pressKeys("Return");
     shoot("onboarding-2-desktop");
@@ -92,7 +67,7 @@ TEST_F(FirstLaunchTest, GuideVerifiesTheKeyPracticesAndIsNotShownAgain)
     screenshot("onboarding-3-review");
     pressKeys("Return");
     ASSERT_TRUE(waitUntil([&] { return !reviewPanel(m_vesk.pid()); }, 5s));
-    ASSERT_TRUE(waitUntil([] { return activeWindowName() == "Welcome to Vesk"; }, 5s));
+    ASSERT_TRUE(waitUntil(guideActive, 5s));
     shoot("onboarding-3-practiced");
 
     // Continue is only possible once the corrected sentence is back in the field.
@@ -103,7 +78,7 @@ TEST_F(FirstLaunchTest, GuideVerifiesTheKeyPracticesAndIsNotShownAgain)
     EXPECT_NE(m_vesk.run({"settings"}).out.find("\"hasOnboarded\": true"), std::string::npos);
 
     m_vesk.stop();
-    ASSERT_TRUE(m_vesk.start()) << m_vesk.log();
+    ASSERT_TRUE(m_vesk.start());
     EXPECT_FALSE(waitUntil([&] { return guideShown(); }, 2s)) << "the guide opened again";
     EXPECT_EQ(m_server.requests().size(), 2U);
 }

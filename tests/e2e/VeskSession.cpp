@@ -1,5 +1,6 @@
 #include "e2e/VeskSession.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <sys/stat.h>
 #include <thread>
@@ -7,12 +8,6 @@
 namespace vesk::e2e {
 
 namespace fs = std::filesystem;
-
-namespace {
-
-constexpr const char* openAIKey = "sk-e2e-0123456789abcdef";
-
-} // namespace
 
 VeskSession::VeskSession()
 {
@@ -37,73 +32,67 @@ VeskSession::~VeskSession()
     fs::remove_all(m_directory, ignored);
 }
 
-std::map<std::string, std::string> VeskSession::environment() const
-{
-    return {{"XDG_CONFIG_HOME", (m_directory / "config").string()},
-            {"XDG_DATA_HOME", (m_directory / "data").string()},
-            {"XDG_CACHE_HOME", (m_directory / "cache").string()},
-            {"XDG_RUNTIME_DIR", (m_directory / "run").string()},
-            {"QT_LOGGING_RULES", "vesk.*=true"}};
-}
-
 std::string VeskSession::configure(const std::string& endpoint)
 {
-    if (m_directory.empty()) {
-        return "no temporary directory";
-    }
     const test::ProcessResult settings = run({"settings", "--endpoint", endpoint, "--setup-done", "on"});
     if (settings.exitCode != 0) {
         return "vesk settings: " + settings.err;
     }
-    const test::ProcessResult key = run({"key", "set", "openai"}, std::string(openAIKey) + "\n");
+    const test::ProcessResult key = run({"key", "set", "openai"}, "sk-e2e-0123456789abcdef\n");
     return key.exitCode == 0 ? std::string() : "vesk key set: " + key.err;
 }
+
+namespace {
+
+std::map<std::string, std::string> environmentFor(const fs::path& directory)
+{
+    return {{"XDG_CONFIG_HOME", (directory / "config").string()},
+            {"XDG_DATA_HOME", (directory / "data").string()},
+            {"XDG_CACHE_HOME", (directory / "cache").string()},
+            {"XDG_RUNTIME_DIR", (directory / "run").string()},
+            {"QT_LOGGING_RULES", "vesk.*=true"},
+            {"QT_MESSAGE_PATTERN", "%{time process} %{category}: %{message}"}};
+}
+
+} // namespace
 
 test::ProcessResult VeskSession::run(const std::vector<std::string>& args, const std::string& input) const
 {
     test::ProcessOptions options;
     options.input = input;
-    options.setEnvironment = environment();
+    options.setEnvironment = environmentFor(m_directory);
     options.unsetEnvironment = {"http_proxy", "HTTP_PROXY"};
     options.timeout = 15s;
     return test::runProcess(VESK_BINARY, args, options);
 }
 
-bool VeskSession::start()
+bool VeskSession::start(const std::vector<std::string>& alsoLogged)
 {
     m_vesk = std::make_unique<BackgroundProcess>(VESK_BINARY, std::vector<std::string>{},
-                                                 (m_directory / "vesk.log").string(), environment());
-    if (m_vesk->pid() <= 0) {
-        return false;
-    }
-    // Vesk grabs its shortcut before it listens for other launches and makes its first window.
-    return waitUntil(
-        [&] {
-            bool listening = false;
-            for (const auto& entry : fs::directory_iterator(m_directory / "run")) {
-                listening = listening || entry.is_socket();
-            }
-            return listening && !runTool("xdotool", {"search", "--pid", std::to_string(pid())}).out.empty();
-        },
-        10s, 50ms);
+                                                 (m_directory / "vesk.log").string(), environmentFor(m_directory));
+    std::vector<std::string> lines{"Ready"};
+    lines.insert(lines.end(), alsoLogged.begin(), alsoLogged.end());
+    const bool x11 = std::getenv("WAYLAND_DISPLAY") == nullptr;
+    const auto ready = [&] {
+        const std::string text = log();
+        const auto logged = [&](const std::string& line) { return text.find(line) != std::string::npos; };
+        return std::all_of(lines.begin(), lines.end(), logged) &&
+               (!x11 || !runTool("xdotool", {"search", "--pid", std::to_string(pid())}).out.empty());
+    };
+    return m_vesk->pid() > 0 && waitUntil(ready, 10s, 50ms);
 }
 
-void VeskSession::stop()
-{
-    m_vesk.reset();
-}
-
-bool VeskSession::openEditor(const std::string& text)
+bool VeskSession::openEditor(const std::string& text, const std::string& program, const std::function<bool()>& focused)
 {
     m_document = m_directory / "notes.txt";
     writeFile(m_document, text);
-    m_editor = std::make_unique<BackgroundProcess>("mousepad", std::vector<std::string>{m_document.string()},
-                                                   (m_directory / "mousepad.log").string());
-    if (!waitUntil([&] { return isEditorActive(); }, 10s)) {
+    m_editor = std::make_unique<BackgroundProcess>(program, std::vector<std::string>{m_document.string()},
+                                                   (m_directory / "editor.log").string());
+    const std::function<bool()> mousepadActive = [this] { return isEditorActive(); };
+    if (!waitUntil(focused ? focused : mousepadActive, 15s)) {
         return false;
     }
-    // A window that has just become active may still be setting up its input; nobody types into a
-    // window in the same instant it appears.
+    // Nobody types into a window in the instant it appears: it may still be setting up its input.
     std::this_thread::sleep_for(300ms);
     return true;
 }
@@ -118,19 +107,21 @@ bool VeskSession::isEditorModified()
     return activeWindowName().starts_with("*");
 }
 
-std::string VeskSession::saveUntil(const std::string& expected, std::chrono::milliseconds timeout) const
+std::string VeskSession::saveUntil(const std::string& expected, std::chrono::milliseconds timeout,
+                                   const std::function<void()>& save) const
 {
     std::string content;
     waitUntil(
         [&] {
             content = readFile(m_document);
-            if (content == expected) {
-                return true;
+            if (content != expected) {
+                if (save) {
+                    save();
+                } else if (isEditorActive()) {
+                    pressKeys("ctrl+s");
+                }
             }
-            if (isEditorActive()) {
-                pressKeys("ctrl+s");
-            }
-            return false;
+            return content == expected;
         },
         timeout, 150ms);
     return content;

@@ -29,19 +29,20 @@ bool onSway()
     return std::getenv("SWAYSOCK") != nullptr;
 }
 
-std::vector<nlohmann::json> swayWindows()
+std::vector<nlohmann::json> windowsOf(const std::string& appId)
 {
     const auto tree = nlohmann::json::parse(runTool("swaymsg", {"-t", "get_tree", "--raw"}).out, nullptr, false);
     std::vector<nlohmann::json> windows;
     if (!tree.is_discarded()) {
         collectWindows(tree, windows);
     }
+    std::erase_if(windows, [&](const auto& w) { return !appId.empty() && w.value("app_id", "") != appId; });
     return windows;
 }
 
 std::string focusedAppId()
 {
-    for (const auto& window : swayWindows()) {
+    for (const auto& window : windowsOf()) {
         if (window.value("focused", false)) {
             return window.value("app_id", "");
         }
@@ -49,17 +50,10 @@ std::string focusedAppId()
     return {};
 }
 
-std::vector<nlohmann::json> windowsOf(const std::string& appId)
-{
-    std::vector<nlohmann::json> windows = swayWindows();
-    std::erase_if(windows, [&](const auto& w) { return w.value("app_id", "") != appId; });
-    return windows;
-}
-
 std::string describeWindows()
 {
     std::string out = "windows:\n";
-    for (const auto& window : swayWindows()) {
+    for (const auto& window : windowsOf()) {
         out += "  " + window.value("app_id", "") + " \"" + window.value("name", "") + "\"" +
                (window.value("focused", false) ? " (focused)" : "") + "\n";
     }
@@ -106,9 +100,9 @@ std::string Keyboard::press(const std::vector<std::string>& strokes)
     return written && reply == "ok\n" ? std::string() : "keys not pressed: " + reply;
 }
 
-std::string clipboardAs(const std::string& type)
+std::string clipboardAs(const std::string& mimeType)
 {
-    return runTool("wl-paste", {"--no-newline", "--type", type}, {}, 3s).out;
+    return runTool("wl-paste", {"--no-newline", "--type", mimeType}, {}, 3s).out;
 }
 
 std::string bindFixInSway(const fs::path& dir)

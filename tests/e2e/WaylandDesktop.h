@@ -16,13 +16,11 @@ namespace vesk::e2e {
 
 // Whether the desktop is sway (else KWin, which lists no windows to other programs).
 [[nodiscard]] bool onSway();
-// sway's windows, tiled or floating, as its tree describes them; those of one app id; the focused one's.
-[[nodiscard]] std::vector<nlohmann::json> swayWindows();
-[[nodiscard]] std::vector<nlohmann::json> windowsOf(const std::string& appId);
+// sway's windows, tiled or floating, as its tree describes them (those of one app id); the focused one's.
+[[nodiscard]] std::vector<nlohmann::json> windowsOf(const std::string& appId = {});
 [[nodiscard]] std::string focusedAppId();
 [[nodiscard]] std::string describeWindows();
-// The clipboard's contents in a MIME type, read by wl-paste.
-[[nodiscard]] std::string clipboardAs(const std::string& type);
+[[nodiscard]] std::string clipboardAs(const std::string& mimeType);
 // Binds Alt+G in sway to `vesk fix` for the Vesk whose directories are under `directory`, as a user binds
 // it in sway's config; what failed, or empty.
 std::string bindFixInSway(const std::filesystem::path& directory);

@@ -1,8 +1,8 @@
 // The Wayland end-to-end tests' hands, built on Vesk's own protocol clients:
 //
-//   vesk_wayland_tool keys STROKE...          presses each stroke ("ctrl+a", "alt+g", "Return") in turn
-//   vesk_wayland_tool serve IN OUT            one keyboard for many presses: reads lines of strokes from the
-//                                             FIFO IN, presses them, answers "ok" or "failed" on the FIFO OUT
+//   vesk_wayland_tool serve IN OUT            one keyboard for many presses: reads lines of strokes ("ctrl+a
+//                                             alt+g") from the FIFO IN, presses each in turn, answers "ok" or
+//                                             "failed" on the FIFO OUT
 //   vesk_wayland_tool own [--text T] [--html H] [--png FILE]
 //                                             holds the clipboard with those formats until terminated
 //
@@ -33,7 +33,7 @@ std::optional<KeyCombination> parseStroke(const QString& stroke)
     return KeyCombination{combination.key(), combination.keyboardModifiers()};
 }
 
-// A keyboard ready for keys, or why not.
+// Whether the keyboard is ready for keys.
 bool waitForKeyboard(WaylandKeyboard& keyboard, const std::shared_ptr<WaylandConnection>& connection)
 {
     // Through the RemoteDesktop portal the keyboard is there once the desktop has granted the session.
@@ -64,12 +64,6 @@ bool press(WaylandKeyboard& keyboard, const std::shared_ptr<WaylandConnection>& 
         QThread::msleep(30);
     }
     return true;
-}
-
-int pressKeys(const std::shared_ptr<WaylandConnection>& connection, const QStringList& strokes)
-{
-    WaylandKeyboard keyboard(connection);
-    return waitForKeyboard(keyboard, connection) && press(keyboard, connection, strokes) ? 0 : 2;
 }
 
 // KWin loses modifiers when remote desktop sessions come and go between strokes, so the tests keep one.
@@ -141,16 +135,12 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "no Wayland compositor\n");
         return 2;
     }
-    if (args.value(0) == QLatin1String("keys")) {
-        return pressKeys(connection, args.mid(1));
-    }
     if (args.value(0) == QLatin1String("serve") && args.size() == 3) {
         return serveKeys(connection, args[1], args[2]);
     }
     if (args.value(0) == QLatin1String("own")) {
         return ownClipboard(connection, args.mid(1));
     }
-    std::fprintf(stderr,
-                 "usage: vesk_wayland_tool keys STROKE... | serve IN OUT | own [--text T] [--html H] [--png FILE]\n");
+    std::fprintf(stderr, "usage: vesk_wayland_tool serve IN OUT | own [--text T] [--html H] [--png FILE]\n");
     return 2;
 }

@@ -1,13 +1,13 @@
 #include "support/Process.h"
 
 #include <algorithm>
-#include <array>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
-#include <poll.h>
+#include <filesystem>
+#include <fstream>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 extern char** environ;
@@ -15,25 +15,6 @@ extern char** environ;
 namespace vesk::test {
 
 namespace {
-
-std::vector<std::string> environmentFor(const ProcessOptions& options)
-{
-    std::vector<std::string> result;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        const std::string variable(*entry);
-        const std::string name = variable.substr(0, variable.find('='));
-        const bool dropped = options.setEnvironment.contains(name) ||
-                             std::find(options.unsetEnvironment.begin(), options.unsetEnvironment.end(), name) !=
-                                 options.unsetEnvironment.end();
-        if (!dropped) {
-            result.push_back(variable);
-        }
-    }
-    for (const auto& [name, value] : options.setEnvironment) {
-        result.push_back(name + "=" + value);
-    }
-    return result;
-}
 
 std::vector<char*> pointers(std::vector<std::string>& strings)
 {
@@ -45,99 +26,122 @@ std::vector<char*> pointers(std::vector<std::string>& strings)
     return result;
 }
 
+// Starts `program` (looked up on PATH) with this process's environment changed by `set` and `unset`,
+// standard input read from the file `in`, and the outputs appended to the files `out` and `err` (both to
+// `out` when `err` is empty); its pid, or -1.
+pid_t spawn(const std::string& program, const std::vector<std::string>& args,
+            const std::map<std::string, std::string>& set, const std::vector<std::string>& unset, const std::string& in,
+            const std::string& out, const std::string& err = {})
+{
+    std::vector<std::string> envp;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const std::string variable(*entry);
+        const std::string name = variable.substr(0, variable.find('='));
+        if (!set.contains(name) && std::find(unset.begin(), unset.end(), name) == unset.end()) {
+            envp.push_back(variable);
+        }
+    }
+    for (const auto& [name, value] : set) {
+        envp.push_back(name + "=" + value);
+    }
+    std::vector<std::string> argv{program};
+    argv.insert(argv.end(), args.begin(), args.end());
+    auto argvPointers = pointers(argv);
+    auto envpPointers = pointers(envp);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, in.c_str(), O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    if (err.empty()) {
+        posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+    } else {
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    }
+    pid_t pid = -1;
+    const int spawned =
+        posix_spawnp(&pid, program.c_str(), &actions, nullptr, argvPointers.data(), envpPointers.data());
+    posix_spawn_file_actions_destroy(&actions);
+    return spawned == 0 ? pid : -1;
+}
+
+std::string readAll(const std::filesystem::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
 } // namespace
 
 ProcessResult runProcess(const std::string& program, const std::vector<std::string>& args,
                          const ProcessOptions& options)
 {
-    std::array<int, 2> in{};
-    std::array<int, 2> out{};
-    std::array<int, 2> err{};
-    if (pipe2(in.data(), O_CLOEXEC) != 0 || pipe2(out.data(), O_CLOEXEC) != 0 || pipe2(err.data(), O_CLOEXEC) != 0) {
-        return {-1, {}, "pipe failed"};
+    // Files rather than pipes: nothing to drain, and a daemon the program leaves behind cannot hold them.
+    char pattern[] = "/tmp/vesk-process.XXXXXX";
+    if (mkdtemp(pattern) == nullptr) {
+        return {-1, {}, "no temporary directory"};
     }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, in[0], STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
-
-    std::vector<std::string> argv{program};
-    argv.insert(argv.end(), args.begin(), args.end());
-    std::vector<std::string> envp = environmentFor(options);
-    auto argvPointers = pointers(argv);
-    auto envpPointers = pointers(envp);
-    pid_t pid = 0;
-    const int spawned = posix_spawn(&pid, program.c_str(), &actions, nullptr, argvPointers.data(), envpPointers.data());
-    posix_spawn_file_actions_destroy(&actions);
-    close(in[0]);
-    close(out[1]);
-    close(err[1]);
-    if (spawned != 0) {
-        close(in[1]);
-        close(out[0]);
-        close(err[0]);
-        return {-1, {}, std::string("spawn failed: ") + std::strerror(spawned)};
-    }
-
-    // Feed standard input and drain both outputs together, so neither side can block the other.
+    const std::filesystem::path dir(pattern);
+    std::ofstream(dir / "in", std::ios::binary) << options.input;
     ProcessResult result;
-    std::size_t written = 0;
-    int inFd = in[1];
-    fcntl(inFd, F_SETFL, O_NONBLOCK);
-    const auto deadline = std::chrono::steady_clock::now() + options.timeout;
-    bool outOpen = true;
-    bool errOpen = true;
-    std::signal(SIGPIPE, SIG_IGN);
-    while (outOpen || errOpen) {
-        if (inFd >= 0 && written == options.input.size()) {
-            close(inFd);
-            inFd = -1;
-        }
-        std::array<pollfd, 3> fds{{{out[0], outOpen ? POLLIN : short(0), 0},
-                                   {err[0], errOpen ? POLLIN : short(0), 0},
-                                   {inFd, inFd >= 0 ? POLLOUT : short(0), 0}}};
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-        if (left.count() <= 0) {
+    const pid_t pid =
+        spawn(program, args, options.setEnvironment, options.unsetEnvironment, dir / "in", dir / "out", dir / "err");
+    if (pid > 0) {
+        int status = 0;
+        if (!waitUntil([&] { return waitpid(pid, &status, WNOHANG) == pid; }, options.timeout, 1ms)) {
             kill(pid, SIGKILL);
-            break;
+            waitpid(pid, &status, 0);
         }
-        if (poll(fds.data(), fds.size(), static_cast<int>(left.count())) < 0) {
-            break;
-        }
-        std::array<char, 65536> buffer{};
-        const auto drain = [&](int index, bool& open, std::string& into) {
-            if ((fds[index].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
-                const ssize_t n = read(fds[index].fd, buffer.data(), buffer.size());
-                if (n <= 0) {
-                    open = false;
-                } else {
-                    into.append(buffer.data(), static_cast<std::size_t>(n));
-                }
-            }
-        };
-        drain(0, outOpen, result.out);
-        drain(1, errOpen, result.err);
-        if (inFd >= 0 && (fds[2].revents & (POLLOUT | POLLERR | POLLHUP)) != 0) {
-            const ssize_t n = write(inFd, options.input.data() + written, options.input.size() - written);
-            if (n < 0) {
-                close(inFd);
-                inFd = -1;
-            } else {
-                written += static_cast<std::size_t>(n);
-            }
-        }
+        result = {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readAll(dir / "out"), readAll(dir / "err")};
+    } else {
+        result.err = "can't start " + program;
     }
-    if (inFd >= 0) {
-        close(inFd);
-    }
-    close(out[0]);
-    close(err[0]);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    std::error_code ignored;
+    std::filesystem::remove_all(dir, ignored);
     return result;
+}
+
+bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout,
+               std::chrono::milliseconds interval)
+{
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(interval);
+    }
+    return true;
+}
+
+BackgroundProcess::BackgroundProcess(const std::string& program, const std::vector<std::string>& args,
+                                     const std::string& logFile,
+                                     const std::map<std::string, std::string>& setEnvironment)
+    : m_pid(spawn(program, args, setEnvironment, {}, "/dev/null", logFile))
+{
+}
+
+bool BackgroundProcess::isRunning()
+{
+    int status = 0;
+    if (m_pid > 0 && waitpid(m_pid, &status, WNOHANG) == m_pid) {
+        m_status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        m_pid = -1;
+    }
+    return m_pid > 0;
+}
+
+int BackgroundProcess::stop()
+{
+    if (isRunning()) {
+        kill(m_pid, SIGTERM);
+        if (!waitUntil([this] { return !isRunning(); }, 2s, 20ms)) {
+            kill(m_pid, SIGKILL);
+            waitpid(m_pid, nullptr, 0);
+            m_pid = -1;
+            m_status = -1;
+        }
+    }
+    return m_status;
 }
 
 } // namespace vesk::test

@@ -2,10 +2,8 @@
 # Runs a command inside its own D-Bus session with a fresh, unlocked GNOME keyring, so keyring tests never
 # touch the user's keyring and never raise an unlock prompt. Usage: with-keyring.sh <command> [args...]
 set -eu
-if ! command -v dbus-run-session >/dev/null || ! command -v gnome-keyring-daemon >/dev/null; then
-    echo "with-keyring.sh: dbus-run-session and gnome-keyring-daemon are needed (packages dbus, gnome-keyring)" >&2
-    exit 1
-fi
+. "$(dirname "$0")/desktop-lib.sh"
+need "dbus, gnome-keyring" dbus-run-session gnome-keyring-daemon
 home=$(mktemp -d "${TMPDIR:-/tmp}/vesk-keyring.XXXXXX")
 # A document portal started on the session bus mounts its FUSE file system under the runtime directory and
 # may still hold it when the session ends.
