@@ -61,11 +61,10 @@ protected:
     // The focused app copies `selection` when asked, the way a text field with that selection does.
     void select(std::optional<QString> selection) { m_fake.input.copiesSelection(m_fake.clipboard, selection); }
 
-    bool resultShown()
+    // Waits until the panel shows a session in `State`.
+    template <class State = CorrectionSession::Result> bool shown()
     {
-        return qWaitFor([this] {
-            return m_shown != nullptr && std::holds_alternative<CorrectionSession::Result>(m_shown->state());
-        });
+        return qWaitFor([this] { return m_shown != nullptr && std::holds_alternative<State>(m_shown->state()); });
     }
 
     std::vector<Keystroke> strokes() const
@@ -102,7 +101,7 @@ TEST_F(GrammarCoordinatorTest, ReviewedCorrectionIsPastedAndTheClipboardComesBac
     ASSERT_EQ(m_shows, 1);
     EXPECT_TRUE(std::holds_alternative<CorrectionSession::Reading>(m_shown->state()));
 
-    ASSERT_TRUE(resultShown());
+    ASSERT_TRUE(shown());
     EXPECT_EQ(m_shown->original(), "teh cat");
     EXPECT_EQ(m_fake.clipboard.text(), "the user's clipboard") << "restored right after the copy";
 
@@ -127,7 +126,7 @@ TEST_F(GrammarCoordinatorTest, NewestPressWins)
     m_server.enqueue(ScriptedResponse::events(streams::openAI({"Second."})));
     m_coordinator.correctSelection();
     EXPECT_NE(m_shown, first);
-    ASSERT_TRUE(resultShown());
+    ASSERT_TRUE(shown());
     EXPECT_EQ(m_shown->original(), "second");
     ASSERT_TRUE(m_server.waitForRequests(1));
     QCoreApplication::processEvents();
@@ -162,7 +161,7 @@ TEST_F(GrammarCoordinatorTest, ReviewOffPastesAtOnceButNotAnUnchangedText)
     select("Fine.");
     m_server.enqueue(ScriptedResponse::events(streams::openAI({"Fine."})));
     m_coordinator.correctSelection();
-    ASSERT_TRUE(resultShown());
+    ASSERT_TRUE(shown());
     QCoreApplication::processEvents();
     EXPECT_TRUE(m_coordinator.isBusy()) << "the panel stays up saying no changes were needed";
     EXPECT_EQ(strokes().back(), Keystroke::copy);
@@ -189,8 +188,7 @@ TEST_F(GrammarCoordinatorTest, FailureOffersSettings)
     select("helo");
     m_server.enqueue(ScriptedResponse::text(401, "application/json", streams::openAIErrorBody("bad key")));
     m_coordinator.correctSelection();
-    ASSERT_TRUE(qWaitFor(
-        [&] { return m_shown != nullptr && std::holds_alternative<CorrectionSession::Failed>(m_shown->state()); }));
+    ASSERT_TRUE(shown<CorrectionSession::Failed>());
     m_actions.accept(); // nothing to accept: the panel stays as it is
     EXPECT_TRUE(m_coordinator.isBusy());
     m_actions.openSettings();

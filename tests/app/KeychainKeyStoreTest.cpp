@@ -98,19 +98,12 @@ TEST_F(KeychainKeyStoreTest, WorkerThreadsReadWhetherTheMainThreadIsBlockedOrRun
     }
 
     std::atomic<int> running{2};
-    std::optional<std::string> openAIKey;
-    std::optional<std::string> anthropicKey;
-    std::jthread openAIWorker([&] {
-        openAIKey = m_store.key(ProviderID::openai);
-        --running;
-    });
-    std::jthread anthropicWorker([&] {
-        anthropicKey = m_store.key(ProviderID::anthropic);
-        --running;
-    });
+    std::optional<std::string> read[2];
+    std::jthread workers[] = {std::jthread([&] { read[0] = m_store.key(ProviderID::openai), --running; }),
+                              std::jthread([&] { read[1] = m_store.key(ProviderID::anthropic), --running; })};
     EXPECT_TRUE(QTest::qWaitFor([&] { return running == 0; }, 30000)) << "the workers did not finish";
-    EXPECT_EQ(openAIKey, "sk-openai");
-    EXPECT_EQ(anthropicKey, "sk-anthropic");
+    EXPECT_EQ(read[0], "sk-openai");
+    EXPECT_EQ(read[1], "sk-anthropic");
     EXPECT_EQ(m_store.key(ProviderID::openai), "sk-openai");
 }
 

@@ -23,11 +23,8 @@ protected:
 
 TEST_F(ShortcutRecorderTest, RecordsANewShortcutAndPausesWhileListening)
 {
-    EXPECT_EQ(m_recorder.shortcutText(), "Alt+G");
-    EXPECT_EQ(m_recorder.placeholder(), "Record Shortcut");
     m_recorder.start();
     EXPECT_TRUE(m_platform.isPaused()) << "pressing the current shortcut must record it, not fire it";
-    EXPECT_EQ(m_recorder.placeholder(), "Press Shortcut");
 
     m_recorder.keyPressed(Qt::Key_Control, Qt::ControlModifier); // a modifier alone waits for a key
     EXPECT_TRUE(m_recorder.isRecording());
