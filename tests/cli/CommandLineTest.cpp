@@ -13,6 +13,7 @@
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QTest>
 #include <gtest/gtest.h>
 #include <regex>
 #include <sqlite3.h>
@@ -416,11 +417,8 @@ TEST_F(CommandLineTest, ARunningCorrectionDumpsNoCore)
         const auto at = text.indexOf("Max core file size");
         return text.mid(at, text.indexOf('\n', at) - at).simplified();
     };
-    QByteArray limit;
-    for (int i = 0; i < 100 && (limit = coreLimit()) != "Max core file size 0 0 bytes"; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    EXPECT_EQ(limit, "Max core file size 0 0 bytes");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return coreLimit() == "Max core file size 0 0 bytes"; }, 2000))
+        << coreLimit().toStdString();
     if (geteuid() != 0) {
         EXPECT_EQ(QFileInfo(proc + QStringLiteral("environ")).ownerId(), 0U) << "not dumpable: /proc belongs to root";
     }
