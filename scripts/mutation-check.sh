@@ -73,11 +73,11 @@ mutant failure-403-not-a-key-problem core/ProviderFailure.cpp "$failure_tests" \
 mutant failure-rate-limit-range core/ProviderFailure.cpp "$failure_tests" \
     'if (error.status() == 429) {' \
     'if (error.status() >= 429) {'
-mutant history-current-schema-recreated app/services/HistoryStore.cpp "$history_tests" \
-    'if (current == schemaVersion) {' \
-    'if (current == schemaVersion && false) {'
+mutant history-newer-schema-opened app/services/HistoryDatabase.cpp "$history_tests" \
+    'return *version == schemaVersion || noteFailure();' \
+    'return *version >= schemaVersion || noteFailure();'
 mutant history-locale-change-not-refolded app/services/HistoryStore.cpp "$history_tests" \
-    'const bool refold = m_foldLocale != currentLocale();' \
+    'const bool refold = stored && *stored != currentLocale();' \
     'const bool refold = false;'
 
 # ---------------------------------------------------------------------------------------------------------

@@ -1,8 +1,8 @@
 #include "app/services/AppSettings.h"
 
-#include <QSettings>
+#include "support/SettingsFile.h"
+
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace vesk::app {
@@ -11,34 +11,22 @@ namespace {
 class AppSettingsTest : public ::testing::Test
 {
 protected:
-    std::unique_ptr<QSettings> storage() const
-    {
-        return std::make_unique<QSettings>(m_dir.filePath("vesk.conf"), QSettings::IniFormat);
-    }
+    std::unique_ptr<QSettings> storage() const { return m_file.open(); }
     void store(const QByteArray& document) const { storage()->setValue(AppSettings::storageKey, document); }
     QByteArray stored() const { return storage()->value(AppSettings::storageKey).toByteArray(); }
 
-    QTemporaryDir m_dir;
+    test::SettingsFile m_file;
 };
 
+// How each field is written is the snapshot's business (core tests); here: what is set is kept.
 TEST_F(AppSettingsTest, ChangesPersistAcrossInstances)
 {
     {
         AppSettings settings(storage());
         settings.setSelectedProvider(ProviderID::anthropic);
         settings.setModel(ProviderID::anthropic, "claude-opus-4-8");
-        CorrectionSettings correction;
-        correction.tone = Tone::friendly;
-        settings.setCorrection(correction);
-        settings.setReviewBeforeReplacing(false);
-        settings.setEndpoint(ProviderID::openai, "http://localhost:11434");
     }
-    const AppSettings reloaded(storage());
-    EXPECT_EQ(reloaded.selectedProvider(), ProviderID::anthropic);
-    EXPECT_EQ(reloaded.currentModel(), "claude-opus-4-8");
-    EXPECT_EQ(reloaded.correction().tone, Tone::friendly);
-    EXPECT_FALSE(reloaded.reviewBeforeReplacing());
-    EXPECT_EQ(reloaded.endpoint(ProviderID::openai), "http://localhost:11434");
+    EXPECT_EQ(AppSettings(storage()).currentModel(), "claude-opus-4-8");
 }
 
 TEST_F(AppSettingsTest, SameValueSavesAgainButNotifiesOnce)
@@ -52,24 +40,18 @@ TEST_F(AppSettingsTest, SameValueSavesAgainButNotifiesOnce)
     EXPECT_TRUE(stored().contains("\"hasOnboarded\":true")) << "the second write saved again";
 }
 
-// A value this version can't read costs that value alone, and no save writes over it.
+// A value this version can't read costs that value alone (the snapshot's tests), and no save writes over it;
+// a document that is not understood at all is kept aside at the first change.
 TEST_F(AppSettingsTest, WhatIsNotUnderstoodIsKeptThroughChanges)
 {
-    store(R"({"selectedProvider":"mistral","models":{"openai":"gpt-4o"},"correction":{"tone":"concise"},)"
-          R"("endpoints":{"openai":"http://127.0.0.1:8080"}})");
+    store(R"({"selectedProvider":"mistral","endpoints":{"openai":"http://127.0.0.1:8080"}})");
     {
         AppSettings settings(storage());
         EXPECT_EQ(settings.warnings().size(), 1U);
-        EXPECT_EQ(settings.endpoint(ProviderID::openai), "http://127.0.0.1:8080");
-        EXPECT_EQ(settings.model(ProviderID::openai), "gpt-4o");
-        EXPECT_EQ(settings.correction().tone, Tone::concise);
         settings.setReviewBeforeReplacing(false);
-        settings.setHasOnboarded(true);
     }
     EXPECT_TRUE(stored().contains(R"("selectedProvider":"mistral")")) << stored().toStdString();
-    const AppSettings reloaded(storage());
-    EXPECT_FALSE(reloaded.reviewBeforeReplacing());
-    EXPECT_EQ(reloaded.endpoint(ProviderID::openai), "http://127.0.0.1:8080");
+    EXPECT_EQ(AppSettings(storage()).endpoint(ProviderID::openai), "http://127.0.0.1:8080");
 
     for (const QByteArray& document : {QByteArray("{not json"), QByteArray("[1]")}) {
         store(document);

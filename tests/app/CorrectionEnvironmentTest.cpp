@@ -2,10 +2,9 @@
 
 #include "app/services/AppSettings.h"
 #include "support/InMemoryKeyStore.h"
+#include "support/SettingsFile.h"
 
 #include <QCoreApplication>
-#include <QSettings>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace vesk::app {
@@ -14,8 +13,8 @@ namespace {
 // A stream's last words may come from its worker while the app is shutting down.
 TEST(CorrectionEnvironmentTest, WorkPostedAfterTheEnvironmentIsGoneIsDropped)
 {
-    QTemporaryDir dir;
-    AppSettings settings{std::make_unique<QSettings>(dir.filePath("vesk.conf"), QSettings::IniFormat)};
+    const test::SettingsFile file;
+    AppSettings settings(file.open());
     auto environment = std::make_unique<CorrectionEnvironment>(settings, std::make_shared<InMemoryKeyStore>(), nullptr);
     const MainThreadExecutor post = environment->mainThread();
     int ran = 0;

@@ -70,14 +70,12 @@ TEST_F(HistoryStoreTest, RecordsPersistNewestFirstAndAreSearchedAndCleared)
     EXPECT_EQ(correctedTexts(reopened), (std::vector<std::string>{"hello", "Café crème sat down."}));
     EXPECT_EQ(reopened.records()[0].sourceApp, std::nullopt);
     EXPECT_EQ(reopened.records()[1].sourceApp, "Mousepad");
-    EXPECT_DOUBLE_EQ(reopened.records()[1].estimatedCost, 1000 * 0.15e-6 + 200 * 0.60e-6);
     EXPECT_EQ(reopened.wordCounts(), (std::vector<int>{1, 4}));
     EXPECT_EQ(reopened.stats(std::chrono::system_clock::now(), Calendar::create("UTC").value()).wordsPolished, 5)
         << "from the stored word counts";
 
     EXPECT_EQ(reopened.search(QStringLiteral("  CAFE ")), (std::vector<std::size_t>{1}));
     EXPECT_EQ(reopened.search(QStringLiteral("write")), (std::vector<std::size_t>{0}));
-    EXPECT_EQ(reopened.search(QStringLiteral("openai")).size(), 2U);
     EXPECT_EQ(reopened.search(QStringLiteral("   ")).size(), 2U);
     reopened.clearAll();
     EXPECT_TRUE(reopened.records().empty());
@@ -162,6 +160,17 @@ TEST_F(HistoryStoreTest, TheFileAndItsLogAreTheUsersAlone)
     umask(umaskBefore);
 }
 
+// The search column is folded for the user's locale; a history folded for another is folded again on open.
+TEST_F(HistoryStoreTest, ALocaleChangeFoldsTheSearchTextsAgain)
+{
+    HistoryStore(path()).record(accepted("helo", "Hello there."));
+    sql("UPDATE meta SET value = 'xx_XX' WHERE key = 'searchLocale'");
+    sql("UPDATE corrections SET search_text = 'stale'");
+    const HistoryStore store(path());
+    EXPECT_EQ(store.search(QStringLiteral("there")).size(), 1U);
+    EXPECT_NE(sql("SELECT search_text FROM corrections"), "stale") << "and stored folded again";
+}
+
 TEST_F(HistoryStoreTest, UnusableFilesFallBackToMemoryAndAreLeftAlone)
 {
     QFile corrupt(path());
@@ -180,6 +189,12 @@ TEST_F(HistoryStoreTest, UnusableFilesFallBackToMemoryAndAreLeftAlone)
 
     HistoryStore unwritable(m_dir.filePath("no/such/dir/history.sqlite3"));
     EXPECT_FALSE(unwritable.isPersistent());
+
+    ASSERT_TRUE(QFile::remove(path()));
+    HistoryStore(path()).record(accepted("helo", "hello"));
+    sql("PRAGMA user_version = 2");
+    EXPECT_FALSE(HistoryStore(path()).isPersistent()) << "written by a newer version";
+    EXPECT_EQ(sql("PRAGMA user_version"), "2");
 }
 
 // The running app and `vesk correct` share one file: each sees what the other wrote, once.

@@ -8,9 +8,8 @@
 namespace vesk::app {
 namespace {
 
-class LaunchAtLoginTest : public ::testing::Test
+struct LaunchAtLoginTest : ::testing::Test
 {
-protected:
     QTemporaryDir m_config;
 };
 

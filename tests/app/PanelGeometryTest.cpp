@@ -27,11 +27,7 @@ TEST(PanelGeometryTest, OpensCentredInTheAvailableAreaAndShrinksToFit)
     const QRect tiny(10, 20, 600, 200);
     EXPECT_EQ(PanelGeometry::initial({640, 240}, tiny), tiny);
     EXPECT_EQ(PanelGeometry::initial({640, 100}, tiny), QRect(10, 70, 600, 100));
-}
-
-TEST(PanelGeometryTest, EmptySizeBecomesOnePoint)
-{
-    EXPECT_EQ(PanelGeometry::clamped({0, -5}, mainAvailable), QSize(1, 1));
+    EXPECT_EQ(PanelGeometry::clamped({0, -5}, mainAvailable), QSize(1, 1)) << "an empty size becomes one point";
 }
 
 TEST(PanelGeometryTest, PointerPicksTheScreen)
@@ -42,34 +38,32 @@ TEST(PanelGeometryTest, PointerPicksTheScreen)
     EXPECT_EQ(PanelGeometry::availableAreaAt({0, 0}, {}), std::nullopt);
 }
 
-TEST(PanelGeometryTest, GrowingKeepsTheTopEdgeAndTheCentre)
+// Resizing keeps the top edge and the centre, and stays inside the available area; empty sizes are ignored.
+TEST(PanelGeometryTest, ResizingStaysInsideTheArea)
 {
-    const QRect old(640, 436, 640, 240);
-    EXPECT_EQ(PanelGeometry::resized(old, {640, 420}, mainAvailable), QRect(640, 436, 640, 420));
-    EXPECT_EQ(PanelGeometry::resized(old, {600, 180}, mainAvailable), QRect(660, 436, 600, 180));
-}
-
-TEST(PanelGeometryTest, GrowingPastTheBottomMovesUpInsideTheArea)
-{
-    const QRect old(640, 900, 640, 120);
-    EXPECT_EQ(PanelGeometry::resized(old, {640, 400}, mainAvailable), QRect(640, 680, 640, 400));
-    EXPECT_EQ(PanelGeometry::resized(old, {640, 5000}, mainAvailable), QRect(640, 32, 640, 1048));
-}
-
-TEST(PanelGeometryTest, GrowingPastTheSidesStaysInsideTheArea)
-{
-    EXPECT_EQ(PanelGeometry::resized(QRect(1900, 100, 20, 100), {640, 100}, mainAvailable), QRect(1280, 100, 640, 100));
-    EXPECT_EQ(PanelGeometry::resized(QRect(0, 100, 20, 100), {640, 100}, mainAvailable), QRect(0, 100, 640, 100));
-    EXPECT_EQ(PanelGeometry::resized(QRect(2000, 10, 640, 240), {640, 300}, secondAvailable),
-              QRect(2000, 10, 640, 300));
-}
-
-TEST(PanelGeometryTest, ResizeIgnoresEmptySizesAndCentresAPanelWithoutFrame)
-{
-    const QRect old(640, 436, 640, 240);
-    EXPECT_EQ(PanelGeometry::resized(old, {0, 300}, mainAvailable), old);
-    EXPECT_EQ(PanelGeometry::resized(old, {640, -1}, mainAvailable), old);
-    EXPECT_EQ(PanelGeometry::resized(QRect(), {640, 240}, mainAvailable), QRect(640, 436, 640, 240));
+    struct Row
+    {
+        const char* name;
+        QRect old;
+        QSize size;
+        QRect area;
+        QRect expected;
+    };
+    const QRect centred(640, 436, 640, 240);
+    for (const Row& row : {
+             Row{"grows down", centred, {640, 420}, mainAvailable, QRect(640, 436, 640, 420)},
+             Row{"shrinks to the centre", centred, {600, 180}, mainAvailable, QRect(660, 436, 600, 180)},
+             Row{"moves up from the bottom", {640, 900, 640, 120}, {640, 400}, mainAvailable, {640, 680, 640, 400}},
+             Row{"too tall", {640, 900, 640, 120}, {640, 5000}, mainAvailable, {640, 32, 640, 1048}},
+             Row{"past the right", {1900, 100, 20, 100}, {640, 100}, mainAvailable, {1280, 100, 640, 100}},
+             Row{"past the left", {0, 100, 20, 100}, {640, 100}, mainAvailable, {0, 100, 640, 100}},
+             Row{"second screen", {2000, 10, 640, 240}, {640, 300}, secondAvailable, {2000, 10, 640, 300}},
+             Row{"no width", centred, {0, 300}, mainAvailable, centred},
+             Row{"negative height", centred, {640, -1}, mainAvailable, centred},
+             Row{"no frame yet", QRect(), {640, 240}, mainAvailable, centred},
+         }) {
+        EXPECT_EQ(PanelGeometry::resized(row.old, row.size, row.area), row.expected) << row.name;
+    }
 }
 
 } // namespace

@@ -2,12 +2,11 @@
 
 #include "ViewTesting.h"
 #include "app/services/ShortcutSettings.h"
+#include "support/SettingsFile.h"
 #include "support/fake/FakeGlobalShortcut.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>
-#include <QSettings>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace vesk::app {
@@ -16,20 +15,16 @@ namespace {
 class ShortcutRecorderTest : public ::testing::Test
 {
 protected:
-    QTemporaryDir m_dir;
+    test::SettingsFile m_file;
     FakeGlobalShortcut m_platform;
-    ShortcutSettings m_settings{std::make_unique<QSettings>(m_dir.filePath("s.conf"), QSettings::IniFormat),
-                                &m_platform};
+    ShortcutSettings m_settings{m_file.open(), &m_platform};
     ShortcutRecorder m_recorder{m_settings, ShortcutSettings::fixGrammar};
 };
 
 TEST_F(ShortcutRecorderTest, RecordsANewShortcutAndPausesWhileListening)
 {
-    EXPECT_EQ(m_recorder.shortcutText(), "Alt+G");
-    EXPECT_EQ(m_recorder.placeholder(), "Record Shortcut");
     m_recorder.start();
     EXPECT_TRUE(m_platform.isPaused()) << "pressing the current shortcut must record it, not fire it";
-    EXPECT_EQ(m_recorder.placeholder(), "Press Shortcut");
 
     m_recorder.keyPressed(Qt::Key_Control, Qt::ControlModifier); // a modifier alone waits for a key
     EXPECT_TRUE(m_recorder.isRecording());

@@ -8,21 +8,19 @@
 #include "support/ScriptedProviderServer.h"
 
 #include <QDir>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QSettings>
-#include <QThread>
 #include <QTemporaryDir>
+#include <QTest>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <regex>
 #include <sqlite3.h>
 #include <sstream>
+#include <sys/stat.h>
 #include <thread>
-#include <thread>
+#include <unistd.h>
 
 namespace vesk {
 namespace {
@@ -38,40 +36,33 @@ constexpr const char* anthropicKey = "sk-ant-test key";
 class CommandLineTest : public ::testing::Test
 {
 protected:
-    // `shell` runs first in a shell that then execs vesk, to set limits for it.
+    // `shell` runs first in a shell that then execs vesk, to set limits for it. With `m_keyring` vesk uses
+    // the session's real keyring (the test runs inside its own D-Bus session) and no keys from the environment.
     ProcessResult vesk(const std::vector<std::string>& args, const std::string& input = {},
                        std::map<std::string, std::string> environment = {}, const std::string& shell = {}) const
     {
         ProcessOptions options;
         options.input = input;
         options.setEnvironment = {{"XDG_CONFIG_HOME", m_home.filePath("config").toStdString()},
-                                  {"XDG_DATA_HOME", m_home.filePath("data").toStdString()},
-                                  {"OPENAI_API_KEY", openAIKey},
-                                  {"ANTHROPIC_API_KEY", anthropicKey},
-                                  {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus"},
-                                  {"XDG_RUNTIME_DIR", m_home.filePath("run").toStdString()}};
+                                  {"XDG_DATA_HOME", m_home.filePath("data").toStdString()}};
+        options.unsetEnvironment = {"http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "ALL_PROXY"};
+        if (m_keyring) {
+            options.unsetEnvironment.insert(options.unsetEnvironment.end(), {"OPENAI_API_KEY", "ANTHROPIC_API_KEY"});
+        } else {
+            options.setEnvironment.insert({{"OPENAI_API_KEY", openAIKey},
+                                           {"ANTHROPIC_API_KEY", anthropicKey},
+                                           {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus"},
+                                           {"XDG_RUNTIME_DIR", m_home.filePath("run").toStdString()}});
+        }
         for (auto& [name, value] : environment) {
             options.setEnvironment[name] = value;
         }
-        options.unsetEnvironment = {"http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "ALL_PROXY"};
         if (shell.empty()) {
             return test::runProcess(VESK_BINARY, args, options);
         }
         std::vector<std::string> shellArgs{"-c", shell + "; exec \"$0\" \"$@\"", VESK_BINARY};
         shellArgs.insert(shellArgs.end(), args.begin(), args.end());
         return test::runProcess("/bin/sh", shellArgs, options);
-    }
-
-    // The session's real keyring (the test runs inside its own D-Bus session), and no keys from the
-    // environment.
-    ProcessResult veskWithKeyring(const std::vector<std::string>& args, const std::string& input = {}) const
-    {
-        ProcessOptions options;
-        options.input = input;
-        options.setEnvironment = {{"XDG_CONFIG_HOME", m_home.filePath("config").toStdString()},
-                                  {"XDG_DATA_HOME", m_home.filePath("data").toStdString()}};
-        options.unsetEnvironment = {"OPENAI_API_KEY", "ANTHROPIC_API_KEY", "http_proxy", "HTTP_PROXY"};
-        return test::runProcess(VESK_BINARY, args, options);
     }
 
     ProcessResult correctThroughServer(std::vector<std::string> args, std::vector<std::string> deltas,
@@ -109,31 +100,8 @@ protected:
 
     test::ScriptedProviderServer m_server;
     QTemporaryDir m_home;
+    bool m_keyring = false;
 };
-
-TEST_F(CommandLineTest, CorrectsThroughOpenAI)
-{
-    m_server.enqueue(ScriptedResponse::events(streams::openAI({"The", " cat", " sat."})));
-    const ProcessResult r = vesk({"correct", "--json", "--endpoint", m_server.url("")}, "teh cat sat");
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-
-    const Json out = Json::parse(r.out);
-    EXPECT_EQ(out["corrected"], "The cat sat.");
-    EXPECT_EQ(out["changeCount"], 2);
-    EXPECT_EQ(out["changes"][0]["original"], "teh");
-    EXPECT_EQ(out["changes"][0]["replacement"], "The");
-    EXPECT_EQ(out["provider"], "openai");
-    EXPECT_EQ(out["model"], "gpt-4o-mini");
-    EXPECT_EQ(out["usage"], Json::parse(R"({"promptTokens":78,"completionTokens":9})"));
-    EXPECT_DOUBLE_EQ(out["estimatedCost"].get<double>(), 78 * 0.15e-6 + 9 * 0.60e-6);
-
-    const auto requests = m_server.requests();
-    ASSERT_EQ(requests.size(), 1U);
-    const auto& request = requests[0];
-    EXPECT_EQ(request.target, "/v1/chat/completions");
-    EXPECT_EQ(request.header("Authorization"), std::string("Bearer ") + openAIKey);
-    EXPECT_EQ(Json::parse(request.body)["messages"][1]["content"], PromptBuilder::userMessage("teh cat sat"));
-}
 
 TEST_F(CommandLineTest, CorrectsThroughAnthropicWithOverrides)
 {
@@ -144,25 +112,19 @@ TEST_F(CommandLineTest, CorrectsThroughAnthropicWithOverrides)
               "--meaning-lock", "off", "--preserve-formatting", "off", "--instructions", "keep names"},
              "hola mundo");
     ASSERT_EQ(r.exitCode, 0) << r.err;
-    const Json out = Json::parse(r.out);
-    EXPECT_EQ(out["corrected"], "Hola, mundo.");
-    EXPECT_EQ(out["provider"], "anthropic");
-    EXPECT_EQ(out["model"], "claude-sonnet-4-6");
+    EXPECT_EQ(Json::parse(r.out)["corrected"], "Hola, mundo.");
 
+    // The request's shape is the dialect's business (core tests); here: every option reached it.
     const auto request = m_server.requests().at(0);
     EXPECT_EQ(request.target, "/v1/messages");
     EXPECT_EQ(request.header("x-api-key"), anthropicKey);
-    const CorrectionSettings settings{
-        CorrectionStrength::clarityFlow, Tone::friendly, LanguageMode::spanish, false, false, "keep names"};
-    const Json expected = {{"model", "claude-sonnet-4-6"},
-                           {"max_tokens", 256},
-                           {"temperature", 0.2},
-                           {"stream", true},
-                           {"system", PromptBuilder::systemPrompt(settings)},
-                           {"messages", {{{"role", "user"}, {"content", PromptBuilder::userMessage("hola mundo")}}}}};
-    EXPECT_EQ(Json::parse(request.body), expected);
+    const Json body = Json::parse(request.body);
+    EXPECT_EQ(body["model"], "claude-sonnet-4-6");
+    EXPECT_EQ(body["system"], PromptBuilder::systemPrompt({CorrectionStrength::clarityFlow, Tone::friendly,
+                                                           LanguageMode::spanish, false, false, "keep names"}));
 }
 
+// How the key is masked is the provider client's table (core tests); here: it is masked on both outputs.
 TEST_F(CommandLineTest, RejectedKeyFailsWithTheKeyMasked)
 {
     const std::string body =
@@ -177,10 +139,7 @@ TEST_F(CommandLineTest, RejectedKeyFailsWithTheKeyMasked)
     m_server.enqueue(ScriptedResponse::text(401, "application/json", body));
     const ProcessResult json = vesk({"correct", "--json", "--endpoint", m_server.url("")}, "helo");
     EXPECT_EQ(json.exitCode, 1);
-    EXPECT_EQ(Json::parse(json.out)["failure"],
-              Json::parse(R"({"title":"OpenAI rejected the key","message":"Check the key and paste it again.",)"
-                          R"("detail":"HTTP 401 Incorrect API key provided: [redacted]. Check it."})"));
-    EXPECT_EQ(json.out.find(openAIKey), std::string::npos);
+    EXPECT_EQ(Json::parse(json.out)["failure"]["detail"], "HTTP 401 Incorrect API key provided: [redacted]. Check it.");
 }
 
 // Provider bytes reach the JSON output as they came; what is not UTF-8 is replaced, never an abort.
@@ -193,36 +152,34 @@ TEST_F(CommandLineTest, JsonOutputReplacesBytesThatAreNotUtf8)
     EXPECT_NE(detail.get<std::string>().find("overloaded \uFFFD\uFFFD here"), std::string::npos) << detail;
 }
 
-TEST_F(CommandLineTest, MissingKeyFailsBeforeAnyRequest)
-{
-    const ProcessResult r = vesk({"correct", "--endpoint", m_server.url("")}, "helo", {{"OPENAI_API_KEY", ""}});
-    EXPECT_EQ(r.exitCode, 1);
-    EXPECT_EQ(r.err, "No OpenAI key yet\nAdd your API key in Settings.\n");
-    EXPECT_TRUE(m_server.requests().empty());
-}
 
-TEST_F(CommandLineTest, BadInputAndUsageNeverReachTheProvider)
+TEST_F(CommandLineTest, BadInputUsageOrAMissingKeyNeverReachTheProvider)
 {
     const ProcessResult badOption = vesk({"correct", "--strength", "Heavy"}, "helo");
     EXPECT_EQ(badOption.exitCode, 2);
     EXPECT_EQ(badOption.out, "");
     EXPECT_NE(badOption.err.find("unknown strength \"Heavy\""), std::string::npos) << badOption.err;
+    for (const std::vector<std::string>& usage : {std::vector<std::string>{"frobnicate"},
+                                                  {"settings", "--instructions", "caf\xC3"},
+                                                  {"correct", "--review", "on"}, // a saved setting only
+                                                  {"history", "--search"},
+                                                  {"history", "--provider", "openai"}}) {
+        EXPECT_EQ(vesk(usage).exitCode, 2) << usage[0] << " " << usage[1];
+    }
 
-    EXPECT_EQ(vesk({"frobnicate"}).exitCode, 2);
-    EXPECT_EQ(vesk({"settings", "--instructions", "caf\xC3"}).exitCode, 2);
-    EXPECT_EQ(vesk({"correct", "--review", "on"}).exitCode, 2) << "review is a saved setting only";
-    EXPECT_EQ(vesk({"correct", "--setup-done", "on"}).exitCode, 2);
-    EXPECT_EQ(vesk({"history", "--search"}).exitCode, 2);
-    EXPECT_EQ(vesk({"history", "--provider", "openai"}).exitCode, 2);
-
-    const ProcessResult empty = vesk({"correct", "--endpoint", m_server.url("")}, " \n");
-    EXPECT_EQ(empty.exitCode, 1);
-    EXPECT_EQ(empty.out, "");
-
-    const ProcessResult invalid = vesk({"correct", "--endpoint", m_server.url("")}, "caf\xC3");
+    const std::string endpoint = m_server.url("");
+    EXPECT_EQ(vesk({"correct", "--endpoint", endpoint}, " \n").exitCode, 1) << "nothing to correct";
+    const ProcessResult invalid = vesk({"correct", "--endpoint", endpoint}, "caf\xC3");
     EXPECT_EQ(invalid.exitCode, 1);
     EXPECT_NE(invalid.err.find("not valid UTF-8"), std::string::npos);
+    const ProcessResult noKey = vesk({"correct", "--endpoint", endpoint}, "helo", {{"OPENAI_API_KEY", ""}});
+    EXPECT_EQ(noKey.exitCode, 1);
+    EXPECT_EQ(noKey.err, "No OpenAI key yet\nAdd your API key in Settings.\n");
     EXPECT_TRUE(m_server.requests().empty());
+
+    const ProcessResult refused = vesk({"correct", "--endpoint", "http://127.0.0.1:1"}, "helo");
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_EQ(refused.err.substr(0, refused.err.find('\n')), "OpenAI didn't respond");
 }
 
 TEST_F(CommandLineTest, SettingsPersistAndShapeTheNextCorrection)
@@ -231,18 +188,15 @@ TEST_F(CommandLineTest, SettingsPersistAndShapeTheNextCorrection)
                                     "off", "--tone", "concise", "--setup-done", "on"});
     ASSERT_EQ(set.exitCode, 0) << set.err;
     const Json printed = Json::parse(vesk({"settings"}).out);
-    EXPECT_EQ(printed["selectedProvider"], "anthropic");
     EXPECT_EQ(printed["reviewBeforeReplacing"], false);
-    EXPECT_EQ(printed["correction"]["tone"], "concise");
     EXPECT_EQ(printed["hasOnboarded"], true);
-    EXPECT_EQ(printed["endpoints"]["anthropic"], m_server.url(""));
     EXPECT_FALSE(QFile::exists(m_home.filePath("data"))) << "settings never open the history";
 
     m_server.enqueue(ScriptedResponse::events(streams::anthropic({"Done."})));
     const ProcessResult r = vesk({"correct"}, "done");
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    EXPECT_EQ(r.out, "Done.");
-    EXPECT_EQ(m_server.requests().at(0).target, "/v1/messages");
+    EXPECT_EQ(r.out, "Done.") << r.err;
+    EXPECT_EQ(m_server.requests().at(0).target, "/v1/messages") << "the saved provider and endpoint";
+    EXPECT_NE(m_server.requests().at(0).body.find("concise"), std::string::npos) << "the saved tone";
 }
 
 // One value of the wrong type costs that value alone: the local endpoint is still used, the user is told,
@@ -266,76 +220,69 @@ TEST_F(CommandLineTest, ASettingsFlawCostsThatValueAlone)
     EXPECT_EQ(again.err, warning) << "still kept as it was";
     EXPECT_EQ(Json::parse(again.out)["correction"]["tone"], "concise");
 
-    for (const auto& [endpoint, reason] : {std::pair{"localhost:8080", "it must start with http:// or https://"},
-                                           std::pair{"http://127.0.0.1:9/v1?x=1", "a base address takes no query"}}) {
-        const ProcessResult refused = vesk({"settings", "--endpoint", endpoint});
-        EXPECT_EQ(refused.exitCode, 2);
-        EXPECT_NE(refused.err.find(std::string("vesk: the endpoint \"") + endpoint + "\" is not a usable address: " +
-                                   reason),
-                  std::string::npos)
-            << refused.err;
-    }
+    // Which addresses are refused is the snapshot's table (core tests).
+    const ProcessResult refused = vesk({"settings", "--endpoint", "localhost:8080"});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_NE(refused.err.find("vesk: the endpoint \"localhost:8080\" is not a usable address: it must start with "
+                               "http:// or https://"),
+              std::string::npos)
+        << refused.err;
     EXPECT_EQ(Json::parse(vesk({"settings"}).out)["endpoints"]["openai"], m_server.url(""));
-}
-
-TEST_F(CommandLineTest, UnreachableServerFailsAsNoResponse)
-{
-    const ProcessResult refused = vesk({"correct", "--endpoint", "http://127.0.0.1:1"}, "helo");
-    EXPECT_EQ(refused.exitCode, 1);
-    EXPECT_EQ(refused.err.substr(0, refused.err.find('\n')), "OpenAI didn't respond");
 }
 
 // Runs inside a D-Bus session with a throwaway GNOME keyring (see tests/support/with-keyring.sh).
 TEST_F(CommandLineTest, KeyringKeysAreSetUsedAndRemoved)
 {
+    m_keyring = true;
     const std::string key = "sk-from-the-keyring-42";
-    const ProcessResult set = veskWithKeyring({"key", "set", "openai"}, "  " + key + "\n");
+    const ProcessResult set = vesk({"key", "set", "openai"}, "  " + key + "\n");
     ASSERT_EQ(set.exitCode, 0) << set.err;
     EXPECT_EQ(set.out.find(key), std::string::npos) << "the key is never echoed";
-    EXPECT_EQ(veskWithKeyring({"key", "status"}).out, "openai: key saved\nanthropic: no key\n");
+    EXPECT_EQ(vesk({"key", "status"}).out, "openai: key saved\nanthropic: no key\n");
 
     m_server.enqueue(ScriptedResponse::events(streams::openAI({"Hello."})));
-    const ProcessResult r = veskWithKeyring({"correct", "--endpoint", m_server.url("")}, "helo");
+    const ProcessResult r = vesk({"correct", "--endpoint", m_server.url("")}, "helo");
     ASSERT_EQ(r.exitCode, 0) << r.err;
     EXPECT_EQ(m_server.requests().at(0).header("Authorization"), "Bearer " + key) << "saved trimmed";
 
-    ASSERT_EQ(veskWithKeyring({"key", "remove", "openai"}).exitCode, 0);
-    EXPECT_EQ(veskWithKeyring({"key", "remove", "openai"}).exitCode, 0) << "removing nothing succeeds";
-    EXPECT_EQ(veskWithKeyring({"key", "status"}).out, "openai: no key\nanthropic: no key\n");
-    const ProcessResult missing = veskWithKeyring({"correct", "--endpoint", m_server.url("")}, "helo");
-    EXPECT_EQ(missing.exitCode, 1);
-    EXPECT_EQ(missing.err, "No OpenAI key yet\nAdd your API key in Settings.\n");
-
-    const ProcessResult empty = veskWithKeyring({"key", "set", "anthropic"}, "\n");
-    EXPECT_EQ(empty.exitCode, 1);
-    EXPECT_EQ(veskWithKeyring({"key", "set", "mistral"}, key).exitCode, 2);
+    ASSERT_EQ(vesk({"key", "remove", "openai"}).exitCode, 0);
+    EXPECT_EQ(vesk({"key", "status"}).out, "openai: no key\nanthropic: no key\n");
+    EXPECT_EQ(vesk({"key", "set", "anthropic"}, "\n").exitCode, 1);
+    EXPECT_EQ(vesk({"key", "set", "mistral"}, key).exitCode, 2);
 }
 
-TEST_F(CommandLineTest, SuccessfulCorrectionsAreKeptInTheHistory)
+TEST_F(CommandLineTest, CorrectsThroughOpenAIAndKeepsSuccessesInTheHistory)
 {
     EXPECT_EQ(vesk({"history", "--json"}).out, "[]\n");
-    EXPECT_TRUE(historyLines().empty());
-    ASSERT_EQ(correctThroughServer({}, {"The", " cat", " sat."}, "teh cat sat").exitCode, 0);
+    const ProcessResult first = correctThroughServer({"--json"}, {"The", " cat", " sat."}, "teh cat sat");
+    ASSERT_EQ(first.exitCode, 0) << first.err;
+    const Json out = Json::parse(first.out);
+    EXPECT_EQ(out["corrected"], "The cat sat.");
+    EXPECT_EQ(out["changes"][0]["replacement"], "The");
+    EXPECT_EQ(out["usage"], Json::parse(R"({"promptTokens":78,"completionTokens":9})"));
+    const auto request = m_server.requests().at(0);
+    EXPECT_EQ(request.target, "/v1/chat/completions");
+    EXPECT_EQ(request.header("Authorization"), std::string("Bearer ") + openAIKey);
+    EXPECT_EQ(Json::parse(request.body)["messages"][1]["content"], PromptBuilder::userMessage("teh cat sat"));
+
     ASSERT_EQ(correctThroughServer({"--no-history"}, {"Not kept."}, "not kep").exitCode, 0);
     m_server.enqueue(ScriptedResponse::text(401, "application/json", streams::openAIErrorBody("bad key")));
     ASSERT_EQ(vesk({"correct", "--endpoint", m_server.url("")}, "failed").exitCode, 1);
     const ProcessResult second = correctThroughServer({"--json", "--tone", "friendly", "--model", "gpt-4.1"},
                                                       {"Café\tcrème,\nplease."}, "cafe creme\nplease");
     ASSERT_EQ(second.exitCode, 0) << second.err;
-    EXPECT_EQ(Json::parse(second.out)["corrected"], "Café\tcrème,\nplease.") << "the output is unchanged";
 
     Json records = Json::parse(vesk({"history", "--json"}).out);
     ASSERT_EQ(records.size(), 2U) << records.dump(2);
     EXPECT_EQ(records[0]["corrected"], "Café\tcrème,\nplease.");
     EXPECT_EQ(records[0]["toneRaw"], "friendly");
-    const std::string date = records[1]["date"];
-    EXPECT_TRUE(std::regex_match(date, std::regex(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)"))) << date;
-    EXPECT_DOUBLE_EQ(records[1]["estimatedCost"].get<double>(), 78 * 0.15e-6 + 9 * 0.60e-6);
+    EXPECT_TRUE(std::regex_match(records[1]["date"].get<std::string>(),
+                                 std::regex(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)")));
     records[1].erase("date");
-    records[1]["estimatedCost"] = 0;
+    records[1].erase("estimatedCost");
     EXPECT_EQ(records[1], Json::parse(R"({"providerRaw":"openai","model":"gpt-4o-mini","original":"teh cat sat",)"
                                       R"("corrected":"The cat sat.","promptTokens":78,"completionTokens":9,)"
-                                      R"("estimatedCost":0,"changeCount":2,"sourceApp":"Command line",)"
+                                      R"("changeCount":2,"sourceApp":"Command line",)"
                                       R"("strengthRaw":"grammarSpelling","toneRaw":"preserve"})"));
 
     const std::vector<std::string> lines = historyLines();
@@ -347,10 +294,9 @@ TEST_F(CommandLineTest, SuccessfulCorrectionsAreKeptInTheHistory)
     ASSERT_TRUE(std::regex_match(lines[0], fields, line)) << lines[0];
     EXPECT_TRUE(fields[1].str().ends_with("\tgpt-4.1\tCafé crème, please.")) << "one line, white space collapsed";
 
-    EXPECT_EQ(historyLines({"--search", "  CAFE "}).size(), 1U) << "trimmed, case and accents ignored";
-    EXPECT_EQ(historyLines({"--search=command line"}).size(), 2U) << "the source label matches";
-    EXPECT_TRUE(historyLines({"--search", "not kept"}).empty());
-    EXPECT_EQ(Json::parse(vesk({"history", "--json", "--search", "sat"}).out).size(), 1U);
+    // How a search matches is the record's business (core tests); here: both options reach it.
+    EXPECT_EQ(historyLines({"--search", "  CAFE "}).size(), 1U);
+    EXPECT_EQ(Json::parse(vesk({"history", "--json", "--search=sat"}).out).size(), 1U);
 }
 
 TEST_F(CommandLineTest, AnUnusableHistoryNeverFailsTheCorrection)
@@ -449,8 +395,7 @@ TEST_F(CommandLineTest, FilesAndFoldersAreTheUsersAlone)
     for (const char* folder : {"data", "data/Vesk", "data/Vesk/vesk", "config/Vesk"}) {
         EXPECT_EQ(mode(folder), 0700U) << folder;
     }
-    EXPECT_EQ(mode("data/Vesk/vesk/history.sqlite3"), 0600U);
-    EXPECT_EQ(mode("config/Vesk/vesk.conf"), 0600U);
+    EXPECT_EQ(mode("config/Vesk/vesk.conf"), 0600U) << "the history file's own mode is HistoryStoreTest's";
 }
 
 // A running correction may not leave a core dump: the limit is 0 whatever the shell allowed.
@@ -472,11 +417,8 @@ TEST_F(CommandLineTest, ARunningCorrectionDumpsNoCore)
         const auto at = text.indexOf("Max core file size");
         return text.mid(at, text.indexOf('\n', at) - at).simplified();
     };
-    QByteArray limit;
-    for (int i = 0; i < 100 && (limit = coreLimit()) != "Max core file size 0 0 bytes"; ++i) {
-        QThread::msleep(20);
-    }
-    EXPECT_EQ(limit, "Max core file size 0 0 bytes");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return coreLimit() == "Max core file size 0 0 bytes"; }, 2000))
+        << coreLimit().toStdString();
     if (geteuid() != 0) {
         EXPECT_EQ(QFileInfo(proc + QStringLiteral("environ")).ownerId(), 0U) << "not dumpable: /proc belongs to root";
     }

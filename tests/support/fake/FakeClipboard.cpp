@@ -7,11 +7,6 @@ std::optional<QString> FakeClipboard::text()
     if (m_contents.kind == ClipboardContents::Kind::strings) {
         return m_contents.strings.join(u'\n');
     }
-    for (const auto& [format, bytes] : std::as_const(m_contents.formats)) {
-        if (format == QLatin1String("text/plain") || format.startsWith(QLatin1String("text/plain;"))) {
-            return QString::fromUtf8(bytes);
-        }
-    }
     return std::nullopt;
 }
 

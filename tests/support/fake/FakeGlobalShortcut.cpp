@@ -19,13 +19,6 @@ bool FakeGlobalShortcut::setShortcut(const QString& name, const std::optional<Ke
     return true;
 }
 
-void FakeGlobalShortcut::press(const QString& name)
-{
-    if (!m_paused && m_registered.contains(name)) {
-        emit pressed(name);
-    }
-}
-
 std::optional<KeyCombination> FakeGlobalShortcut::registered(const QString& name) const
 {
     const auto found = m_registered.constFind(name);

@@ -1,6 +1,6 @@
 #pragma once
 
-// Global shortcuts for tests: the test presses them, and can say which keys are taken.
+// Global shortcuts for tests: what is registered, and which keys another program holds.
 
 #include "app/platform/GlobalShortcut.h"
 
@@ -21,8 +21,6 @@ public:
 
     // Another program holds `combination`: registering it fails.
     void setTaken(const KeyCombination& combination) { m_taken.append(combination); }
-    // Presses the name's keys as the user would; nothing happens while paused or unregistered.
-    void press(const QString& name);
 
     [[nodiscard]] std::optional<KeyCombination> registered(const QString& name) const;
     [[nodiscard]] bool isPaused() const { return m_paused; }

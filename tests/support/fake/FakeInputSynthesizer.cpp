@@ -24,14 +24,13 @@ bool FakeInputSynthesizer::post(Keystroke stroke, const std::optional<WindowRef>
     return true;
 }
 
-void FakeInputSynthesizer::copiesSelection(FakeClipboard& clipboard, std::optional<QString> selection,
-                                           std::chrono::milliseconds delay)
+void FakeInputSynthesizer::copiesSelection(FakeClipboard& clipboard, std::optional<QString> selection)
 {
-    m_reaction = [this, target = QPointer<FakeClipboard>(&clipboard), selection, delay](const PostedStroke& posted) {
+    m_reaction = [this, target = QPointer<FakeClipboard>(&clipboard), selection](const PostedStroke& posted) {
         if (posted.stroke != Keystroke::copy || !selection) {
             return;
         }
-        QTimer::singleShot(delay, &m_timers, [target, selection] {
+        QTimer::singleShot(5, &m_timers, [target, selection] {
             if (target) {
                 target->setText(*selection);
             }

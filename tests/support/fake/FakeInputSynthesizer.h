@@ -6,7 +6,6 @@
 
 #include <QList>
 #include <QObject>
-#include <chrono>
 
 namespace vesk::app {
 
@@ -20,23 +19,20 @@ public:
         Keystroke stroke;
         std::optional<WindowRef> target;
     };
-    // Called for every stroke that is posted, after it is recorded.
-    using Reaction = std::function<void(const PostedStroke&)>;
 
     bool canPostInput() const override { return m_canPostInput; }
     void whenModifiersReleased(std::function<void()> ready) override;
     bool post(Keystroke stroke, const std::optional<WindowRef>& target) override;
 
     void setCanPostInput(bool canPost) { m_canPostInput = canPost; }
-    // A target application that copies `selection` to `clipboard` `delay` after each copy stroke; with no
+    // A target application that copies `selection` to `clipboard` shortly after each copy stroke; with no
     // selection it ignores the stroke, as an application with nothing selected does.
-    void copiesSelection(FakeClipboard& clipboard, std::optional<QString> selection,
-                         std::chrono::milliseconds delay = std::chrono::milliseconds(5));
+    void copiesSelection(FakeClipboard& clipboard, std::optional<QString> selection);
     [[nodiscard]] const QList<PostedStroke>& posted() const { return m_posted; }
 
 private:
     bool m_canPostInput = true;
-    Reaction m_reaction;
+    std::function<void(const PostedStroke&)> m_reaction; // plays the target application's part
     QList<PostedStroke> m_posted;
     QObject m_timers;
 };
