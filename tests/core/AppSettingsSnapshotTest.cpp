@@ -1,3 +1,6 @@
+// The settings document: the correction settings decode strictly (one bad value fails them as a whole), the
+// app's settings around them lose only the value they can't use and keep it for the next write.
+
 #include "core/AppSettingsSnapshot.h"
 
 #include "support/ParamName.h"
@@ -9,41 +12,31 @@ namespace {
 
 using test::operator<<;
 
-const char* const correctionJson = R"({"strength":"grammarSpelling","tone":"preserve","language":"auto",)"
+const std::string correctionJson = R"({"strength":"grammarSpelling","tone":"preserve","language":"auto",)"
                                    R"("meaningLock":true,"preserveFormatting":true,"customInstructions":""})";
 
 // A document with every field understood: Anthropic, a model, a local endpoint, review off.
 Json goodDocument()
 {
-    return Json::parse(std::string(R"({"selectedProvider":"anthropic","models":{"anthropic":"claude-sonnet-4-6"},)") +
-                       R"("correction":)" + correctionJson +
+    return Json::parse(R"({"selectedProvider":"anthropic","models":{"anthropic":"claude-sonnet-4-6"},"correction":)" +
+                       correctionJson +
                        R"(,"hasOnboarded":true,"reviewBeforeReplacing":false,)"
                        R"("endpoints":{"openai":"http://127.0.0.1:8080"}})");
 }
 
-AppSettingsSnapshot goodSnapshot()
+TEST(AppSettingsSnapshot, EncodesEveryFieldInOrderAndEndpointsOnlyWhenSet)
 {
-    AppSettingsSnapshot s;
-    s.selectedProvider = ProviderID::anthropic;
-    s.models[ProviderID::anthropic] = "claude-sonnet-4-6";
-    s.hasOnboarded = true;
-    s.reviewBeforeReplacing = false;
-    s.endpoints[ProviderID::openai] = "http://127.0.0.1:8080";
-    return s;
-}
-
-TEST(AppSettingsSnapshot, EncodesEveryFieldAndEndpointsOnlyWhenSet)
-{
-    AppSettingsSnapshot s;
-    s.selectedProvider = ProviderID::anthropic;
-    s.models[ProviderID::anthropic] = "claude-sonnet-4-6";
-    EXPECT_EQ(toJson(s).dump(), std::string(R"({"selectedProvider":"anthropic","models":{"anthropic":)") +
-                                    R"("claude-sonnet-4-6"},"correction":)" + correctionJson +
-                                    R"(,"hasOnboarded":false,"reviewBeforeReplacing":true})");
+    AppSettingsSnapshot good;
+    good.selectedProvider = ProviderID::anthropic;
+    good.models[ProviderID::anthropic] = "claude-sonnet-4-6";
+    good.hasOnboarded = true;
+    good.reviewBeforeReplacing = false;
+    good.endpoints[ProviderID::openai] = "http://127.0.0.1:8080";
+    EXPECT_EQ(toJson(good), goodDocument());
     const AppSettingsDecoding back = decodeAppSettings(goodDocument());
-    EXPECT_EQ(back.snapshot, goodSnapshot());
-    EXPECT_TRUE(back.notUnderstood.empty());
-    EXPECT_TRUE(back.warnings.empty());
+    EXPECT_EQ(back.snapshot, good);
+    EXPECT_TRUE(back.notUnderstood.empty() && back.warnings.empty());
+    EXPECT_FALSE(toJson(AppSettingsSnapshot{}).contains("endpoints"));
     EXPECT_EQ(decodeAppSettings(Json::object()).snapshot, AppSettingsSnapshot{}) << "every field is optional";
 }
 
@@ -55,56 +48,44 @@ struct FlawCase
     bool warned; // a value replaced by its default is warned about; an entry kept aside is not
 };
 
-class AppSettingsFlaw : public ::testing::TestWithParam<FlawCase>
-{
-};
+using AppSettingsFlaw = ::testing::TestWithParam<FlawCase>;
 
-// One value this version can't use costs that value alone; every other field is read as usual.
-TEST_P(AppSettingsFlaw, FallsBackAloneAndIsKeptWhenStored)
+// One value this version can't use costs what leaving it out would cost, and is written back as it was.
+TEST_P(AppSettingsFlaw, CostsThatValueAloneAndIsKeptWhenStored)
 {
     const FlawCase& flaw = GetParam();
+    const Json::json_pointer pointer(flaw.pointer);
     Json document = goodDocument();
-    document[Json::json_pointer(flaw.pointer)] = flaw.value;
-    const AppSettingsDecoding decoded = decodeAppSettings(document);
-
-    AppSettingsSnapshot expected = goodSnapshot();
-    const std::string pointer = flaw.pointer;
-    if (pointer == "/selectedProvider") {
-        expected.selectedProvider = ProviderID::openai;
-    } else if (pointer.starts_with("/models")) {
-        expected.models.clear();
-    } else if (pointer.starts_with("/correction")) {
-        expected.correction = {};
-    } else if (pointer == "/hasOnboarded") {
-        expected.hasOnboarded = false;
-    } else if (pointer.starts_with("/endpoints/openai") || pointer == "/endpoints") {
-        expected.endpoints.clear();
+    Json without = document;
+    if (without.contains(pointer)) {
+        without[pointer.parent_pointer()].erase(pointer.back());
     }
-    EXPECT_EQ(decoded.snapshot, expected);
-    EXPECT_EQ(decoded.notUnderstood, std::vector<std::string>{pointer});
+    document[pointer] = flaw.value;
+    const AppSettingsDecoding decoded = decodeAppSettings(document);
+    EXPECT_EQ(decoded.snapshot, decodeAppSettings(without).snapshot);
+    EXPECT_EQ(decoded.notUnderstood, std::vector<std::string>{flaw.pointer});
     EXPECT_EQ(decoded.warnings.size(), flaw.warned ? 1U : 0U);
 
-    // Stored again after an unrelated change, the value is written back as it was.
     AppSettingsSnapshot changed = decoded.snapshot;
     changed.reviewBeforeReplacing = true;
     const Json stored = storedAppSettings(document, decoded, changed);
-    EXPECT_EQ(stored.at(Json::json_pointer(pointer)), flaw.value);
+    EXPECT_EQ(stored.at(pointer), flaw.value);
     EXPECT_EQ(decodeAppSettings(stored).snapshot, changed);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, AppSettingsFlaw,
-    ::testing::Values(FlawCase{"UnknownProvider", "/selectedProvider", "mistral", true},
-                      FlawCase{"ProviderNotAString", "/selectedProvider", 5, true},
-                      FlawCase{"ModelsNotAnObject", "/models", "x", true},
-                      FlawCase{"ModelNotAString", "/models/anthropic", Json::array(), true},
-                      FlawCase{"UnknownTone", "/correction/tone", "loud", true},
-                      FlawCase{"CorrectionNotAnObject", "/correction", 1, true},
-                      FlawCase{"SwitchNotABoolean", "/hasOnboarded", "yes", true},
-                      FlawCase{"EndpointsNotAnObject", "/endpoints", Json::array(), true},
-                      FlawCase{"EndpointUnderAnUnknownProvider", "/endpoints/gemini", "http://x", false},
-                      FlawCase{"KeyOfANewerVersion", "/theme", "dark", false}),
-    test::ParamName());
+INSTANTIATE_TEST_SUITE_P(Cases, AppSettingsFlaw,
+                         ::testing::Values(FlawCase{"UnknownProvider", "/selectedProvider", "mistral", true},
+                                           FlawCase{"ProviderNotAString", "/selectedProvider", 5, true},
+                                           FlawCase{"ModelsNotAnObject", "/models", "x", true},
+                                           FlawCase{"ModelNotAString", "/models/anthropic", Json::array(), true},
+                                           FlawCase{"UnknownTone", "/correction/tone", "loud", true},
+                                           FlawCase{"CorrectionNotAnObject", "/correction", 1, true},
+                                           FlawCase{"SwitchNotABoolean", "/hasOnboarded", "yes", true},
+                                           FlawCase{"EndpointsNotAnObject", "/endpoints", Json::array(), true},
+                                           FlawCase{"EndpointUnderAnUnknownProvider", "/endpoints/gemini", "http://x",
+                                                    false},
+                                           FlawCase{"KeyOfANewerVersion", "/theme", "dark", false}),
+                         test::ParamName());
 
 TEST(AppSettingsSnapshot, AChangedSettingReplacesWhatWasNotUnderstood)
 {
@@ -117,19 +98,13 @@ TEST(AppSettingsSnapshot, AChangedSettingReplacesWhatWasNotUnderstood)
     EXPECT_FALSE(appSettingsFromJson(Json::array()));
 }
 
-struct EndpointCase
-{
-    const char* url;
-    const char* problem; // part of the reason, or empty when the address is fine
-};
-
 TEST(AppSettingsSnapshot, EndpointsAreBaseAddresses)
 {
-    const EndpointCase cases[] = {
+    // Each address with part of the reason it is refused, or nothing when it is fine.
+    const std::pair<const char*, const char*> cases[] = {
         {"http://localhost:11434", ""},
         {"https://gateway.example/openai/v1", ""},
         {"HTTP://[::1]:8080/", ""},
-        {"localhost:11434", "http:// or https://"},
         {"ftp://example.com", "http:// or https://"},
         {"not a url", "space"},
         {"http://", "no host"},
@@ -142,14 +117,61 @@ TEST(AppSettingsSnapshot, EndpointsAreBaseAddresses)
         {"http://localhost:80a", "port"},
         {"http://[::1:8080", "IPv6"},
     };
-    for (const EndpointCase& c : cases) {
-        const auto problem = endpointProblem(c.url);
-        if (*c.problem == '\0') {
-            EXPECT_EQ(problem, std::nullopt) << c.url;
-        } else {
-            EXPECT_NE(problem.value_or("").find(c.problem), std::string::npos) << c.url << ": " << problem.value_or("");
-        }
+    for (const auto& [url, reason] : cases) {
+        const std::string problem = endpointProblem(url).value_or("");
+        EXPECT_TRUE(*reason == '\0' ? problem.empty() : problem.find(reason) != std::string::npos)
+            << url << ": " << problem;
     }
+}
+
+struct BadSettings
+{
+    const char* name;
+    const char* key;
+    Json value; // replaces the key's value; a null Json removes the key
+    const char* error;
+};
+
+using StrictDecoding = ::testing::TestWithParam<BadSettings>;
+
+TEST_P(StrictDecoding, FailsTheCorrectionSettingsAsAWhole)
+{
+    Json json = Json::parse(correctionJson);
+    if (GetParam().value.is_null()) {
+        json.erase(GetParam().key);
+    } else {
+        json[GetParam().key] = GetParam().value;
+    }
+    const auto decoded = correctionSettingsFromJson(json);
+    ASSERT_FALSE(decoded);
+    EXPECT_EQ(decoded.error(), GetParam().error);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    CorrectionSettings, StrictDecoding,
+    ::testing::Values(
+        BadSettings{"MissingInstructions", "customInstructions", nullptr, "missing key \"customInstructions\""},
+        BadSettings{"MissingStrength", "strength", nullptr, "missing key \"strength\""},
+        BadSettings{"CapitalisedTone", "tone", "Professional", "\"tone\" has an unknown value"},
+        BadSettings{"NumberForSwitch", "meaningLock", 1, "\"meaningLock\" is not a Boolean"},
+        BadSettings{"NumberForInstructions", "customInstructions", 3, "\"customInstructions\" is not a string"},
+        BadSettings{"WrongCaseLanguage", "language", "Auto", "\"language\" has an unknown value"}),
+    test::ParamName{});
+
+TEST(CorrectionSettings, DecodesWhatItEncodesWhateverTheKeyOrder)
+{
+    const CorrectionSettings settings{
+        CorrectionStrength::fullRewrite, Tone::concise, LanguageMode::englishUK, false, false, "  keep names\n"};
+    const Json encoded = toJson(settings);
+    Json shuffled = {{"extra", 1}};
+    for (const char* key :
+         {"customInstructions", "preserveFormatting", "meaningLock", "language", "tone", "strength"}) {
+        shuffled[key] = encoded.at(key);
+    }
+    const auto decoded = correctionSettingsFromJson(shuffled);
+    ASSERT_TRUE(decoded) << decoded.error();
+    EXPECT_EQ(*decoded, settings);
+    EXPECT_FALSE(correctionSettingsFromJson(Json::array()));
 }
 
 } // namespace

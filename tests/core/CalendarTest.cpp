@@ -4,7 +4,6 @@
 #include "support/ParamName.h"
 
 #include <climits>
-#include <gtest/gtest.h>
 
 namespace vesk {
 namespace {
@@ -38,8 +37,6 @@ INSTANTIATE_TEST_SUITE_P(
                             at(2026y / March / 10, 12h, -4h), -7, at(2026y / March / 3, 12h, -5h)},
                     DaysRow{"WeekBackOverNewYorkFallBackIs169Hours", "America/New_York",
                             at(2026y / November / 3, 12h, -5h), -7, at(2026y / October / 27, 12h, -4h)},
-                    DaysRow{"DayForwardOverSpringForwardIs23Hours", "America/New_York", at(2026y / March / 7, 12h, -5h),
-                            1, at(2026y / March / 8, 12h, -4h)},
                     DaysRow{"WeekBackOverLeapDay", "UTC", at(2028y / March / 3, 8h, 0h), -7,
                             at(2028y / February / 25, 8h, 0h)},
                     DaysRow{"KeepsFractionsOfAMillisecond", "UTC", at(2026y / January / 15, 0h, 0h) + 123'456'789ns, -7,
@@ -103,7 +100,7 @@ TEST_P(SameMonth, ComparesMonthYearAndEra)
     EXPECT_EQ(pinned("Asia/Tokyo", row.locale).sameMonth(row.a, row.b), row.expected);
 }
 
-// Tokyo (UTC+9) has no DST. The Hebrew year 5787 begins on 12 September 2026; Heisei began on
+// Tokyo (UTC+9) has no DST. The Hebrew month Tishrei begins on 12 September 2026; Heisei began on
 // 8 January 1989.
 INSTANTIATE_TEST_SUITE_P(
     Calendar, SameMonth,
@@ -115,21 +112,14 @@ INSTANTIATE_TEST_SUITE_P(
                              at(2027y / January / 10, 12h, 9h), false},
                     MonthRow{"GregorianSeptemberSpansTwoHebrewMonths", "en_US@calendar=hebrew",
                              at(2026y / September / 11, 12h, 9h), at(2026y / September / 12, 12h, 9h), false},
-                    MonthRow{"HebrewMonthSpansTwoGregorianMonths", "en_US@calendar=hebrew",
-                             at(2026y / September / 12, 12h, 9h), at(2026y / October / 11, 12h, 9h), true},
                     MonthRow{"NewEraSplitsAJapaneseMonth", "ja_JP@calendar=japanese", at(1989y / January / 7, 12h, 9h),
                              at(1989y / January / 8, 12h, 9h), false}),
     test::ParamName{});
 
-TEST(Calendar, RejectsAnUnknownTimeZone)
+TEST(Calendar, CopiesOutliveTheOriginalAndAnUnknownZoneIsRefused)
 {
-    const auto calendar = Calendar::create("Mars/Olympus_Mons");
-    ASSERT_FALSE(calendar.hasValue());
-    EXPECT_EQ(calendar.error(), "unknown time zone \"Mars/Olympus_Mons\"");
-}
-
-TEST(Calendar, CopiesOutliveTheOriginal)
-{
+    const auto mars = Calendar::create("Mars/Olympus_Mons");
+    EXPECT_EQ(mars.hasValue() ? "" : mars.error(), "unknown time zone \"Mars/Olympus_Mons\"");
     auto original = std::make_unique<Calendar>(pinned("America/New_York"));
     Calendar assigned = pinned("UTC");
     const Calendar copied(*original);
