@@ -52,9 +52,6 @@ TEST(CorrectionRecord, LabelsForUnknownAndMissingValues)
     EXPECT_EQ(r.settingsLabel(), std::nullopt) << "no tone";
     r.toneRaw = "Formal";
     EXPECT_EQ(r.settingsLabel(), std::nullopt) << "unknown tone";
-    EXPECT_EQ(historyformat::title(r), "Untitled correction");
-    EXPECT_EQ(historyformat::sourceLine(r), "From Write");
-    EXPECT_EQ(r.fixesLabel(), "0 fixes");
     r.changeCount = 1;
     EXPECT_EQ(r.fixesLabel() + ", " + r.changesLabel(), "1 fix, 1 change");
     r.changeCount = 3;
@@ -98,7 +95,6 @@ TEST(HistoryFormat, CostsTokensAndCounts)
     EXPECT_EQ(historyformat::costLabel(1234.5), "$1234.50");
     EXPECT_EQ(historyformat::tokensLabel(1234567, "de_DE"), "1.234.567 tokens");
     EXPECT_EQ(historyformat::countLabel(1), "1 correction");
-    EXPECT_EQ(historyformat::countLabel(0), "0 corrections");
     EXPECT_EQ(historyformat::clearMessage(1), "This permanently removes all 1 saved corrections.");
 }
 
