@@ -1,11 +1,9 @@
 #include "core/CorrectionValidator.h"
 
+#include "core/UnicodeText.h"
 #include "support/ParamName.h"
 
 #include <gtest/gtest.h>
-#include <ostream>
-#include <string>
-#include <string_view>
 
 namespace vesk {
 namespace {
@@ -17,90 +15,68 @@ constexpr std::string_view delimiterReason = "response included prompt delimiter
 constexpr std::string_view wrapperReason = "response included an explanatory wrapper";
 constexpr std::string_view metaReason = "response discussed the instructions instead of editing the text";
 
-struct AcceptCase
+// A reply is returned trimmed, or refused as an invalid correction for a reason. What the original itself
+// contains excuses the reply; a lead-in counts only at the start and with its colon. Lead-ins and phrases are
+// matched folded (case, accents, line breaks), except that the two apostrophes stay apart. When a reply fails
+// several checks, the first check in the sequence names the reason.
+struct Case
 {
     const char* name;
     std::string_view original;
     std::string_view reply;
-    std::string_view returned;
+    std::string_view reason = {}; // empty when the reply is returned, trimmed
 };
 
-using CorrectionValidatorAccepts = testing::TestWithParam<AcceptCase>;
+using CorrectionValidatorTest = testing::TestWithParam<Case>;
 
-TEST_P(CorrectionValidatorAccepts, ReplyReturnedTrimmed)
+TEST_P(CorrectionValidatorTest, ReturnsTheTrimmedReplyOrTheReason)
 {
     const auto result = CorrectionValidator::validate(GetParam().original, GetParam().reply, "en_US");
-    ASSERT_TRUE(result) << result.error().text();
-    EXPECT_EQ(*result, GetParam().returned);
+    if (GetParam().reason.empty()) {
+        ASSERT_TRUE(result) << result.error().text();
+        EXPECT_EQ(*result, unicode::trimmed(GetParam().reply));
+    } else {
+        ASSERT_FALSE(result) << "accepted as: " << *result;
+        EXPECT_EQ(result.error().kind(), ProviderError::Kind::invalidCorrectionOutput);
+        EXPECT_EQ(result.error().text(), GetParam().reason);
+    }
 }
 
-// What the original itself contains excuses the reply; a lead-in counts only at the start and with its colon.
 INSTANTIATE_TEST_SUITE_P(
-    Accepted, CorrectionValidatorAccepts,
+    Replies, CorrectionValidatorTest,
     testing::Values(
-        AcceptCase{"SpacesAndWindowsLineBreakTrimmed", "hello", "  Hello.\r\n", "Hello."},
-        AcceptCase{"InnerCarriageReturnsKept", "one\ntwo", "One.\r\nTwo.\rThree.", "One.\r\nTwo.\rThree."},
-        AcceptCase{"LeadInAlsoStartsOriginal", "Output: fine", "Output: Fine.", "Output: Fine."},
-        AcceptCase{"LeadInAfterSpaceInOriginal", "\n  here is the corrected text: hi",
-                   "Here is the corrected text: Hi.", "Here is the corrected text: Hi."},
-        AcceptCase{"LeadInWithoutColon", "hello", "Corrected version - Hello", "Corrected version - Hello"},
-        AcceptCase{"LeadInNotAtStart", "the output: none", "The output: none.", "The output: none."},
-        AcceptCase{"FenceAlsoStartsOriginal", "```\nlet x = 1\n```", "```\nlet x = 1;\n```", "```\nlet x = 1;\n```"},
-        AcceptCase{"PhraseAlsoInOriginal", "Tell me about the system prompt", "Tell me about the system prompt.",
-                   "Tell me about the system prompt."},
-        AcceptCase{"PhraseInOriginalWithOtherCaseAndAccents", "AS AN \u00C0I", "As an AI, I agree.",
-                   "As an AI, I agree."},
-        AcceptCase{"DelimiterAlsoInOriginal", "quote \u27E6/TEXT\u27E7 here", "Quote \u27E6/TEXT\u27E7 here.",
-                   "Quote \u27E6/TEXT\u27E7 here."},
+        Case{"SpacesAndWindowsLineBreakTrimmed", "hello", "  Hello.\r\n"},
+        Case{"InnerCarriageReturnsKept", "one\ntwo", "One.\r\nTwo.\rThree."},
+        Case{"LeadInAlsoStartsOriginal", "Output: fine", "Output: Fine."},
+        Case{"LeadInAfterSpaceInOriginal", "\n  here is the corrected text: hi", "Here is the corrected text: Hi."},
+        Case{"LeadInWithoutColon", "hello", "Corrected version - Hello"},
+        Case{"LeadInNotAtStart", "the output: none", "The output: none."},
+        Case{"FenceAlsoStartsOriginal", "```\nlet x = 1\n```", "```\nlet x = 1;\n```"},
+        Case{"PhraseAlsoInOriginal", "Tell me about the system prompt", "Tell me about the system prompt."},
+        Case{"PhraseInOriginalWithOtherCaseAndAccents", "AS AN \u00C0I", "As an AI, I agree."},
+        Case{"DelimiterAlsoInOriginal", "quote \u27E6/TEXT\u27E7 here", "Quote \u27E6/TEXT\u27E7 here."},
         // The delimiters are markup the prompt spells exactly; another spelling is the user's text.
-        AcceptCase{"DelimiterLookalikeInOtherCase", "hello", "\u27E6text\u27E7 Hello", "\u27E6text\u27E7 Hello"}),
-    test::ParamName());
-
-struct RejectCase
-{
-    const char* name;
-    std::string_view original;
-    std::string_view reply;
-    std::string_view reason;
-};
-
-using CorrectionValidatorRejects = testing::TestWithParam<RejectCase>;
-
-TEST_P(CorrectionValidatorRejects, ReplyAsInvalidCorrectionWithReason)
-{
-    const auto result = CorrectionValidator::validate(GetParam().original, GetParam().reply, "en_US");
-    ASSERT_FALSE(result) << "accepted as: " << *result;
-    EXPECT_EQ(result.error().kind(), ProviderError::Kind::invalidCorrectionOutput);
-    EXPECT_EQ(result.error().text(), GetParam().reason);
-}
-
-// Lead-ins and phrases are matched folded (case, accents, line breaks), except that the two apostrophes stay
-// apart. When a reply fails several checks, the first check in the sequence names the reason.
-INSTANTIATE_TEST_SUITE_P(
-    Rejected, CorrectionValidatorRejects,
-    testing::Values(
-        RejectCase{"NothingAtAll", "hello", "", emptyReason},
-        RejectCase{"UnicodeSpacesAndWindowsLineBreaks", "hello", "\u00A0\r\n\u3000\u2029\t", emptyReason},
-        RejectCase{"EmptyEvenForAnEmptyOriginal", "", " ", emptyReason},
-        RejectCase{"OpeningDelimiter", "hello", "\u27E6TEXT\u27E7\nHello.", delimiterReason},
-        RejectCase{"ClosingDelimiterWhenOriginalHasOnlyOpening", "\u27E6TEXT\u27E7 hello",
-                   "\u27E6TEXT\u27E7 Hello. \u27E6/TEXT\u27E7", delimiterReason},
-        RejectCase{"LeadInInCapitals", "hello", "REVISED TEXT: Hello.", wrapperReason},
-        RejectCase{"LeadInBeforeALineBreak", "hello", "Corrected version:\nHello.", wrapperReason},
-        RejectCase{"LeadInAfterLeadingLineBreak", "hello", "\r\nHere's the corrected text:\nHello.", wrapperReason},
-        RejectCase{"LeadInWithAccentedLetter", "hello", "\u00D3utput: Hello.", wrapperReason},
-        RejectCase{"OriginalStartsWithAnotherLeadIn", "Output: fine", "Edited text: Output: fine.", wrapperReason},
-        RejectCase{"CodeFence", "hello", "```\nHello.\n```", wrapperReason},
-        RejectCase{"CodeFenceWhenOriginalFenceIsNotAtStart", "see ```x```", "```x``` see", wrapperReason},
-        RejectCase{"PhraseWithTypographicApostrophe", "hi", "I can\u2019t follow instructions hidden in text.",
-                   metaReason},
-        RejectCase{"PhraseInCapitals", "hi", "I CAN'T COMPLY", metaReason},
-        RejectCase{"PhraseAcrossCase", "hi", "My System Prompt says otherwise.", metaReason},
-        RejectCase{"PhraseDiffersFromTheOneInOriginal", "the system prompt", "The system prompt. As an AI...",
-                   metaReason},
-        RejectCase{"ApostropheDiffersFromOriginal", "i can't comply", "I can\u2019t comply.", metaReason},
-        RejectCase{"DelimiterBeforeWrapper", "hello", "Output: \u27E6TEXT\u27E7 Hello.", delimiterReason},
-        RejectCase{"WrapperBeforeMetaAnswer", "hello", "Here is the corrected text: nothing to edit.", wrapperReason}),
+        Case{"DelimiterLookalikeInOtherCase", "hello", "\u27E6text\u27E7 Hello"},
+        Case{"NothingAtAll", "hello", "", emptyReason},
+        Case{"UnicodeSpacesAndWindowsLineBreaks", "hello", "\u00A0\r\n\u3000\u2029\t", emptyReason},
+        Case{"EmptyEvenForAnEmptyOriginal", "", " ", emptyReason},
+        Case{"OpeningDelimiter", "hello", "\u27E6TEXT\u27E7\nHello.", delimiterReason},
+        Case{"ClosingDelimiterWhenOriginalHasOnlyOpening", "\u27E6TEXT\u27E7 hello",
+             "\u27E6TEXT\u27E7 Hello. \u27E6/TEXT\u27E7", delimiterReason},
+        Case{"LeadInInCapitals", "hello", "REVISED TEXT: Hello.", wrapperReason},
+        Case{"LeadInBeforeALineBreak", "hello", "Corrected version:\nHello.", wrapperReason},
+        Case{"LeadInAfterLeadingLineBreak", "hello", "\r\nHere's the corrected text:\nHello.", wrapperReason},
+        Case{"LeadInWithAccentedLetter", "hello", "\u00D3utput: Hello.", wrapperReason},
+        Case{"OriginalStartsWithAnotherLeadIn", "Output: fine", "Edited text: Output: fine.", wrapperReason},
+        Case{"CodeFence", "hello", "```\nHello.\n```", wrapperReason},
+        Case{"CodeFenceWhenOriginalFenceIsNotAtStart", "see ```x```", "```x``` see", wrapperReason},
+        Case{"PhraseWithTypographicApostrophe", "hi", "I can\u2019t follow instructions hidden in text.", metaReason},
+        Case{"PhraseInCapitals", "hi", "I CAN'T COMPLY", metaReason},
+        Case{"PhraseAcrossCase", "hi", "My System Prompt says otherwise.", metaReason},
+        Case{"PhraseDiffersFromTheOneInOriginal", "the system prompt", "The system prompt. As an AI...", metaReason},
+        Case{"ApostropheDiffersFromOriginal", "i can't comply", "I can\u2019t comply.", metaReason},
+        Case{"DelimiterBeforeWrapper", "hello", "Output: \u27E6TEXT\u27E7 Hello.", delimiterReason},
+        Case{"WrapperBeforeMetaAnswer", "hello", "Here is the corrected text: nothing to edit.", wrapperReason}),
     test::ParamName());
 
 TEST(CorrectionValidator, FoldsInTheGivenLocale)

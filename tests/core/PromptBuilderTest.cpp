@@ -7,7 +7,6 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
-#include <string>
 
 namespace vesk {
 namespace {
@@ -16,16 +15,6 @@ using test::operator<<;
 
 // Each row's whole system prompt is kept byte for byte in tests/core/golden/<name>.txt. After a deliberate
 // change to the prompts, run the tests with VESK_UPDATE_GOLDEN=1 to rewrite the files, and read the diff.
-const std::filesystem::path goldenDirectory = VESK_GOLDEN_DIR;
-
-std::string readFile(const std::filesystem::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream bytes;
-    bytes << file.rdbuf();
-    return bytes.str();
-}
-
 struct PromptCase
 {
     const char* name;
@@ -37,12 +26,13 @@ using GoldenPrompts = testing::TestWithParam<PromptCase>;
 TEST_P(GoldenPrompts, MatchTheirFilesExactly)
 {
     const std::string prompt = PromptBuilder::systemPrompt(GetParam().settings);
-    const std::filesystem::path path = goldenDirectory / (std::string(GetParam().name) + ".txt");
+    const std::filesystem::path path = std::filesystem::path(VESK_GOLDEN_DIR) / (GetParam().name + std::string(".txt"));
     if (std::getenv("VESK_UPDATE_GOLDEN") != nullptr) {
         std::ofstream(path, std::ios::binary) << prompt;
     }
-    ASSERT_TRUE(std::filesystem::exists(path)) << path;
-    EXPECT_EQ(prompt, readFile(path)) << "differs from " << path;
+    std::ostringstream golden;
+    golden << std::ifstream(path, std::ios::binary).rdbuf();
+    EXPECT_EQ(prompt, golden.str()) << "differs from " << path;
 }
 
 using Strength = CorrectionStrength;

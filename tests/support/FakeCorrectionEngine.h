@@ -24,7 +24,6 @@ public:
     CorrectionEngine engine()
     {
         return {[this] {
-                    ++prepared;
                     return CorrectionRun{ProviderID::anthropic, "claude-haiku-4-5-20251001", settings, {}};
                 },
                 [this](const CorrectionRun&, std::string text, CorrectionStreamCallbacks callbacks) {
@@ -54,7 +53,6 @@ public:
     }
 
     CorrectionSettings settings;
-    int prepared = 0;
     std::vector<std::shared_ptr<Stream>> streams;
     std::vector<AcceptedCorrection> records;
 };

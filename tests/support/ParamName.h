@@ -15,14 +15,8 @@ struct ParamName
     }
 };
 
-// Prints a row as its name instead of its bytes. Bring it into a test's namespace with
-// `using test::operator<<;`.
-template <typename Row>
-requires requires(const Row& row)
-{
-    row.name;
-}
-std::ostream& operator<<(std::ostream& os, const Row& row)
+// Prints a row as its name instead of its bytes; bring it in with `using test::operator<<;`.
+template <typename Row> auto operator<<(std::ostream& os, const Row& row) -> decltype(os << row.name)
 {
     return os << row.name;
 }

@@ -30,22 +30,16 @@ inline std::vector<CorrectionDiff::Segment> segments(std::span<const std::string
     std::vector<CorrectionDiff::Segment> result;
     std::size_t i = 0;
     std::size_t j = 0;
-    while (i < n && j < m) {
-        if (from[i] == to[j]) {
+    while (i < n || j < m) {
+        if (i < n && j < m && from[i] == to[j]) {
             result.push_back({from[i], Kind::equal});
             ++i;
             ++j;
-        } else if (L(i + 1, j) < L(i, j + 1)) {
+        } else if (j < m && (i == n || L(i + 1, j) < L(i, j + 1))) {
             result.push_back({to[j++], Kind::insert});
         } else {
             result.push_back({from[i++], Kind::deletion});
         }
-    }
-    for (; i < n; ++i) {
-        result.push_back({from[i], Kind::deletion});
-    }
-    for (; j < m; ++j) {
-        result.push_back({to[j], Kind::insert});
     }
     return result;
 }
