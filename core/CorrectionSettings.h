@@ -3,7 +3,6 @@
 // How a piece of text is to be corrected: strength, tone, language and three switches.
 
 #include "core/EnumCases.h"
-#include "core/Expected.h"
 #include "core/Json.h"
 
 #include <string>
@@ -92,9 +91,5 @@ struct CorrectionSettings
 
 // The keyed form: exactly the six keys, written in declaration order.
 Json toJson(const CorrectionSettings& settings);
-
-// Strict on purpose: every key is required with its exact type and raw value; the first missing key,
-// wrong type or unknown raw value fails the whole decode. Other keys are ignored.
-Expected<CorrectionSettings, std::string> correctionSettingsFromJson(const Json& json);
 
 } // namespace vesk
