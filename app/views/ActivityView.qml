@@ -1,24 +1,33 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // The Activity section: every correction newest first, searched on every keystroke, with the selected
-// one's details beside the list. Context: `activity` (HistoryListModel), `historyActions`, `home`.
+// one's details beside the list.
 Item {
     id: root
 
+    required property HomeModel home
+    required property HistoryListModel activity
+    required property HistoryActions historyActions
+
     property bool active: true
+    // The record selected in Activity, 0 for none (a qint64, which Qt 6.4's type files do not name).
+    // qmllint disable type
+    readonly property var selectedId: root.home.activitySelection
+    // qmllint enable type
     readonly property var selected: {
         // Re-read when the selection or the history changes.
-        activity.count
-        return home.activitySelection !== 0 ? activity.record(home.activitySelection) : ({})
+        root.activity.count
+        return root.selectedId !== 0 ? root.activity.record(root.selectedId) : ({})
     }
     readonly property bool hasSelection: selected.recordId !== undefined
 
     onActiveChanged: {
         if (active) {
-            activity.refreshTimes()
+            root.activity.refreshTimes()
             // Opening a record from the overview scrolls it into view.
-            const row = activity.rowOf(home.activitySelection)
+            const row = root.activity.rowOf(root.selectedId)
             if (row >= 0)
                 list.positionViewAtIndex(row, ListView.Contain)
         }
@@ -32,20 +41,20 @@ Item {
 
         Text {
             anchors.verticalCenter: parent.verticalCenter
-            text: activity.countText
+            text: root.activity.countText
             color: "#8e8e93"
             font.pixelSize: 12
         }
         LinkButton {
             text: "Clear"
-            enabled: activity.totalCount > 0
+            enabled: root.activity.totalCount > 0
             opacity: enabled ? 1 : 0.4
             onClicked: confirmClear.open()
         }
     }
 
     Column {
-        visible: activity.totalCount === 0
+        visible: root.activity.totalCount === 0
         anchors.centerIn: parent
         spacing: 10
 
@@ -62,18 +71,18 @@ Item {
             color: "#8e8e93"
             font.pixelSize: 13
         }
-        PillButton {
+        PushButton {
             anchors.horizontalCenter: parent.horizontalCenter
             text: "Write"
-            prominent: true
-            onClicked: home.selection = "composer"
+            primary: true
+            onClicked: root.home.selection = "composer"
         }
     }
 
     Item {
         id: listPane
 
-        visible: activity.totalCount > 0
+        visible: root.activity.totalCount > 0
         anchors.top: header.bottom
         anchors.topMargin: 14
         anchors.bottom: parent.bottom
@@ -89,8 +98,8 @@ Item {
             font.pixelSize: 13
             leftPadding: 10
             Accessible.name: "Search corrections"
-            text: activity.query
-            onTextEdited: activity.query = text
+            text: root.activity.query
+            onTextEdited: root.activity.query = text
             background: Rectangle {
                 radius: 7
                 color: "#232325"
@@ -108,22 +117,25 @@ Item {
             width: parent.width
             clip: true
             spacing: 2
-            model: activity
+            model: root.activity
             boundsBehavior: Flickable.StopAtBounds
             ScrollBar.vertical: ScrollBar {}
 
+            // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+            // qmllint disable unqualified
             delegate: HistoryRow {
+                id: activityRow
+
                 width: list.width
-                recordId: model.recordId
-                title: model.title
-                detail: model.fixes + " \u00B7 " + model.time
-                selected: model.recordId === home.activitySelection
-                onActivated: home.activitySelection = model.recordId
+                historyActions: root.historyActions
+                selected: activityRow.recordId === root.selectedId
+                onActivated: root.home.activitySelection = activityRow.recordId
             }
+            // qmllint enable unqualified
         }
 
         Text {
-            visible: activity.count === 0
+            visible: root.activity.count === 0
             anchors.horizontalCenter: list.horizontalCenter
             y: list.y + 30
             text: "No matching corrections"
@@ -135,7 +147,7 @@ Item {
     Rectangle {
         id: detailPane
 
-        visible: activity.totalCount > 0
+        visible: root.activity.totalCount > 0
         anchors.left: listPane.right
         anchors.leftMargin: 16
         anchors.right: parent.right
@@ -201,17 +213,17 @@ Item {
                 Row {
                     spacing: 8
 
-                    PillButton {
+                    PushButton {
                         text: "Copy"
-                        onClicked: historyActions.copyCorrection(home.activitySelection)
+                        onClicked: root.historyActions.copyCorrection(root.selectedId)
                     }
-                    PillButton {
+                    PushButton {
                         text: "Reuse"
-                        onClicked: historyActions.reuseCorrection(home.activitySelection)
+                        onClicked: root.historyActions.reuseCorrection(root.selectedId)
                     }
-                    PillButton {
+                    PushButton {
                         text: "Rerun original"
-                        onClicked: historyActions.rerunOriginal(home.activitySelection)
+                        onClicked: root.historyActions.rerunOriginal(root.selectedId)
                     }
                 }
             }
@@ -245,7 +257,7 @@ Item {
             font.weight: Font.DemiBold
         }
         contentItem: Text {
-            text: activity.clearMessage
+            text: root.activity.clearMessage
             wrapMode: Text.Wrap
             color: "#d1d1d6"
             font.pixelSize: 13
@@ -256,15 +268,15 @@ Item {
             rightPadding: 20
             bottomPadding: 20
 
-            PillButton {
+            PushButton {
                 text: "Clear"
                 destructive: true
                 onClicked: {
-                    historyActions.clearAll()
+                    root.historyActions.clearAll()
                     confirmClear.close()
                 }
             }
-            PillButton {
+            PushButton {
                 text: "Cancel"
                 onClicked: confirmClear.close()
             }

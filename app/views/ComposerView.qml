@@ -1,14 +1,16 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // The Write section: an editor, "Fix grammar", and the correction of the editor's text below it.
-// Context: `composer` (ComposerModel), `reduceMotion`.
 Item {
     id: root
 
+    required property ComposerModel composer
+
     // Only the visible section takes the keyboard shortcuts.
     property bool active: true
-    readonly property var session: composer.session
+    readonly property SessionModel session: root.composer.session
     readonly property string phase: session.isEditing ? "editing" : session.phase
     readonly property bool hasCorrection: phase === "result" || phase === "noChanges"
 
@@ -26,7 +28,7 @@ Item {
     Shortcut {
         enabled: root.active
         sequences: ["Ctrl+Return", "Ctrl+Enter"]
-        onActivated: composer.fixGrammar()
+        onActivated: root.composer.fixGrammar()
     }
     Shortcut {
         enabled: root.active && (root.phase === "reading" || root.phase === "writing")
@@ -70,8 +72,8 @@ Item {
             TextArea {
                 id: editor
 
-                text: composer.text
-                onTextChanged: composer.text = text
+                text: root.composer.text
+                onTextChanged: root.composer.text = text
                 placeholderText: "Type or paste text to fix"
                 placeholderTextColor: "#6e6e73"
                 Accessible.name: "Text to fix"
@@ -105,20 +107,20 @@ Item {
 
             anchors.verticalCenter: parent.verticalCenter
             width: counterWidth.width
-            text: composer.characterCountText
+            text: root.composer.characterCountText
             color: "#8e8e93"
             font.pixelSize: 12
         }
 
-        KeycapButton {
+        PushButton {
             id: fixButton
 
             anchors.right: parent.right
             primary: true
-            enabled: composer.canFix
+            enabled: root.composer.canFix
             text: "Fix grammar"
             hint: "Ctrl ↩"
-            onClicked: composer.fixGrammar()
+            onClicked: root.composer.fixGrammar()
         }
     }
 
@@ -140,7 +142,7 @@ Item {
             y: 1
             width: parent.width - 20
             visible: root.phase === "writing" || root.phase === "reading" || root.session.isOverlaying
-            animated: !reduceMotion
+            animated: !Appearance.reduceMotion
         }
 
         // Writing.
@@ -167,10 +169,10 @@ Item {
                     }
                     TypingDots {
                         anchors.verticalCenter: parent.verticalCenter
-                        animated: !reduceMotion
+                        animated: !Appearance.reduceMotion
                     }
                 }
-                KeycapButton {
+                PushButton {
                     id: cancelButton
 
                     anchors.right: parent.right
@@ -234,13 +236,13 @@ Item {
                     anchors.right: parent.right
                     spacing: 8
 
-                    KeycapButton {
+                    PushButton {
                         enabled: !root.session.isOverlaying
                         text: "Regenerate"
                         hint: "Ctrl R"
                         onClicked: root.regenerate()
                     }
-                    KeycapButton {
+                    PushButton {
                         id: copyButton
 
                         property bool copied: false
@@ -250,7 +252,7 @@ Item {
                         text: copied ? "Copied" : "Copy"
                         implicitWidth: Math.max(contentItem.implicitWidth + 20, 76)
                         onClicked: {
-                            if (composer.copyResult()) {
+                            if (root.composer.copyResult()) {
                                 copied = true
                                 copiedTimer.restart()
                             }
@@ -311,7 +313,7 @@ Item {
                     font.pixelSize: 13
                     wrapMode: Text.Wrap
                 }
-                KeycapButton {
+                PushButton {
                     primary: true
                     text: "Retry"
                     hint: "↩"

@@ -1,15 +1,21 @@
 import QtQuick
+import Vesk
 
-// One history record in a list: its title, with its fixes and time (or source) under it. A click
-// activates it; a right click (or the menu key) opens the shared context menu.
+// One history record as a list's delegate: its title, with its fixes and time under it (or the time beside
+// it). A click activates it; a right click opens the shared context menu.
 Rectangle {
     id: row
 
-    property var recordId: 0
-    property string title: ""
-    property string detail: ""
-    property string trailing: ""
+    // The history list's roles.
+    required property var recordId
+    required property string title
+    required property string fixes
+    required property string time
+
+    required property HistoryActions historyActions
+    property bool timeBeside: false
     property bool selected: false
+    readonly property string detail: timeBeside ? fixes : fixes + " \u00B7 " + time
     signal activated()
 
     implicitHeight: 52
@@ -49,7 +55,7 @@ Rectangle {
         anchors.right: parent.right
         anchors.rightMargin: 12
         anchors.verticalCenter: parent.verticalCenter
-        text: row.trailing
+        text: row.timeBeside ? row.time : ""
         color: row.selected ? "#d6e6ff" : "#8e8e93"
         font.pixelSize: 11
     }
@@ -71,5 +77,7 @@ Rectangle {
     }
     HistoryContextMenu {
         id: menu
+
+        historyActions: row.historyActions
     }
 }

@@ -6,7 +6,7 @@ AbstractButton {
     id: button
 
     implicitHeight: 26
-    implicitWidth: label.implicitWidth + 16
+    implicitWidth: contentItem.implicitWidth + 16
     hoverEnabled: true
     focusPolicy: Qt.NoFocus
     Accessible.name: text
@@ -16,8 +16,6 @@ AbstractButton {
         color: button.down ? "#3a3a3e" : button.hovered ? "#2c2c2f" : "transparent"
     }
     contentItem: Text {
-        id: label
-
         text: button.text
         color: "#0a84ff"
         font.pixelSize: 13

@@ -1,9 +1,12 @@
 import QtQuick
+import Vesk
 
 // Whether this desktop lets Vesk copy the selection and paste the correction in other apps, and what to do
 // when it doesn't.
 Column {
     id: page
+
+    required property OnboardingModel onboarding
 
     spacing: 16
 
@@ -11,7 +14,7 @@ Column {
         interval: 1000
         repeat: true
         running: page.visible
-        onTriggered: onboarding.refreshDesktop()
+        onTriggered: page.onboarding.refreshDesktop()
     }
 
     Text {
@@ -30,7 +33,7 @@ Column {
         radius: 10
         color: "#232325"
         border.width: 1
-        border.color: onboarding.canPostInput ? "#2f5e3a" : "#5e3a2f"
+        border.color: page.onboarding.canPostInput ? "#2f5e3a" : "#5e3a2f"
 
         Row {
             id: status
@@ -41,8 +44,8 @@ Column {
             spacing: 12
 
             StatusSymbol {
-                glyph: onboarding.canPostInput ? "\u2713" : "!"
-                tint: onboarding.canPostInput ? "#30d158" : "#ff9f0a"
+                glyph: page.onboarding.canPostInput ? "\u2713" : "!"
+                tint: page.onboarding.canPostInput ? "#30d158" : "#ff9f0a"
             }
             Column {
                 width: parent.width - 40
@@ -51,7 +54,7 @@ Column {
                 Text {
                     width: parent.width
                     wrapMode: Text.Wrap
-                    text: onboarding.canPostInput ? "Vesk can copy and paste in your apps"
+                    text: page.onboarding.canPostInput ? "Vesk can copy and paste in your apps"
                                                   : "Vesk can't send keystrokes here"
                     color: "#f5f5f7"
                     font.pixelSize: 14
@@ -60,9 +63,9 @@ Column {
                 Text {
                     width: parent.width
                     wrapMode: Text.Wrap
-                    text: onboarding.canPostInput
-                          ? "Select text anywhere and press " + onboarding.shortcutText + "."
-                          : onboarding.limitation
+                    text: page.onboarding.canPostInput
+                          ? "Select text anywhere and press " + page.onboarding.shortcutText + "."
+                          : page.onboarding.limitation
                     color: "#aeaeb2"
                     font.pixelSize: 13
                 }
@@ -71,14 +74,14 @@ Column {
     }
 
     Text {
-        visible: !onboarding.canPostInput
+        visible: !page.onboarding.canPostInput
         width: parent.width
         wrapMode: Text.Wrap
         textFormat: Text.StyledText
         color: "#aeaeb2"
         font.pixelSize: 13
         lineHeight: 1.25
-        text: (onboarding.isWayland
+        text: (page.onboarding.isWayland
                ? "In a Wayland session apps can't type into each other, so Vesk can't replace text in place. "
                  + "What still works: the Write window (from the tray menu) and <tt>vesk correct</tt> in a terminal. "
                  + "For corrections in place, choose an X11 session at login (for example \u201cGNOME on Xorg\u201d).<br><br>"

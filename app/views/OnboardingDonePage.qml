@@ -1,17 +1,24 @@
 import QtQuick
+import Vesk
 
 // The last page: where Vesk lives from now on.
 Column {
+    id: page
+
+    required property OnboardingModel onboarding
+
     spacing: 14
 
     Repeater {
         model: [
-            "Select text in any app and press " + onboarding.shortcutText + " to fix it.",
+            "Select text in any app and press " + page.onboarding.shortcutText + " to fix it.",
             "Vesk lives in the system tray: Write, Activity and Settings are in its menu.",
             "Change the style, tone and language of corrections in Settings, under Writing."
         ]
 
         Row {
+            id: point
+
             required property string modelData
 
             width: parent.width
@@ -27,7 +34,7 @@ Column {
             Text {
                 width: parent.width - 18
                 wrapMode: Text.Wrap
-                text: modelData
+                text: point.modelData
                 color: "#d1d1d6"
                 font.pixelSize: 14
                 lineHeight: 1.2

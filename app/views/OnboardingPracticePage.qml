@@ -1,4 +1,5 @@
 import QtQuick
+import Vesk
 import QtQuick.Controls.Basic
 
 // A practice correction through the real flow: the user selects the sentence and presses the shortcut,
@@ -6,21 +7,23 @@ import QtQuick.Controls.Basic
 Column {
     id: page
 
+    required property OnboardingModel onboarding
+
     property bool active: false
 
     spacing: 16
 
     onActiveChanged: {
-        if (active && !onboarding.practiced)
+        if (active && !page.onboarding.practiced)
             practice.forceActiveFocus()
     }
 
     Text {
         width: parent.width
         wrapMode: Text.Wrap
-        text: onboarding.practiced
+        text: page.onboarding.practiced
               ? "That's it: Vesk fixed the sentence in place. It works the same way in every app."
-              : "Click the sentence below, press Ctrl+A to select it, then press " + onboarding.shortcutText
+              : "Click the sentence below, press Ctrl+A to select it, then press " + page.onboarding.shortcutText
                 + ". Check the correction, then press Return to put it in place."
         color: "#aeaeb2"
         font.pixelSize: 14
@@ -33,7 +36,7 @@ Column {
         radius: 10
         color: "#232325"
         border.width: 1
-        border.color: onboarding.practiced ? "#30d158" : practice.activeFocus ? "#0a84ff" : "#343437"
+        border.color: page.onboarding.practiced ? "#30d158" : practice.activeFocus ? "#0a84ff" : "#343437"
 
         TextArea {
             id: practice
@@ -41,8 +44,8 @@ Column {
             objectName: "practiceField"
             anchors.fill: parent
             anchors.margins: 4
-            text: onboarding.practiceSentence
-            onTextChanged: onboarding.practiceText = text
+            text: page.onboarding.practiceSentence
+            onTextChanged: page.onboarding.practiceText = text
             wrapMode: TextEdit.Wrap
             color: "#f5f5f7"
             selectionColor: "#0a63c9"
@@ -54,7 +57,7 @@ Column {
     }
 
     Row {
-        visible: onboarding.practiced
+        visible: page.onboarding.practiced
         spacing: 10
 
         StatusSymbol {

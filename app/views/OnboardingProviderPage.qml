@@ -1,12 +1,12 @@
 import QtQuick
+import Vesk
 
 // The provider to correct with and its API key, checked with a tiny real correction before it is saved.
 Column {
     id: page
 
+    required property ProviderConnection connection
     property bool active: false
-    // The app's provider connection, under a name the key entry's own property doesn't hide.
-    readonly property var providerConnection: connection
 
     spacing: 16
 
@@ -38,9 +38,11 @@ Column {
                 { value: "openai", title: "OpenAI", note: "GPT, or a compatible server." }
             ]
 
+            // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+            // qmllint disable unqualified
             Rectangle {
                 required property var modelData
-                readonly property bool chosen: connection.provider === modelData.value
+                readonly property bool chosen: page.connection.provider === modelData.value
 
                 width: (page.width - 12) / 2
                 height: 64
@@ -75,11 +77,12 @@ Column {
                     anchors.fill: parent
                     hoverEnabled: true
                     onClicked: {
-                        connection.provider = modelData.value
+                        page.connection.provider = modelData.value
                         keyEntry.focusKeyField()
                     }
                 }
             }
+            // qmllint enable unqualified
         }
     }
 
@@ -93,14 +96,14 @@ Column {
         id: keyEntry
 
         width: parent.width
-        connection: page.providerConnection
+        connection: page.connection
     }
 
     Text {
         width: parent.width
         wrapMode: Text.Wrap
-        text: "Your text goes straight to " + connection.providerName
-              + " over an encrypted connection. Nothing passes through Vesk's servers or is used for training."
+        text: "Your text goes straight to " + page.connection.providerName
+              + " over an encrypted page.connection. Nothing passes through Vesk's servers or is used for training."
         color: "#8e8e93"
         font.pixelSize: 12
     }

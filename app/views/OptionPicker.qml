@@ -39,6 +39,8 @@ ComboBox {
         color: "#a1a1a6"
         font.pixelSize: 12
     }
+    // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+    // qmllint disable unqualified
     delegate: ItemDelegate {
         id: option
 
@@ -69,6 +71,7 @@ ComboBox {
             color: option.highlighted ? "#0a63c9" : "transparent"
         }
     }
+    // qmllint enable unqualified
     popup: Popup {
         y: picker.height + 2
         width: Math.max(picker.width, 240)
@@ -78,7 +81,10 @@ ComboBox {
         contentItem: ListView {
             clip: true
             implicitHeight: contentHeight
+            // Qt 6.4's type files do not name the delegate model's type.
+            // qmllint disable type
             model: picker.popup.visible ? picker.delegateModel : null
+            // qmllint enable type
             currentIndex: picker.highlightedIndex
         }
         background: Rectangle {

@@ -1,17 +1,22 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // The Overview section: four figures and the newest corrections, or a first-run invitation.
-// Context: `overview` (OverviewModel), `recent` (HistoryListModel), `historyActions`, `home`.
 Item {
     id: root
+
+    required property HomeModel home
+    required property OverviewModel overview
+    required property HistoryListModel recent
+    required property HistoryActions historyActions
 
     property bool active: true
 
     onActiveChanged: {
         if (active) {
-            overview.refresh()
-            recent.refreshTimes()
+            root.overview.refresh()
+            root.recent.refreshTimes()
         }
     }
 
@@ -23,14 +28,14 @@ Item {
 
         LinkButton {
             text: "Write a new correction"
-            onClicked: home.selection = "composer"
+            onClicked: root.home.selection = "composer"
         }
     }
 
     Column {
         id: emptyState
 
-        visible: overview.isEmpty
+        visible: root.overview.isEmpty
         anchors.centerIn: parent
         width: Math.min(parent.width, 420)
         spacing: 10
@@ -47,7 +52,7 @@ Item {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
-            text: overview.emptyMessage
+            text: root.overview.emptyMessage
             color: "#8e8e93"
             font.pixelSize: 13
         }
@@ -56,20 +61,20 @@ Item {
             topPadding: 8
             spacing: 10
 
-            PillButton {
+            PushButton {
                 text: "AI & Privacy"
-                onClicked: home.selection = "settings"
+                onClicked: root.home.selection = "settings"
             }
-            PillButton {
+            PushButton {
                 text: "Write"
-                prominent: true
-                onClicked: home.selection = "composer"
+                primary: true
+                onClicked: root.home.selection = "composer"
             }
         }
     }
 
     Column {
-        visible: !overview.isEmpty
+        visible: !root.overview.isEmpty
         anchors.top: header.bottom
         anchors.topMargin: 20
         anchors.bottom: parent.bottom
@@ -83,8 +88,10 @@ Item {
             spacing: 12
 
             Repeater {
-                model: overview.figures
+                model: root.overview.figures
 
+                // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+                // qmllint disable unqualified
                 Rectangle {
                     required property var modelData
 
@@ -116,6 +123,7 @@ Item {
                         }
                     }
                 }
+                // qmllint enable unqualified
             }
         }
 
@@ -134,7 +142,7 @@ Item {
                 anchors.right: parent.right
                 anchors.verticalCenter: parent.verticalCenter
                 text: "See all"
-                onClicked: home.selection = "activity"
+                onClicked: root.home.selection = "activity"
             }
         }
 
@@ -145,17 +153,20 @@ Item {
             height: parent.height - cards.height - 26 - 2 * parent.spacing
             clip: true
             spacing: 2
-            model: recent
+            model: root.recent
             boundsBehavior: Flickable.StopAtBounds
 
+            // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+            // qmllint disable unqualified
             delegate: HistoryRow {
+                id: recentRow
+
                 width: recentList.width
-                recordId: model.recordId
-                title: model.title
-                detail: model.fixes
-                trailing: model.time
-                onActivated: historyActions.open(model.recordId)
+                timeBeside: true
+                historyActions: root.historyActions
+                onActivated: root.historyActions.open(recentRow.recordId)
             }
+            // qmllint enable unqualified
         }
     }
 }

@@ -41,17 +41,17 @@ Column {
         visible: !entry.showsField
         spacing: 8
 
-        KeycapButton {
+        PushButton {
             text: "Check connection"
             enabled: !entry.busy
             onClicked: entry.connection.checkConnection()
         }
-        KeycapButton {
+        PushButton {
             text: "Replace"
             enabled: !entry.busy
             onClicked: entry.connection.startReplacing()
         }
-        KeycapButton {
+        PushButton {
             text: "Remove"
             enabled: !entry.busy
             onClicked: removal.open()
@@ -93,13 +93,13 @@ Column {
         visible: entry.showsField
         spacing: 8
 
-        KeycapButton {
+        PushButton {
             primary: true
             enabled: !entry.busy && !entry.connection.isLoading
             text: entry.connection.hasSavedKey ? "Verify & replace" : "Verify & save"
             onClicked: entry.connection.verifyAndSave()
         }
-        KeycapButton {
+        PushButton {
             visible: entry.connection.hasSavedKey
             enabled: !entry.busy
             text: "Cancel"
@@ -203,7 +203,7 @@ Column {
             bottomPadding: 18
             spacing: 8
 
-            KeycapButton {
+            PushButton {
                 text: "Remove"
                 primary: true
                 onClicked: {
@@ -211,7 +211,7 @@ Column {
                     entry.connection.removeKey()
                 }
             }
-            KeycapButton {
+            PushButton {
                 text: "Cancel"
                 onClicked: removal.close()
             }

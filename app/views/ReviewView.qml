@@ -1,29 +1,34 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // The review panel's content: header, the body of the session's phase, and the buttons with their keys.
-// Context: `review` (the session model), `actions` (accept, close, openSettings), `reduceMotion`.
 Item {
     id: root
 
-    readonly property string phase: review.phase
+    required property SessionModel review
+    required property ReviewActions actions
+    // Whether a compositor draws the see-through corners and the shadow.
+    required property bool composited
+
+    readonly property string phase: root.review.phase
     readonly property bool hasCorrection: phase === "result" || phase === "noChanges"
-    readonly property bool isWorking: phase === "reading" || phase === "writing" || review.isOverlaying
+    readonly property bool isWorking: phase === "reading" || phase === "writing" || root.review.isOverlaying
     // Room for the drawn shadow, which only a compositor can show.
-    readonly property int shadowMargin: composited ? 14 : 0
+    readonly property int shadowMargin: root.composited ? 14 : 0
 
     function primaryAction() {
         if (phase === "error")
-            review.retry()
-        else if (phase === "result" && !review.isOverlaying)
-            actions.accept()
+            root.review.retry()
+        else if (phase === "result" && !root.review.isOverlaying)
+            root.actions.accept()
         else if (phase === "noChanges")
-            actions.close()
+            root.actions.close()
     }
 
     function regenerate() {
         if (hasCorrection)
-            review.regenerate()
+            root.review.regenerate()
     }
 
     implicitWidth: 640
@@ -35,7 +40,7 @@ Item {
     }
     Shortcut {
         sequence: "Escape"
-        onActivated: actions.close()
+        onActivated: root.actions.close()
     }
     Shortcut {
         sequence: "Ctrl+R"
@@ -46,6 +51,8 @@ Item {
     Repeater {
         model: root.shadowMargin
 
+        // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+        // qmllint disable unqualified
         Rectangle {
             required property int index
 
@@ -58,6 +65,7 @@ Item {
             border.width: 1
             border.color: Qt.rgba(0, 0, 0, 0.16 * Math.pow(1 - index / root.shadowMargin, 2))
         }
+        // qmllint enable unqualified
     }
 
     Rectangle {
@@ -96,7 +104,7 @@ Item {
                     id: titleLabel
 
                     anchors.verticalCenter: parent.verticalCenter
-                    text: review.title
+                    text: root.review.title
                     color: "#f5f5f7"
                     font.pixelSize: 14
                     font.weight: Font.DemiBold
@@ -112,7 +120,7 @@ Item {
                     hoverEnabled: true
                     focusPolicy: Qt.NoFocus
                     Accessible.name: "Close"
-                    onClicked: actions.close()
+                    onClicked: root.actions.close()
 
                     ToolTip.visible: hovered
                     ToolTip.delay: 600
@@ -135,7 +143,7 @@ Item {
             Text {
                 width: parent.width
                 visible: text.length > 0
-                text: review.subtitle
+                text: root.review.subtitle
                 color: "#98989d"
                 font.pixelSize: 12
                 elide: Text.ElideRight
@@ -145,8 +153,8 @@ Item {
             ProgressHairline {
                 objectName: "progressHairline"
                 width: parent.width
-                visible: root.phase === "writing" || review.isOverlaying
-                animated: !reduceMotion
+                visible: root.phase === "writing" || root.review.isOverlaying
+                animated: !Appearance.reduceMotion
             }
 
             // Body of the phase.
@@ -169,7 +177,7 @@ Item {
                     TypingDots {
                         objectName: "typingDots"
                         anchors.verticalCenter: parent.verticalCenter
-                        animated: !reduceMotion
+                        animated: !Appearance.reduceMotion
                     }
                 }
             }
@@ -177,7 +185,7 @@ Item {
             Text {
                 width: parent.width
                 visible: root.phase === "writing"
-                text: review.streamingText
+                text: root.review.streamingText
                 color: "#e5e5ea"
                 font.pixelSize: 14
                 lineHeight: 1.2
@@ -194,7 +202,7 @@ Item {
 
                 DiffText {
                     width: parent.width
-                    pieces: review.diffPieces
+                    pieces: root.review.diffPieces
                 }
             }
 
@@ -233,7 +241,7 @@ Item {
                     Text {
                         width: parent.width
                         visible: text.length > 0
-                        text: review.failureTitle
+                        text: root.review.failureTitle
                         color: "#f5f5f7"
                         font.pixelSize: 14
                         font.weight: Font.DemiBold
@@ -241,15 +249,15 @@ Item {
                     }
                     Text {
                         width: parent.width
-                        text: review.failureMessage
+                        text: root.review.failureMessage
                         color: "#c7c7cc"
                         font.pixelSize: 13
                         wrapMode: Text.Wrap
                     }
-                    KeycapButton {
-                        visible: review.offersOpenSettings
+                    PushButton {
+                        visible: root.review.offersOpenSettings
                         text: "Open Settings"
-                        onClicked: actions.openSettings()
+                        onClicked: root.actions.openSettings()
                     }
                 }
             }
@@ -264,7 +272,7 @@ Item {
                     anchors.right: buttons.left
                     anchors.rightMargin: 12
                     anchors.verticalCenter: buttons.verticalCenter
-                    text: review.isOverlaying ? "Writing the correction" : review.statusLine
+                    text: root.review.isOverlaying ? "Writing the correction" : root.review.statusLine
                     color: "#8e8e93"
                     font.pixelSize: 12
                     elide: Text.ElideRight
@@ -277,32 +285,32 @@ Item {
                     anchors.bottom: parent.bottom
                     spacing: 8
 
-                    KeycapButton {
+                    PushButton {
                         text: "Cancel"
                         hint: "esc"
-                        onClicked: actions.close()
+                        onClicked: root.actions.close()
                     }
-                    KeycapButton {
+                    PushButton {
                         visible: root.hasCorrection
-                        enabled: !review.isOverlaying
+                        enabled: !root.review.isOverlaying
                         text: "Regenerate"
                         hint: "Ctrl R"
                         onClicked: root.regenerate()
                     }
-                    KeycapButton {
+                    PushButton {
                         visible: root.hasCorrection
-                        enabled: !review.isOverlaying
+                        enabled: !root.review.isOverlaying
                         primary: true
-                        text: review.primaryTitle
+                        text: root.review.primaryTitle
                         hint: "↩"
                         onClicked: root.primaryAction()
                     }
-                    KeycapButton {
+                    PushButton {
                         visible: root.phase === "error"
                         primary: true
                         text: "Retry"
                         hint: "↩"
-                        onClicked: review.retry()
+                        onClicked: root.review.retry()
                     }
                 }
             }

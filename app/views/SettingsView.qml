@@ -1,13 +1,25 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // The Settings section: General, Writing, AI & Privacy and Help, then the version. Every control takes
-// effect at once. Context: `settings` (SettingsModel).
+// effect at once.
 Item {
     id: root
 
-    readonly property var connection: settings.connection
-    property bool showsAdvanced: settings.baseAddress !== ""
+    required property SettingsModel settings
+
+    readonly property ProviderConnection connection: root.settings.connection
+    property bool showsAdvanced: root.settings.baseAddress !== ""
+
+    // The note of the option whose value is `value`, empty when none has one.
+    function noteOf(options, value) {
+        for (let i = 0; i < options.length; ++i) {
+            if (options[i].value === value)
+                return options[i].note || ""
+        }
+        return ""
+    }
 
     SectionHeader {
         id: header
@@ -39,7 +51,7 @@ Item {
                     note: "Select text in any app, then press it."
 
                     ShortcutRecorderField {
-                        recorder: settings.shortcutRecorder
+                        recorder: root.settings.shortcutRecorder
                     }
                 }
                 SettingsRow {
@@ -48,8 +60,8 @@ Item {
 
                     ToggleSwitch {
                         Accessible.name: "Review before replacing"
-                        checked: settings.reviewBeforeReplacing
-                        onToggled: settings.reviewBeforeReplacing = checked
+                        checked: root.settings.reviewBeforeReplacing
+                        onToggled: root.settings.reviewBeforeReplacing = checked
                     }
                 }
                 SettingsRow {
@@ -58,8 +70,8 @@ Item {
 
                     ToggleSwitch {
                         Accessible.name: "Launch at login"
-                        checked: settings.launchAtLogin.enabled
-                        onToggled: settings.launchAtLogin.enabled = checked
+                        checked: root.settings.launchAtLogin.enabled
+                        onToggled: root.settings.launchAtLogin.enabled = checked
                     }
                 }
             }
@@ -73,9 +85,9 @@ Item {
 
                     OptionPicker {
                         Accessible.name: "Strength"
-                        options: settings.strengthOptions
-                        value: settings.strength
-                        onPicked: value => settings.strength = value
+                        options: root.settings.strengthOptions
+                        value: root.settings.strength
+                        onPicked: value => root.settings.strength = value
                     }
                 }
                 SettingsRow {
@@ -84,9 +96,9 @@ Item {
 
                     OptionPicker {
                         Accessible.name: "Tone"
-                        options: settings.toneOptions
-                        value: settings.tone
-                        onPicked: value => settings.tone = value
+                        options: root.settings.toneOptions
+                        value: root.settings.tone
+                        onPicked: value => root.settings.tone = value
                     }
                 }
                 SettingsRow {
@@ -95,9 +107,9 @@ Item {
 
                     OptionPicker {
                         Accessible.name: "Language"
-                        options: settings.languageOptions
-                        value: settings.language
-                        onPicked: value => settings.language = value
+                        options: root.settings.languageOptions
+                        value: root.settings.language
+                        onPicked: value => root.settings.language = value
                     }
                 }
                 SettingsRow {
@@ -106,8 +118,8 @@ Item {
 
                     ToggleSwitch {
                         Accessible.name: "Never change meaning"
-                        checked: settings.meaningLock
-                        onToggled: settings.meaningLock = checked
+                        checked: root.settings.meaningLock
+                        onToggled: root.settings.meaningLock = checked
                     }
                 }
                 SettingsRow {
@@ -134,8 +146,8 @@ Item {
                                 TextArea {
                                     id: rulesField
 
-                                    text: settings.customRules
-                                    onTextChanged: settings.customRules = text
+                                    text: root.settings.customRules
+                                    onTextChanged: root.settings.customRules = text
                                     placeholderText: "e.g. Never use em dashes. Keep \"LGTM\" as-is."
                                     placeholderTextColor: "#6e6e73"
                                     Accessible.name: "Custom rules"
@@ -152,7 +164,7 @@ Item {
                         Text {
                             width: parent.width
                             horizontalAlignment: Text.AlignRight
-                            text: settings.customRulesCount
+                            text: root.settings.customRulesCount
                             color: "#8e8e93"
                             font.pixelSize: 11
                         }
@@ -169,25 +181,25 @@ Item {
 
                     OptionPicker {
                         Accessible.name: "Provider"
-                        options: settings.providerOptions
+                        options: root.settings.providerOptions
                         value: root.connection.provider
                         onPicked: value => root.connection.provider = value
                     }
                 }
                 SettingsRow {
                     title: "Model"
-                    note: settings.modelIsFree ? "Any model the server at the base address offers."
-                                               : (settings.modelOptions.find(o => o.value === settings.model) || {}).note || ""
+                    note: root.settings.modelIsFree ? "Any model the server at the base address offers."
+                                               : root.noteOf(root.settings.modelOptions, root.settings.model)
 
                     OptionPicker {
-                        visible: !settings.modelIsFree
+                        visible: !root.settings.modelIsFree
                         Accessible.name: "Model"
-                        options: settings.modelOptions
-                        value: settings.model
-                        onPicked: value => settings.model = value
+                        options: root.settings.modelOptions
+                        value: root.settings.model
+                        onPicked: value => root.settings.model = value
                     }
                     Rectangle {
-                        visible: settings.modelIsFree
+                        visible: root.settings.modelIsFree
                         width: 230
                         height: 28
                         radius: 7
@@ -201,8 +213,8 @@ Item {
                             anchors.fill: parent
                             leftPadding: 10
                             rightPadding: 10
-                            text: settings.model
-                            onTextEdited: settings.model = text
+                            text: root.settings.model
+                            onTextEdited: root.settings.model = text
                             Accessible.name: "Model"
                             color: "#f5f5f7"
                             selectionColor: "#0a63c9"
@@ -221,7 +233,7 @@ Item {
                     }
                 }
                 SettingsRow {
-                    note: settings.privacyNote
+                    note: root.settings.privacyNote
                 }
                 SettingsRow {
                     title: "Base address"
@@ -247,7 +259,7 @@ Item {
                             radius: 7
                             color: "#2c2c2e"
                             border.width: 1
-                            border.color: settings.baseAddressError !== "" ? "#ff6961"
+                            border.color: root.settings.baseAddressError !== "" ? "#ff6961"
                                         : addressField.activeFocus ? "#0a84ff" : "#48484a"
 
                             TextField {
@@ -256,8 +268,8 @@ Item {
                                 anchors.fill: parent
                                 leftPadding: 10
                                 rightPadding: 10
-                                text: settings.baseAddress
-                                onTextEdited: settings.baseAddress = text
+                                text: root.settings.baseAddress
+                                onTextEdited: root.settings.baseAddress = text
                                 placeholderText: "http://localhost:11434/v1"
                                 placeholderTextColor: "#6e6e73"
                                 Accessible.name: "Base address"
@@ -268,10 +280,10 @@ Item {
                             }
                         }
                         Text {
-                            visible: settings.baseAddressError !== ""
+                            visible: root.settings.baseAddressError !== ""
                             width: parent.width
                             wrapMode: Text.WordWrap
-                            text: settings.baseAddressError
+                            text: root.settings.baseAddressError
                             color: "#ff6961"
                             font.pixelSize: 12
                         }
@@ -288,7 +300,7 @@ Item {
 
                     LinkButton {
                         text: "Email Vesk support ↗"
-                        onClicked: settings.contactSupport()
+                        onClicked: root.settings.contactSupport()
                     }
                 }
             }
@@ -296,7 +308,7 @@ Item {
             Text {
                 width: parent.width
                 horizontalAlignment: Text.AlignHCenter
-                text: settings.versionText
+                text: root.settings.versionText
                 color: "#6e6e73"
                 font.pixelSize: 11
             }

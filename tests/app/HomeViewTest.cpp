@@ -16,7 +16,6 @@
 #include "support/FakeCorrectionEngine.h"
 #include "support/ManualExecutor.h"
 
-#include <QQmlContext>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QTemporaryDir>
@@ -72,17 +71,17 @@ protected:
     void SetUp() override
     {
         recent.setLimit(6);
-        const std::pair<const char*, QObject*> context[] = {
-            {"home", &home},         {"composer", &composer},      {"overview", &overview},      {"recent", &recent},
-            {"activity", &activity}, {"historyActions", &actions}, {"settings", &settingsModel},
-        };
-        for (const auto& [name, object] : context) {
-            view.rootContext()->setContextProperty(QString::fromLatin1(name), object);
-        }
-        view.rootContext()->setContextProperty("reduceMotion", true);
+        view.setInitialProperties({{"home", QVariant::fromValue(&home)},
+                                   {"composer", QVariant::fromValue(&composer)},
+                                   {"overview", QVariant::fromValue(&overview)},
+                                   {"recent", QVariant::fromValue(&recent)},
+                                   {"activity", QVariant::fromValue(&activity)},
+                                   {"historyActions", QVariant::fromValue(&actions)},
+                                   {"settings", QVariant::fromValue(&settingsModel)}});
         view.setResizeMode(QQuickView::SizeRootObjectToView);
         view.resize(920, 620);
-        view.setSource(QUrl("qrc:/vesk/views/HomeView.qml"));
+        QmlWindow::useModule(*view.engine());
+        view.setSource(QmlWindow::viewUrl("HomeView"));
         home.select(HomeSection::composer);
         view.show();
         test::settle(&view);
