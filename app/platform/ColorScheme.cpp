@@ -7,7 +7,7 @@
 #include <QDBusVariant>
 #include <QLoggingCategory>
 #include <QProcess>
-#include <QSettings>
+#include <QFile>
 #include <QStandardPaths>
 
 namespace vesk::app {
@@ -146,21 +146,36 @@ std::optional<ColorScheme::Scheme> ColorScheme::fromGnome(const QString& value)
 
 std::optional<ColorScheme::Scheme> ColorScheme::fromKdeGlobals(const QString& path)
 {
-    const QSettings globals(path, QSettings::IniFormat);
-    const QString name = globals.value(QStringLiteral("General/ColorScheme")).toString();
+    // Read by hand: QSettings does not take KDE's group names with a colon in them.
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        return std::nullopt;
+    }
+    QString group;
+    QString name;
+    QString background;
+    while (!file.atEnd()) {
+        const QString line = QString::fromUtf8(file.readLine()).trimmed();
+        if (line.startsWith(QLatin1Char('[')) && line.endsWith(QLatin1Char(']'))) {
+            group = line.mid(1, line.size() - 2);
+        } else if (group == QLatin1String("General") && line.startsWith(QLatin1String("ColorScheme="))) {
+            name = line.section(QLatin1Char('='), 1);
+        } else if (group == QLatin1String("Colors:Window") && line.startsWith(QLatin1String("BackgroundNormal="))) {
+            background = line.section(QLatin1Char('='), 1);
+        }
+    }
     if (name.contains(QLatin1String("dark"), Qt::CaseInsensitive)) {
         return Scheme::dark;
     }
     if (name.contains(QLatin1String("light"), Qt::CaseInsensitive)) {
         return Scheme::light;
     }
-    // "r,g,b", which QSettings reads as a list.
-    const QStringList rgb = globals.value(QStringLiteral("Colors:Window/BackgroundNormal")).toStringList();
+    const QStringList rgb = background.split(QLatin1Char(','));
     if (rgb.size() != 3) {
         return std::nullopt;
     }
-    const QColor background(rgb[0].toInt(), rgb[1].toInt(), rgb[2].toInt());
-    return background.lightnessF() < 0.5 ? Scheme::dark : Scheme::light;
+    const QColor color(rgb[0].toInt(), rgb[1].toInt(), rgb[2].toInt());
+    return color.lightnessF() < 0.5 ? Scheme::dark : Scheme::light;
 }
 
 std::optional<ColorScheme::Scheme> ColorScheme::fromOverride(const QByteArray& value)

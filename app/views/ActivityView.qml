@@ -42,7 +42,7 @@ Item {
         Text {
             anchors.verticalCenter: parent.verticalCenter
             text: root.activity.countText
-            color: "#8e8e93"
+            color: Theme.textMuted
             font.pixelSize: 12
         }
         LinkButton {
@@ -61,14 +61,14 @@ Item {
         Text {
             anchors.horizontalCenter: parent.horizontalCenter
             text: "No corrections yet"
-            color: "#f5f5f7"
+            color: Theme.text
             font.pixelSize: 18
             font.weight: Font.DemiBold
         }
         Text {
             anchors.horizontalCenter: parent.horizontalCenter
             text: "Corrections you accept will appear here."
-            color: "#8e8e93"
+            color: Theme.textMuted
             font.pixelSize: 13
         }
         PushButton {
@@ -93,8 +93,8 @@ Item {
 
             width: parent.width
             placeholderText: "Search corrections"
-            placeholderTextColor: "#6e6e73"
-            color: "#f5f5f7"
+            placeholderTextColor: Theme.textPlaceholder
+            color: Theme.text
             font.pixelSize: 13
             leftPadding: 10
             Accessible.name: "Search corrections"
@@ -102,9 +102,9 @@ Item {
             onTextEdited: root.activity.query = text
             background: Rectangle {
                 radius: 7
-                color: "#232325"
+                color: Theme.card
                 border.width: 1
-                border.color: search.activeFocus ? "#0a84ff" : "#343437"
+                border.color: search.activeFocus ? Theme.accent : Theme.border
             }
         }
 
@@ -139,7 +139,7 @@ Item {
             anchors.horizontalCenter: list.horizontalCenter
             y: list.y + 30
             text: "No matching corrections"
-            color: "#8e8e93"
+            color: Theme.textMuted
             font.pixelSize: 13
         }
     }
@@ -154,15 +154,15 @@ Item {
         anchors.top: listPane.top
         anchors.bottom: parent.bottom
         radius: 10
-        color: "#232325"
+        color: Theme.card
         border.width: 1
-        border.color: "#2f2f32"
+        border.color: Theme.separator
 
         Text {
             visible: !root.hasSelection
             anchors.centerIn: parent
             text: "Select a correction"
-            color: "#8e8e93"
+            color: Theme.textMuted
             font.pixelSize: 13
         }
 
@@ -185,7 +185,7 @@ Item {
 
                 Text {
                     text: root.selected.source ?? ""
-                    color: "#8e8e93"
+                    color: Theme.textMuted
                     font.pixelSize: 12
                 }
                 DetailText {
@@ -200,14 +200,14 @@ Item {
                 Text {
                     visible: text !== ""
                     text: root.selected.settings ?? ""
-                    color: "#8e8e93"
+                    color: Theme.textMuted
                     font.pixelSize: 12
                 }
                 Text {
                     width: parent.width
                     wrapMode: Text.Wrap
                     text: root.selected.detail ?? ""
-                    color: "#8e8e93"
+                    color: Theme.textMuted
                     font.pixelSize: 12
                 }
                 Row {
@@ -243,23 +243,23 @@ Item {
 
         background: Rectangle {
             radius: 12
-            color: "#2c2c2e"
+            color: Theme.raised
             border.width: 1
-            border.color: "#3a3a3e"
+            border.color: Theme.pressed
         }
         header: Text {
             topPadding: 20
             leftPadding: 20
             rightPadding: 20
             text: confirmClear.title
-            color: "#f5f5f7"
+            color: Theme.text
             font.pixelSize: 15
             font.weight: Font.DemiBold
         }
         contentItem: Text {
             text: root.activity.clearMessage
             wrapMode: Text.Wrap
-            color: "#d1d1d6"
+            color: Theme.textBody
             font.pixelSize: 13
         }
         footer: Row {

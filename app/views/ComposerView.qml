@@ -61,9 +61,9 @@ Item {
         width: parent.width
         height: Math.max(140, (root.height - header.height) * 0.42)
         radius: 10
-        color: "#232325"
+        color: Theme.card
         border.width: 1
-        border.color: editor.activeFocus ? "#0a84ff" : "#343437"
+        border.color: editor.activeFocus ? Theme.accent : Theme.border
 
         ScrollView {
             anchors.fill: parent
@@ -75,12 +75,12 @@ Item {
                 text: root.composer.text
                 onTextChanged: root.composer.text = text
                 placeholderText: "Type or paste text to fix"
-                placeholderTextColor: "#6e6e73"
+                placeholderTextColor: Theme.textPlaceholder
                 Accessible.name: "Text to fix"
                 wrapMode: TextEdit.Wrap
-                color: "#f5f5f7"
-                selectionColor: "#0a63c9"
-                selectedTextColor: "#ffffff"
+                color: Theme.text
+                selectionColor: Theme.selection
+                selectedTextColor: Theme.textOnAccent
                 font.pixelSize: 14
                 padding: 12
                 background: null
@@ -108,7 +108,7 @@ Item {
             anchors.verticalCenter: parent.verticalCenter
             width: counterWidth.width
             text: root.composer.characterCountText
-            color: "#8e8e93"
+            color: Theme.textMuted
             font.pixelSize: 12
         }
 
@@ -132,9 +132,9 @@ Item {
         anchors.bottom: parent.bottom
         width: parent.width
         radius: 10
-        color: "#202022"
+        color: Theme.card
         border.width: 1
-        border.color: "#2e2e31"
+        border.color: Theme.separator
         visible: root.phase !== "editing"
 
         ProgressHairline {
@@ -164,7 +164,7 @@ Item {
                     Text {
                         anchors.verticalCenter: parent.verticalCenter
                         text: "Writing the correction"
-                        color: "#d1d1d6"
+                        color: Theme.textBody
                         font.pixelSize: 14
                     }
                     TypingDots {
@@ -185,7 +185,7 @@ Item {
                 width: parent.width
                 text: root.session.streamingText
                 visible: text.length > 0
-                color: "#aeaeb2"
+                color: Theme.textSoft
                 font.pixelSize: 14
                 lineHeight: 1.2
                 wrapMode: Text.Wrap
@@ -202,12 +202,12 @@ Item {
             StatusSymbol {
                 anchors.verticalCenter: parent.verticalCenter
                 glyph: "✓"
-                tint: "#30d158"
+                tint: Theme.success
             }
             Text {
                 anchors.verticalCenter: parent.verticalCenter
                 text: "No changes needed"
-                color: "#f5f5f7"
+                color: Theme.text
                 font.pixelSize: 14
             }
         }
@@ -228,7 +228,7 @@ Item {
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
                     text: root.session.changeCountText
-                    color: "#98989d"
+                    color: Theme.textMuted
                     font.pixelSize: 12
                     font.weight: Font.Medium
                 }
@@ -291,7 +291,7 @@ Item {
 
             StatusSymbol {
                 glyph: "!"
-                tint: "#ff9f0a"
+                tint: Theme.warning
             }
             Column {
                 width: parent.width - 32
@@ -301,7 +301,7 @@ Item {
                     width: parent.width
                     visible: text.length > 0
                     text: root.session.failureTitle
-                    color: "#f5f5f7"
+                    color: Theme.text
                     font.pixelSize: 14
                     font.weight: Font.DemiBold
                     wrapMode: Text.Wrap
@@ -309,7 +309,7 @@ Item {
                 Text {
                     width: parent.width
                     text: root.session.failureMessage
-                    color: "#c7c7cc"
+                    color: Theme.textBody
                     font.pixelSize: 13
                     wrapMode: Text.Wrap
                 }

@@ -1,4 +1,5 @@
 import QtQuick
+import Vesk
 
 // A labelled block of selectable text in the activity's detail pane.
 Column {
@@ -13,7 +14,7 @@ Column {
 
     Text {
         text: block.label
-        color: "#8e8e93"
+        color: Theme.textMuted
         font.pixelSize: 11
         font.weight: Font.DemiBold
     }
@@ -24,8 +25,8 @@ Column {
         selectByMouse: true
         wrapMode: TextEdit.Wrap
         textFormat: TextEdit.PlainText
-        color: block.muted ? "#aeaeb2" : "#f5f5f7"
-        selectionColor: "#0a63c9"
+        color: block.muted ? Theme.textSoft : Theme.text
+        selectionColor: Theme.selection
         font.pixelSize: 13
     }
 }

@@ -20,7 +20,7 @@ Rectangle {
 
     implicitHeight: 52
     radius: 8
-    color: selected ? "#0a63c9" : mouse.containsMouse ? "#2a2a2d" : "transparent"
+    color: selected ? Theme.selection : mouse.containsMouse ? Theme.hover : "transparent"
     Accessible.role: Accessible.ListItem
     Accessible.name: title
 
@@ -35,7 +35,7 @@ Rectangle {
         Text {
             width: parent.width
             text: row.title
-            color: "#f5f5f7"
+            color: Theme.text
             font.pixelSize: 13
             elide: Text.ElideRight
             maximumLineCount: 1
@@ -44,7 +44,7 @@ Rectangle {
         Text {
             width: parent.width
             text: row.detail
-            color: row.selected ? "#d6e6ff" : "#8e8e93"
+            color: row.selected ? Theme.textOnAccentMuted : Theme.textMuted
             font.pixelSize: 11
             elide: Text.ElideRight
         }
@@ -56,7 +56,7 @@ Rectangle {
         anchors.rightMargin: 12
         anchors.verticalCenter: parent.verticalCenter
         text: row.timeBeside ? row.time : ""
-        color: row.selected ? "#d6e6ff" : "#8e8e93"
+        color: row.selected ? Theme.textOnAccentMuted : Theme.textMuted
         font.pixelSize: 11
     }
 

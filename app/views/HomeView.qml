@@ -23,20 +23,20 @@ Rectangle {
 
     implicitWidth: 920
     implicitHeight: 620
-    color: "#1c1c1e"
+    color: Theme.window
 
     Rectangle {
         id: sidebar
 
         width: 210
         height: parent.height
-        color: "#232325"
+        color: Theme.sidebar
 
         Rectangle {
             anchors.right: parent.right
             width: 1
             height: parent.height
-            color: "#2f2f32"
+            color: Theme.separator
         }
 
         Column {
@@ -49,7 +49,7 @@ Rectangle {
                 leftPadding: 10
                 bottomPadding: 14
                 text: "Vesk"
-                color: "#f5f5f7"
+                color: Theme.text
                 font.pixelSize: 16
                 font.weight: Font.Bold
             }

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // A quiet text button for header actions.
 AbstractButton {
@@ -13,11 +14,11 @@ AbstractButton {
 
     background: Rectangle {
         radius: 6
-        color: button.down ? "#3a3a3e" : button.hovered ? "#2c2c2f" : "transparent"
+        color: button.down ? Theme.pressed : button.hovered ? Theme.hover : "transparent"
     }
     contentItem: Text {
         text: button.text
-        color: "#0a84ff"
+        color: Theme.accent
         font.pixelSize: 13
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter

@@ -22,7 +22,7 @@ Column {
         wrapMode: Text.Wrap
         text: "Vesk copies the text you select, and pastes the correction over it, by sending the copy and "
               + "paste keys to the app you're in."
-        color: "#aeaeb2"
+        color: Theme.textSoft
         font.pixelSize: 14
         lineHeight: 1.2
     }
@@ -31,9 +31,9 @@ Column {
         width: parent.width
         height: status.implicitHeight + 32
         radius: 10
-        color: "#232325"
+        color: Theme.card
         border.width: 1
-        border.color: page.onboarding.canPostInput ? "#2f5e3a" : "#5e3a2f"
+        border.color: page.onboarding.canPostInput ? Theme.successBorder : Theme.warningBorder
 
         Row {
             id: status
@@ -45,7 +45,7 @@ Column {
 
             StatusSymbol {
                 glyph: page.onboarding.canPostInput ? "\u2713" : "!"
-                tint: page.onboarding.canPostInput ? "#30d158" : "#ff9f0a"
+                tint: page.onboarding.canPostInput ? Theme.success : Theme.warning
             }
             Column {
                 width: parent.width - 40
@@ -56,7 +56,7 @@ Column {
                     wrapMode: Text.Wrap
                     text: page.onboarding.canPostInput ? "Vesk can copy and paste in your apps"
                                                   : "Vesk can't send keystrokes here"
-                    color: "#f5f5f7"
+                    color: Theme.text
                     font.pixelSize: 14
                     font.weight: Font.DemiBold
                 }
@@ -66,7 +66,7 @@ Column {
                     text: page.onboarding.canPostInput
                           ? "Select text anywhere and press " + page.onboarding.shortcutText + "."
                           : page.onboarding.limitation
-                    color: "#aeaeb2"
+                    color: Theme.textSoft
                     font.pixelSize: 13
                 }
             }
@@ -78,7 +78,7 @@ Column {
         width: parent.width
         wrapMode: Text.Wrap
         textFormat: Text.StyledText
-        color: "#aeaeb2"
+        color: Theme.textSoft
         font.pixelSize: 13
         lineHeight: 1.25
         text: (page.onboarding.isWayland

@@ -29,13 +29,13 @@ Column {
                 width: 6
                 height: 6
                 radius: 3
-                color: "#0a84ff"
+                color: Theme.accent
             }
             Text {
                 width: parent.width - 18
                 wrapMode: Text.Wrap
                 text: point.modelData
-                color: "#d1d1d6"
+                color: Theme.textBody
                 font.pixelSize: 14
                 lineHeight: 1.2
             }

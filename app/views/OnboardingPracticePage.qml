@@ -25,7 +25,7 @@ Column {
               ? "That's it: Vesk fixed the sentence in place. It works the same way in every app."
               : "Click the sentence below, press Ctrl+A to select it, then press " + page.onboarding.shortcutText
                 + ". Check the correction, then press Return to put it in place."
-        color: "#aeaeb2"
+        color: Theme.textSoft
         font.pixelSize: 14
         lineHeight: 1.2
     }
@@ -34,9 +34,9 @@ Column {
         width: parent.width
         height: 150
         radius: 10
-        color: "#232325"
+        color: Theme.card
         border.width: 1
-        border.color: page.onboarding.practiced ? "#30d158" : practice.activeFocus ? "#0a84ff" : "#343437"
+        border.color: page.onboarding.practiced ? Theme.success : practice.activeFocus ? Theme.accent : Theme.border
 
         TextArea {
             id: practice
@@ -47,9 +47,9 @@ Column {
             text: page.onboarding.practiceSentence
             onTextChanged: page.onboarding.practiceText = text
             wrapMode: TextEdit.Wrap
-            color: "#f5f5f7"
-            selectionColor: "#0a63c9"
-            selectedTextColor: "#ffffff"
+            color: Theme.text
+            selectionColor: Theme.selection
+            selectedTextColor: Theme.textOnAccent
             font.pixelSize: 15
             Accessible.name: "Practice sentence"
             background: null
@@ -65,7 +65,7 @@ Column {
         Text {
             anchors.verticalCenter: parent.verticalCenter
             text: "Corrected"
-            color: "#30d158"
+            color: Theme.success
             font.pixelSize: 14
             font.weight: Font.DemiBold
         }

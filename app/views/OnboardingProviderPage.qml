@@ -23,7 +23,7 @@ Column {
         width: parent.width
         wrapMode: Text.Wrap
         text: "Vesk sends the text you select straight to the AI provider you choose, with your own API key."
-        color: "#aeaeb2"
+        color: Theme.textSoft
         font.pixelSize: 14
         lineHeight: 1.2
     }
@@ -47,9 +47,9 @@ Column {
                 width: (page.width - 12) / 2
                 height: 64
                 radius: 10
-                color: chosen ? "#13233a" : tileMouse.containsMouse ? "#2a2a2d" : "#232325"
+                color: chosen ? Theme.accentTint : tileMouse.containsMouse ? Theme.hover : Theme.card
                 border.width: chosen ? 2 : 1
-                border.color: chosen ? "#0a84ff" : "#343437"
+                border.color: chosen ? Theme.accent : Theme.border
                 Accessible.role: Accessible.RadioButton
                 Accessible.name: modelData.title
                 Accessible.checked: chosen
@@ -61,13 +61,13 @@ Column {
 
                     Text {
                         text: modelData.title
-                        color: "#f5f5f7"
+                        color: Theme.text
                         font.pixelSize: 15
                         font.weight: Font.DemiBold
                     }
                     Text {
                         text: modelData.note
-                        color: "#8e8e93"
+                        color: Theme.textMuted
                         font.pixelSize: 12
                     }
                 }
@@ -88,7 +88,7 @@ Column {
 
     Text {
         text: "Anthropic's Claude is recommended."
-        color: "#8e8e93"
+        color: Theme.textMuted
         font.pixelSize: 12
     }
 
@@ -104,7 +104,7 @@ Column {
         wrapMode: Text.Wrap
         text: "Your text goes straight to " + page.connection.providerName
               + " over an encrypted page.connection. Nothing passes through Vesk's servers or is used for training."
-        color: "#8e8e93"
+        color: Theme.textMuted
         font.pixelSize: 12
     }
 }

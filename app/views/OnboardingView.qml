@@ -10,7 +10,7 @@ Rectangle {
     // The provider and its key.
     required property ProviderConnection connection
 
-    color: "#1c1c1e"
+    color: Theme.window
     implicitWidth: 560
     implicitHeight: 620
 
@@ -73,7 +73,7 @@ Rectangle {
                     width: index === root.page ? 22 : 8
                     height: 8
                     radius: 4
-                    color: index <= root.page ? "#0a84ff" : "#3a3a3e"
+                    color: index <= root.page ? Theme.accent : Theme.pressed
                 }
                 // qmllint enable unqualified
             }
@@ -81,7 +81,7 @@ Rectangle {
         Text {
             topPadding: 14
             text: root.titles[root.page]
-            color: "#f5f5f7"
+            color: Theme.text
             font.pixelSize: 24
             font.weight: Font.Bold
         }

@@ -44,7 +44,7 @@ Item {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             text: "Make your first correction"
-            color: "#f5f5f7"
+            color: Theme.text
             font.pixelSize: 18
             font.weight: Font.DemiBold
         }
@@ -53,7 +53,7 @@ Item {
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
             text: root.overview.emptyMessage
-            color: "#8e8e93"
+            color: Theme.textMuted
             font.pixelSize: 13
         }
         Row {
@@ -98,9 +98,9 @@ Item {
                     width: (cards.width - cards.spacing * 3) / 4
                     height: 92
                     radius: 10
-                    color: "#232325"
+                    color: Theme.card
                     border.width: 1
-                    border.color: "#2f2f32"
+                    border.color: Theme.separator
                     Accessible.role: Accessible.StaticText
                     Accessible.name: modelData.value + " " + modelData.title
 
@@ -112,13 +112,13 @@ Item {
 
                         Text {
                             text: modelData.value
-                            color: "#f5f5f7"
+                            color: Theme.text
                             font.pixelSize: 26
                             font.weight: Font.DemiBold
                         }
                         Text {
                             text: modelData.title
-                            color: "#8e8e93"
+                            color: Theme.textMuted
                             font.pixelSize: 12
                         }
                     }
@@ -134,7 +134,7 @@ Item {
             Text {
                 anchors.verticalCenter: parent.verticalCenter
                 text: "Recent"
-                color: "#f5f5f7"
+                color: Theme.text
                 font.pixelSize: 15
                 font.weight: Font.DemiBold
             }

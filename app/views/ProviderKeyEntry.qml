@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Templates as T
+import Vesk
 
 // The API key of the selected provider: paste, check and save a key, or check, replace and remove the saved
 // one, with the outcome of the last attempt. `connection` is a ProviderConnection.
@@ -27,13 +28,13 @@ Column {
             anchors.verticalCenter: parent.verticalCenter
             size: 16
             glyph: entry.connection.status === "failed" ? "!" : "✓"
-            tint: entry.connection.status === "failed" ? "#ff9f0a" : "#30d158"
+            tint: entry.connection.status === "failed" ? Theme.warning : Theme.success
         }
         Text {
             anchors.verticalCenter: parent.verticalCenter
             text: entry.connection.status === "failed" ? "Needs attention. Check or replace the key."
                                                        : "Saved to your keyring"
-            color: "#f5f5f7"
+            color: Theme.text
             font.pixelSize: 13
         }
     }
@@ -64,9 +65,9 @@ Column {
         width: Math.min(entry.width, 460)
         height: 30
         radius: 7
-        color: "#2c2c2e"
+        color: Theme.raised
         border.width: 1
-        border.color: keyField.activeFocus ? "#0a84ff" : "#48484a"
+        border.color: keyField.activeFocus ? Theme.accent : Theme.fieldBorder
 
         TextField {
             id: keyField
@@ -81,9 +82,9 @@ Column {
             enabled: !entry.busy
             placeholderText: entry.connection.hasSavedKey ? "Key saved. Paste a new one to replace it"
                                                           : "Paste your " + entry.connection.providerName + " API key"
-            placeholderTextColor: "#6e6e73"
-            color: "#f5f5f7"
-            selectionColor: "#0a63c9"
+            placeholderTextColor: Theme.textPlaceholder
+            color: Theme.text
+            selectionColor: Theme.selection
             font.pixelSize: 13
             background: null
             Accessible.name: entry.connection.providerName + " API key"
@@ -115,7 +116,7 @@ Column {
     Text {
         visible: entry.busy
         text: entry.connection.isSaving ? "Saving key in keyring…" : "Checking the API key…"
-        color: "#a1a1a6"
+        color: Theme.textMuted
         font.pixelSize: 12
     }
 
@@ -125,9 +126,9 @@ Column {
         width: Math.min(entry.width, 460)
         height: failureTexts.implicitHeight + 20
         radius: 8
-        color: "#3a2224"
+        color: Theme.dangerTint
         border.width: 1
-        border.color: "#5c3034"
+        border.color: Theme.dangerTintBorder
 
         Column {
             id: failureTexts
@@ -140,7 +141,7 @@ Column {
             Text {
                 width: parent.width
                 text: entry.connection.failureTitle
-                color: "#ff8a80"
+                color: Theme.dangerTitle
                 font.pixelSize: 13
                 font.weight: Font.DemiBold
                 wrapMode: Text.WordWrap
@@ -148,7 +149,7 @@ Column {
             Text {
                 width: parent.width
                 text: entry.connection.failureMessage
-                color: "#f5f5f7"
+                color: Theme.text
                 font.pixelSize: 12
                 wrapMode: Text.WordWrap
             }
@@ -156,7 +157,7 @@ Column {
                 visible: entry.connection.failureDetail !== ""
                 width: parent.width
                 text: entry.connection.failureDetail
-                color: "#a1a1a6"
+                color: Theme.textMuted
                 font.pixelSize: 11
                 wrapMode: Text.WrapAnywhere
                 maximumLineCount: 4
@@ -177,23 +178,23 @@ Column {
 
         background: Rectangle {
             radius: 12
-            color: "#2c2c2e"
+            color: Theme.raised
             border.width: 1
-            border.color: "#48484a"
+            border.color: Theme.fieldBorder
         }
         header: Text {
             leftPadding: 20
             rightPadding: 20
             topPadding: 18
             text: removal.title
-            color: "#f5f5f7"
+            color: Theme.text
             font.pixelSize: 15
             font.weight: Font.DemiBold
             wrapMode: Text.WordWrap
         }
         contentItem: Text {
             text: "Vesk can't make corrections until you add a key again. The key is deleted from your keyring."
-            color: "#d1d1d6"
+            color: Theme.textBody
             font.pixelSize: 13
             wrapMode: Text.WordWrap
         }

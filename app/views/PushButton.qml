@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // The app's push button: `primary` fills it with the accent colour, `destructive` with red; `hint` shows the
 // key that also triggers it as a small keycap ("esc", "Ctrl R", "↩"). Reached by Tab, never by a click, so
@@ -23,13 +24,13 @@ AbstractButton {
         radius: 7
         color: {
             if (button.destructive)
-                return button.down ? "#d63a31" : button.hovered ? "#ff5a50" : "#ff453a"
+                return button.down ? Theme.dangerPressed : button.hovered ? Theme.dangerHover : Theme.danger
             if (button.primary)
-                return button.down ? "#0064d1" : button.hovered ? "#1a8cff" : "#0a7cf0"
-            return button.down ? "#4a4a4e" : button.hovered ? "#3e3e42" : "#333336"
+                return button.down ? Theme.accentPressed : button.hovered ? Theme.accentHover : Theme.accentFill
+            return button.down ? Theme.controlPressed : button.hovered ? Theme.controlHover : Theme.control
         }
         border.width: button.visualFocus ? 2 : 1
-        border.color: button.visualFocus ? "#64a8ff" : button.primary ? "#3396ff" : "#47474b"
+        border.color: button.visualFocus ? Theme.focusRing : button.primary ? Theme.accentBorder : Theme.controlBorder
     }
 
     // Centred: the padding takes up whatever the minimum width adds.
@@ -42,7 +43,7 @@ AbstractButton {
         Text {
             anchors.verticalCenter: parent.verticalCenter
             text: button.text
-            color: "#ffffff"
+            color: button.primary || button.destructive ? Theme.textOnAccent : Theme.controlText
             font.pixelSize: 13
             font.weight: button.primary || button.destructive ? Font.DemiBold : Font.Medium
         }
@@ -54,14 +55,14 @@ AbstractButton {
             topPadding: 1
             bottomPadding: 1
             text: button.hint
-            color: button.primary ? "#e6ffffff" : "#b3ffffff"
+            color: button.primary ? Theme.keycapAccentText : Theme.keycapText
             font.pixelSize: 10
             font.weight: Font.Medium
             background: Rectangle {
                 radius: 4
-                color: button.primary ? "#33ffffff" : "#22ffffff"
+                color: button.primary ? Theme.keycapAccent : Theme.keycap
                 border.width: 1
-                border.color: button.primary ? "#4dffffff" : "#26ffffff"
+                border.color: button.primary ? Theme.keycapAccentBorder : Theme.keycapBorder
             }
         }
     }

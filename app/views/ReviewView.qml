@@ -77,9 +77,9 @@ Item {
         height: root.height - 2 * root.shadowMargin
         implicitHeight: column.implicitHeight + 2 * 16
         radius: 12
-        color: "#f01f1f21"
+        color: Theme.panel
         border.width: 1
-        border.color: "#1fffffff"
+        border.color: Theme.panelBorder
 
         // The whole background drags the panel around.
         DragHandler {
@@ -105,7 +105,7 @@ Item {
 
                     anchors.verticalCenter: parent.verticalCenter
                     text: root.review.title
-                    color: "#f5f5f7"
+                    color: Theme.text
                     font.pixelSize: 14
                     font.weight: Font.DemiBold
                 }
@@ -128,11 +128,11 @@ Item {
 
                     background: Rectangle {
                         radius: 11
-                        color: closeButton.down ? "#4affffff" : closeButton.hovered ? "#2effffff" : "#17ffffff"
+                        color: closeButton.down ? Theme.overlayPressed : closeButton.hovered ? Theme.overlayHover : Theme.overlay
                     }
                     contentItem: Text {
                         text: "✕"
-                        color: "#b8ffffff"
+                        color: Theme.keycapText
                         font.pixelSize: 11
                         horizontalAlignment: Text.AlignHCenter
                         verticalAlignment: Text.AlignVCenter
@@ -144,7 +144,7 @@ Item {
                 width: parent.width
                 visible: text.length > 0
                 text: root.review.subtitle
-                color: "#98989d"
+                color: Theme.textMuted
                 font.pixelSize: 12
                 elide: Text.ElideRight
                 topPadding: -6
@@ -171,7 +171,7 @@ Item {
                     Text {
                         anchors.verticalCenter: parent.verticalCenter
                         text: "Reading your selection…"
-                        color: "#d1d1d6"
+                        color: Theme.textBody
                         font.pixelSize: 14
                     }
                     TypingDots {
@@ -186,7 +186,7 @@ Item {
                 width: parent.width
                 visible: root.phase === "writing"
                 text: root.review.streamingText
-                color: "#e5e5ea"
+                color: Theme.textBody
                 font.pixelSize: 14
                 lineHeight: 1.2
                 wrapMode: Text.Wrap
@@ -215,12 +215,12 @@ Item {
                 StatusSymbol {
                     anchors.verticalCenter: parent.verticalCenter
                     glyph: "✓"
-                    tint: "#30d158"
+                    tint: Theme.success
                 }
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
                     text: "No changes needed"
-                    color: "#f5f5f7"
+                    color: Theme.text
                     font.pixelSize: 14
                 }
             }
@@ -232,7 +232,7 @@ Item {
 
                 StatusSymbol {
                     glyph: "!"
-                    tint: "#ff9f0a"
+                    tint: Theme.warning
                 }
                 Column {
                     width: parent.width - 32
@@ -242,7 +242,7 @@ Item {
                         width: parent.width
                         visible: text.length > 0
                         text: root.review.failureTitle
-                        color: "#f5f5f7"
+                        color: Theme.text
                         font.pixelSize: 14
                         font.weight: Font.DemiBold
                         wrapMode: Text.Wrap
@@ -250,7 +250,7 @@ Item {
                     Text {
                         width: parent.width
                         text: root.review.failureMessage
-                        color: "#c7c7cc"
+                        color: Theme.textBody
                         font.pixelSize: 13
                         wrapMode: Text.Wrap
                     }
@@ -273,7 +273,7 @@ Item {
                     anchors.rightMargin: 12
                     anchors.verticalCenter: buttons.verticalCenter
                     text: root.review.isOverlaying ? "Writing the correction" : root.review.statusLine
-                    color: "#8e8e93"
+                    color: Theme.textMuted
                     font.pixelSize: 12
                     elide: Text.ElideRight
                 }

@@ -1,4 +1,5 @@
 import QtQuick
+import Vesk
 
 // The header of a home window section: title on the left, optional controls on the right.
 Item {
@@ -13,7 +14,7 @@ Item {
         anchors.left: parent.left
         anchors.verticalCenter: parent.verticalCenter
         text: header.title
-        color: "#f5f5f7"
+        color: Theme.text
         font.pixelSize: 20
         font.weight: Font.DemiBold
     }
@@ -28,6 +29,6 @@ Item {
         anchors.bottom: parent.bottom
         width: parent.width
         height: 1
-        color: "#2c2c2f"
+        color: Theme.hover
     }
 }

@@ -1,4 +1,5 @@
 import QtQuick
+import Vesk
 
 // A titled card of settings rows, separated by hairlines.
 Column {
@@ -13,7 +14,7 @@ Column {
     Text {
         leftPadding: 4
         text: group.title
-        color: "#a1a1a6"
+        color: Theme.textMuted
         font.pixelSize: 12
         font.weight: Font.DemiBold
         Accessible.role: Accessible.Heading
@@ -22,9 +23,9 @@ Column {
         width: group.width
         height: rowsColumn.implicitHeight
         radius: 10
-        color: "#232325"
+        color: Theme.card
         border.width: 1
-        border.color: "#303033"
+        border.color: Theme.separator
 
         Column {
             id: rowsColumn

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Vesk
 
 // One settings row: a title with an optional note under it, and the control on the trailing side, or
 // under the texts across the whole row when `stacked` (text fields).
@@ -19,7 +20,7 @@ Item {
         x: 16
         width: row.width - 32
         height: 1
-        color: "#303033"
+        color: Theme.separator
     }
 
     GridLayout {
@@ -40,7 +41,7 @@ Item {
                 visible: row.title !== ""
                 Layout.fillWidth: true
                 text: row.title
-                color: "#f5f5f7"
+                color: Theme.text
                 font.pixelSize: 13
                 wrapMode: Text.WordWrap
             }
@@ -48,7 +49,7 @@ Item {
                 visible: row.note !== ""
                 Layout.fillWidth: true
                 text: row.note
-                color: "#8e8e93"
+                color: Theme.textMuted
                 font.pixelSize: 12
                 wrapMode: Text.WordWrap
             }

@@ -135,9 +135,9 @@ Item {
                             width: parent.width
                             height: 96
                             radius: 8
-                            color: "#2c2c2e"
+                            color: Theme.raised
                             border.width: 1
-                            border.color: rulesField.activeFocus ? "#0a84ff" : "#48484a"
+                            border.color: rulesField.activeFocus ? Theme.accent : Theme.fieldBorder
 
                             ScrollView {
                                 anchors.fill: parent
@@ -149,12 +149,12 @@ Item {
                                     text: root.settings.customRules
                                     onTextChanged: root.settings.customRules = text
                                     placeholderText: "e.g. Never use em dashes. Keep \"LGTM\" as-is."
-                                    placeholderTextColor: "#6e6e73"
+                                    placeholderTextColor: Theme.textPlaceholder
                                     Accessible.name: "Custom rules"
                                     wrapMode: TextEdit.Wrap
-                                    color: "#f5f5f7"
-                                    selectionColor: "#0a63c9"
-                                    selectedTextColor: "#ffffff"
+                                    color: Theme.text
+                                    selectionColor: Theme.selection
+                                    selectedTextColor: Theme.textOnAccent
                                     font.pixelSize: 13
                                     padding: 8
                                     background: null
@@ -165,7 +165,7 @@ Item {
                             width: parent.width
                             horizontalAlignment: Text.AlignRight
                             text: root.settings.customRulesCount
-                            color: "#8e8e93"
+                            color: Theme.textMuted
                             font.pixelSize: 11
                         }
                     }
@@ -203,9 +203,9 @@ Item {
                         width: 230
                         height: 28
                         radius: 7
-                        color: "#2c2c2e"
+                        color: Theme.raised
                         border.width: 1
-                        border.color: modelField.activeFocus ? "#0a84ff" : "#48484a"
+                        border.color: modelField.activeFocus ? Theme.accent : Theme.fieldBorder
 
                         TextField {
                             id: modelField
@@ -216,8 +216,8 @@ Item {
                             text: root.settings.model
                             onTextEdited: root.settings.model = text
                             Accessible.name: "Model"
-                            color: "#f5f5f7"
-                            selectionColor: "#0a63c9"
+                            color: Theme.text
+                            selectionColor: Theme.selection
                             font.pixelSize: 13
                             background: null
                         }
@@ -257,10 +257,10 @@ Item {
                             width: Math.min(parent.width, 460)
                             height: 30
                             radius: 7
-                            color: "#2c2c2e"
+                            color: Theme.raised
                             border.width: 1
-                            border.color: root.settings.baseAddressError !== "" ? "#ff6961"
-                                        : addressField.activeFocus ? "#0a84ff" : "#48484a"
+                            border.color: root.settings.baseAddressError !== "" ? Theme.dangerText
+                                        : addressField.activeFocus ? Theme.accent : Theme.fieldBorder
 
                             TextField {
                                 id: addressField
@@ -271,10 +271,10 @@ Item {
                                 text: root.settings.baseAddress
                                 onTextEdited: root.settings.baseAddress = text
                                 placeholderText: "http://localhost:11434/v1"
-                                placeholderTextColor: "#6e6e73"
+                                placeholderTextColor: Theme.textPlaceholder
                                 Accessible.name: "Base address"
-                                color: "#f5f5f7"
-                                selectionColor: "#0a63c9"
+                                color: Theme.text
+                                selectionColor: Theme.selection
                                 font.pixelSize: 13
                                 background: null
                             }
@@ -284,7 +284,7 @@ Item {
                             width: parent.width
                             wrapMode: Text.WordWrap
                             text: root.settings.baseAddressError
-                            color: "#ff6961"
+                            color: Theme.dangerText
                             font.pixelSize: 12
                         }
                     }
@@ -309,7 +309,7 @@ Item {
                 width: parent.width
                 horizontalAlignment: Text.AlignHCenter
                 text: root.settings.versionText
-                color: "#6e6e73"
+                color: Theme.textPlaceholder
                 font.pixelSize: 11
             }
         }

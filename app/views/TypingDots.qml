@@ -1,11 +1,12 @@
 import QtQuick
+import Vesk
 
 // Three dots that pulse one after another while text is on its way; still when motion is reduced.
 Row {
     id: dots
 
     property bool animated: true
-    property color color: "#a1a1a6"
+    property color color: Theme.textMuted
     property int dotSize: 6
 
     spacing: 4

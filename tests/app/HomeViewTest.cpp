@@ -1,5 +1,6 @@
 #include "ViewTesting.h"
 #include "app/services/AppSettings.h"
+#include "app/models/Appearance.h"
 #include "app/models/ComposerModel.h"
 #include "app/desktop/CorrectionEnvironment.h"
 #include "app/models/HistoryActions.h"
@@ -190,6 +191,13 @@ TEST_F(HomeScreenshotTest, OverviewAndActivityEmptyThenWithHistory)
 
     home.select(HomeSection::settings);
     screenshot("settings.png");
+
+    // The light palette, switched live as when the desktop's preference changes.
+    Appearance::instance().setScheme(ColorScheme::Scheme::light);
+    screenshot("settings-light.png");
+    home.select(HomeSection::overview);
+    screenshot("overview-light.png");
+    Appearance::instance().setScheme(ColorScheme::Scheme::dark);
     EXPECT_EQ(recorder.warnings(), "");
 }
 
