@@ -193,25 +193,6 @@ Item {
             }
         }
 
-        // No changes.
-        Row {
-            anchors.centerIn: parent
-            spacing: 10
-            visible: root.phase === "noChanges"
-
-            StatusSymbol {
-                anchors.verticalCenter: parent.verticalCenter
-                glyph: "✓"
-                tint: Theme.success
-            }
-            Text {
-                anchors.verticalCenter: parent.verticalCenter
-                text: "No changes needed"
-                color: Theme.text
-                font.pixelSize: 14
-            }
-        }
-
         // Result.
         Item {
             anchors.fill: parent
@@ -281,44 +262,20 @@ Item {
             }
         }
 
-        // Failure.
-        Row {
-            x: 18
-            y: 18
-            width: parent.width - 36
-            spacing: 10
-            visible: root.phase === "error"
+        // No changes, or the failure.
+        SessionOutcome {
+            // A failure reads from the top left; "No changes needed" sits in the middle.
+            x: failed ? 18 : (parent.width - width) / 2
+            y: failed ? 18 : (parent.height - height) / 2
+            width: failed ? parent.width - 36 : implicitWidth
+            session: root.session
+            messageSpacing: 8
 
-            StatusSymbol {
-                glyph: "!"
-                tint: Theme.warning
-            }
-            Column {
-                width: parent.width - 32
-                spacing: 8
-
-                Text {
-                    width: parent.width
-                    visible: text.length > 0
-                    text: root.session.failureTitle
-                    color: Theme.text
-                    font.pixelSize: 14
-                    font.weight: Font.DemiBold
-                    wrapMode: Text.Wrap
-                }
-                Text {
-                    width: parent.width
-                    text: root.session.failureMessage
-                    color: Theme.textBody
-                    font.pixelSize: 13
-                    wrapMode: Text.Wrap
-                }
-                PushButton {
-                    primary: true
-                    text: "Retry"
-                    hint: "↩"
-                    onClicked: root.session.retry()
-                }
+            PushButton {
+                primary: true
+                text: "Retry"
+                hint: "↩"
+                onClicked: root.session.retry()
             }
         }
     }

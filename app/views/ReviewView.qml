@@ -206,59 +206,14 @@ Item {
                 }
             }
 
-            Row {
-                visible: root.phase === "noChanges"
-                spacing: 10
-                topPadding: 4
-                bottomPadding: 4
-
-                StatusSymbol {
-                    anchors.verticalCenter: parent.verticalCenter
-                    glyph: "✓"
-                    tint: Theme.success
-                }
-                Text {
-                    anchors.verticalCenter: parent.verticalCenter
-                    text: "No changes needed"
-                    color: Theme.text
-                    font.pixelSize: 14
-                }
-            }
-
-            Row {
-                visible: root.phase === "error"
+            SessionOutcome {
                 width: parent.width
-                spacing: 10
+                session: root.review
 
-                StatusSymbol {
-                    glyph: "!"
-                    tint: Theme.warning
-                }
-                Column {
-                    width: parent.width - 32
-                    spacing: 4
-
-                    Text {
-                        width: parent.width
-                        visible: text.length > 0
-                        text: root.review.failureTitle
-                        color: Theme.text
-                        font.pixelSize: 14
-                        font.weight: Font.DemiBold
-                        wrapMode: Text.Wrap
-                    }
-                    Text {
-                        width: parent.width
-                        text: root.review.failureMessage
-                        color: Theme.textBody
-                        font.pixelSize: 13
-                        wrapMode: Text.Wrap
-                    }
-                    PushButton {
-                        visible: root.review.offersOpenSettings
-                        text: "Open Settings"
-                        onClicked: root.actions.openSettings()
-                    }
+                PushButton {
+                    visible: root.review.offersOpenSettings
+                    text: "Open Settings"
+                    onClicked: root.actions.openSettings()
                 }
             }
 
