@@ -37,7 +37,7 @@ Item {
         id: header
 
         width: parent.width
-        title: "Activity"
+        title: qsTr("Activity")
 
         Text {
             anchors.verticalCenter: parent.verticalCenter
@@ -46,7 +46,7 @@ Item {
             font.pixelSize: 12
         }
         LinkButton {
-            text: "Clear"
+            text: qsTr("Clear")
             enabled: root.activity.totalCount > 0
             opacity: enabled ? 1 : 0.4
             onClicked: confirmClear.open()
@@ -60,20 +60,20 @@ Item {
 
         Text {
             anchors.horizontalCenter: parent.horizontalCenter
-            text: "No corrections yet"
+            text: qsTr("No corrections yet")
             color: Theme.text
             font.pixelSize: 18
             font.weight: Font.DemiBold
         }
         Text {
             anchors.horizontalCenter: parent.horizontalCenter
-            text: "Corrections you accept will appear here."
+            text: qsTr("Corrections you accept will appear here.")
             color: Theme.textMuted
             font.pixelSize: 13
         }
         PushButton {
             anchors.horizontalCenter: parent.horizontalCenter
-            text: "Write"
+            text: qsTr("Write")
             primary: true
             onClicked: root.home.selection = "composer"
         }
@@ -92,12 +92,12 @@ Item {
             id: search
 
             width: parent.width
-            placeholderText: "Search corrections"
+            placeholderText: qsTr("Search corrections")
             placeholderTextColor: Theme.textPlaceholder
             color: Theme.text
             font.pixelSize: 13
             leftPadding: 10
-            Accessible.name: "Search corrections"
+            Accessible.name: qsTr("Search corrections")
             text: root.activity.query
             onTextEdited: root.activity.query = text
             background: Rectangle {
@@ -138,7 +138,7 @@ Item {
             visible: root.activity.count === 0
             anchors.horizontalCenter: list.horizontalCenter
             y: list.y + 30
-            text: "No matching corrections"
+            text: qsTr("No matching corrections")
             color: Theme.textMuted
             font.pixelSize: 13
         }
@@ -161,7 +161,7 @@ Item {
         Text {
             visible: !root.hasSelection
             anchors.centerIn: parent
-            text: "Select a correction"
+            text: qsTr("Select a correction")
             color: Theme.textMuted
             font.pixelSize: 13
         }
@@ -189,12 +189,12 @@ Item {
                     font.pixelSize: 12
                 }
                 DetailText {
-                    label: "Original"
+                    label: qsTr("Original")
                     body: root.selected.original ?? ""
                     muted: true
                 }
                 DetailText {
-                    label: "Correction"
+                    label: qsTr("Correction")
                     body: root.selected.corrected ?? ""
                 }
                 Text {
@@ -214,15 +214,15 @@ Item {
                     spacing: 8
 
                     PushButton {
-                        text: "Copy"
+                        text: qsTr("Copy")
                         onClicked: root.historyActions.copyCorrection(root.selectedId)
                     }
                     PushButton {
-                        text: "Reuse"
+                        text: qsTr("Reuse")
                         onClicked: root.historyActions.reuseCorrection(root.selectedId)
                     }
                     PushButton {
-                        text: "Rerun original"
+                        text: qsTr("Rerun original")
                         onClicked: root.historyActions.rerunOriginal(root.selectedId)
                     }
                 }
@@ -238,7 +238,7 @@ Item {
         anchors.centerIn: parent
         width: 360
         modal: true
-        title: "Clear all activity?"
+        title: qsTr("Clear all activity?")
         padding: 20
 
         background: Rectangle {
@@ -269,7 +269,7 @@ Item {
             bottomPadding: 20
 
             PushButton {
-                text: "Clear"
+                text: qsTr("Clear")
                 destructive: true
                 onClicked: {
                     root.historyActions.clearAll()
@@ -277,7 +277,7 @@ Item {
                 }
             }
             PushButton {
-                text: "Cancel"
+                text: qsTr("Cancel")
                 onClicked: confirmClear.close()
             }
         }

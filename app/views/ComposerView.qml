@@ -50,7 +50,7 @@ Item {
         id: header
 
         width: parent.width
-        title: "Write"
+        title: qsTr("Write")
     }
 
     Rectangle {
@@ -74,9 +74,9 @@ Item {
 
                 text: root.composer.text
                 onTextChanged: root.composer.text = text
-                placeholderText: "Type or paste text to fix"
+                placeholderText: qsTr("Type or paste text to fix")
                 placeholderTextColor: Theme.textPlaceholder
-                Accessible.name: "Text to fix"
+                Accessible.name: qsTr("Text to fix")
                 wrapMode: TextEdit.Wrap
                 color: Theme.text
                 selectionColor: Theme.selection
@@ -100,7 +100,7 @@ Item {
             id: counterWidth
 
             font: counter.font
-            text: "88,888 characters"
+            text: qsTr("88,888 characters")
         }
         Text {
             id: counter
@@ -118,7 +118,7 @@ Item {
             anchors.right: parent.right
             primary: true
             enabled: root.composer.canFix
-            text: "Fix grammar"
+            text: qsTr("Fix grammar")
             hint: "Ctrl ↩"
             onClicked: root.composer.fixGrammar()
         }
@@ -163,7 +163,7 @@ Item {
 
                     Text {
                         anchors.verticalCenter: parent.verticalCenter
-                        text: "Writing the correction"
+                        text: qsTr("Writing the correction")
                         color: Theme.textBody
                         font.pixelSize: 14
                     }
@@ -176,7 +176,7 @@ Item {
                     id: cancelButton
 
                     anchors.right: parent.right
-                    text: "Cancel"
+                    text: qsTr("Cancel")
                     hint: "esc"
                     onClicked: root.session.cancel()
                 }
@@ -219,7 +219,7 @@ Item {
 
                     PushButton {
                         enabled: !root.session.isOverlaying
-                        text: "Regenerate"
+                        text: qsTr("Regenerate")
                         hint: "Ctrl R"
                         onClicked: root.regenerate()
                     }
@@ -230,7 +230,7 @@ Item {
 
                         enabled: !root.session.isOverlaying
                         primary: true
-                        text: copied ? "Copied" : "Copy"
+                        text: copied ? qsTr("Copied") : qsTr("Copy")
                         implicitWidth: Math.max(contentItem.implicitWidth + 20, 76)
                         onClicked: {
                             if (root.composer.copyResult()) {
@@ -273,7 +273,7 @@ Item {
 
             PushButton {
                 primary: true
-                text: "Retry"
+                text: qsTr("Retry")
                 hint: "↩"
                 onClicked: root.session.retry()
             }

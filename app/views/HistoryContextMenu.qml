@@ -10,20 +10,20 @@ Menu {
     property var recordId: 0
 
     MenuItem {
-        text: "Copy Correction"
+        text: qsTr("Copy Correction")
         onTriggered: menu.historyActions.copyCorrection(menu.recordId)
     }
     MenuItem {
-        text: "Copy Original"
+        text: qsTr("Copy Original")
         onTriggered: menu.historyActions.copyOriginal(menu.recordId)
     }
     MenuSeparator {}
     MenuItem {
-        text: "Rerun Original"
+        text: qsTr("Rerun Original")
         onTriggered: menu.historyActions.rerunOriginal(menu.recordId)
     }
     MenuItem {
-        text: "Reuse Correction"
+        text: qsTr("Reuse Correction")
         onTriggered: menu.historyActions.reuseCorrection(menu.recordId)
     }
 }

@@ -15,10 +15,10 @@ Rectangle {
 
     readonly property string selectedSection: root.home.selection
     readonly property var sections: [
-        { key: "overview", title: "Overview", icon: "▦" },
-        { key: "composer", title: "Write", icon: "✎" },
-        { key: "activity", title: "Activity", icon: "◷" },
-        { key: "settings", title: "Settings", icon: "⚙" }
+        { key: "overview", title: qsTr("Overview"), icon: "▦" },
+        { key: "composer", title: qsTr("Write"), icon: "✎" },
+        { key: "activity", title: qsTr("Activity"), icon: "◷" },
+        { key: "settings", title: qsTr("Settings"), icon: "⚙" }
     ]
 
     implicitWidth: 920

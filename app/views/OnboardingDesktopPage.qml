@@ -20,7 +20,7 @@ Column {
     Text {
         width: parent.width
         wrapMode: Text.Wrap
-        text: "Vesk copies the text you select, and pastes the correction over it, by sending the copy and "
+        text: qsTr("Vesk copies the text you select, and pastes the correction over it, by sending the copy and ")
               + "paste keys to the app you're in."
         color: Theme.textSoft
         font.pixelSize: 14
@@ -54,8 +54,8 @@ Column {
                 Text {
                     width: parent.width
                     wrapMode: Text.Wrap
-                    text: page.onboarding.canPostInput ? "Vesk can copy and paste in your apps"
-                                                  : "Vesk can't send keystrokes here"
+                    text: page.onboarding.canPostInput ? qsTr("Vesk can copy and paste in your apps")
+                                                  : qsTr("Vesk can't send keystrokes here")
                     color: Theme.text
                     font.pixelSize: 14
                     font.weight: Font.DemiBold
@@ -64,7 +64,7 @@ Column {
                     width: parent.width
                     wrapMode: Text.Wrap
                     text: page.onboarding.canPostInput
-                          ? "Select text anywhere and press " + page.onboarding.shortcutText + "."
+                          ? qsTr("Select text anywhere and press %1.").arg(page.onboarding.shortcutText)
                           : page.onboarding.limitation
                     color: Theme.textSoft
                     font.pixelSize: 13

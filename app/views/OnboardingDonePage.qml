@@ -11,9 +11,9 @@ Column {
 
     Repeater {
         model: [
-            "Select text in any app and press " + page.onboarding.shortcutText + " to fix it.",
-            "Vesk lives in the system tray: Write, Activity and Settings are in its menu.",
-            "Change the style, tone and language of corrections in Settings, under Writing."
+            qsTr("Select text in any app and press %1 to fix it.").arg(page.onboarding.shortcutText),
+            qsTr("Vesk lives in the system tray: Write, Activity and Settings are in its menu."),
+            qsTr("Change the style, tone and language of corrections in Settings, under Writing.")
         ]
 
         Row {

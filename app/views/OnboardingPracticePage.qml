@@ -22,9 +22,8 @@ Column {
         width: parent.width
         wrapMode: Text.Wrap
         text: page.onboarding.practiced
-              ? "That's it: Vesk fixed the sentence in place. It works the same way in every app."
-              : "Click the sentence below, press Ctrl+A to select it, then press " + page.onboarding.shortcutText
-                + ". Check the correction, then press Return to put it in place."
+              ? qsTr("That's it: Vesk fixed the sentence in place. It works the same way in every app.")
+              : qsTr("Click the sentence below, press Ctrl+A to select it, then press %1. Check the correction, then press Return to put it in place.").arg(page.onboarding.shortcutText)
         color: Theme.textSoft
         font.pixelSize: 14
         lineHeight: 1.2
@@ -51,7 +50,7 @@ Column {
             selectionColor: Theme.selection
             selectedTextColor: Theme.textOnAccent
             font.pixelSize: 15
-            Accessible.name: "Practice sentence"
+            Accessible.name: qsTr("Practice sentence")
             background: null
         }
     }
@@ -64,7 +63,7 @@ Column {
         }
         Text {
             anchors.verticalCenter: parent.verticalCenter
-            text: "Corrected"
+            text: qsTr("Corrected")
             color: Theme.success
             font.pixelSize: 14
             font.weight: Font.DemiBold

@@ -22,7 +22,7 @@ Column {
     Text {
         width: parent.width
         wrapMode: Text.Wrap
-        text: "Vesk sends the text you select straight to the AI provider you choose, with your own API key."
+        text: qsTr("Vesk sends the text you select straight to the AI provider you choose, with your own API key.")
         color: Theme.textSoft
         font.pixelSize: 14
         lineHeight: 1.2
@@ -34,8 +34,8 @@ Column {
 
         Repeater {
             model: [
-                { value: "anthropic", title: "Anthropic", note: "Claude. Recommended." },
-                { value: "openai", title: "OpenAI", note: "GPT, or a compatible server." }
+                { value: "anthropic", title: "Anthropic", note: qsTr("Claude. Recommended.") },
+                { value: "openai", title: "OpenAI", note: qsTr("GPT, or a compatible server.") }
             ]
 
             // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
@@ -87,7 +87,7 @@ Column {
     }
 
     Text {
-        text: "Anthropic's Claude is recommended."
+        text: qsTr("Anthropic's Claude is recommended.")
         color: Theme.textMuted
         font.pixelSize: 12
     }

@@ -49,7 +49,7 @@ Rectangle {
                 root.forceActiveFocus()
         }
     }
-    readonly property var titles: ["Connect your AI provider", "Work in any app", "Try it once", "You're all set"]
+    readonly property var titles: [qsTr("Connect your AI provider"), qsTr("Work in any app"), qsTr("Try it once"), qsTr("You're all set")]
 
     Column {
         id: heading
@@ -134,7 +134,7 @@ Rectangle {
             visible: root.page > 0 && root.page < 3
             anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
-            text: "Back"
+            text: qsTr("Back")
             onClicked: root.onboarding.back()
         }
         Row {
@@ -145,13 +145,13 @@ Rectangle {
                 // The key can be added later in Settings; the practice needs a desktop that lets Vesk paste.
                 visible: (root.page === 0 && !root.connection.hasSavedKey) || (root.page === 2 && !root.onboarding.practiced)
                 anchors.verticalCenter: parent.verticalCenter
-                text: root.page === 0 ? "Later" : "Skip"
+                text: root.page === 0 ? qsTr("Later") : qsTr("Skip")
                 onClicked: root.onboarding.next()
             }
             PushButton {
                 objectName: "continueButton"
                 primary: true
-                text: root.page === 3 ? "Start using Vesk" : "Continue"
+                text: root.page === 3 ? qsTr("Start using Vesk") : qsTr("Continue")
                 enabled: root.canContinue
                 opacity: enabled ? 1 : 0.45
                 focusPolicy: Qt.NoFocus

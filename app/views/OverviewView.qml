@@ -24,10 +24,10 @@ Item {
         id: header
 
         width: parent.width
-        title: "Overview"
+        title: qsTr("Overview")
 
         LinkButton {
-            text: "Write a new correction"
+            text: qsTr("Write a new correction")
             onClicked: root.home.selection = "composer"
         }
     }
@@ -43,7 +43,7 @@ Item {
         Text {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
-            text: "Make your first correction"
+            text: qsTr("Make your first correction")
             color: Theme.text
             font.pixelSize: 18
             font.weight: Font.DemiBold
@@ -62,11 +62,11 @@ Item {
             spacing: 10
 
             PushButton {
-                text: "AI & Privacy"
+                text: qsTr("AI & Privacy")
                 onClicked: root.home.selection = "settings"
             }
             PushButton {
-                text: "Write"
+                text: qsTr("Write")
                 primary: true
                 onClicked: root.home.selection = "composer"
             }
@@ -133,7 +133,7 @@ Item {
 
             Text {
                 anchors.verticalCenter: parent.verticalCenter
-                text: "Recent"
+                text: qsTr("Recent")
                 color: Theme.text
                 font.pixelSize: 15
                 font.weight: Font.DemiBold
@@ -141,7 +141,7 @@ Item {
             LinkButton {
                 anchors.right: parent.right
                 anchors.verticalCenter: parent.verticalCenter
-                text: "See all"
+                text: qsTr("See all")
                 onClicked: root.home.selection = "activity"
             }
         }

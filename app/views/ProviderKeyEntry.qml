@@ -32,8 +32,8 @@ Column {
         }
         Text {
             anchors.verticalCenter: parent.verticalCenter
-            text: entry.connection.status === "failed" ? "Needs attention. Check or replace the key."
-                                                       : "Saved to your keyring"
+            text: entry.connection.status === "failed" ? qsTr("Needs attention. Check or replace the key.")
+                                                       : qsTr("Saved to your keyring")
             color: Theme.text
             font.pixelSize: 13
         }
@@ -43,17 +43,17 @@ Column {
         spacing: 8
 
         PushButton {
-            text: "Check connection"
+            text: qsTr("Check connection")
             enabled: !entry.busy
             onClicked: entry.connection.checkConnection()
         }
         PushButton {
-            text: "Replace"
+            text: qsTr("Replace")
             enabled: !entry.busy
             onClicked: entry.connection.startReplacing()
         }
         PushButton {
-            text: "Remove"
+            text: qsTr("Remove")
             enabled: !entry.busy
             onClicked: removal.open()
         }
@@ -80,8 +80,8 @@ Column {
             onTextEdited: entry.connection.draft = text
             onAccepted: entry.connection.verifyAndSave()
             enabled: !entry.busy
-            placeholderText: entry.connection.hasSavedKey ? "Key saved. Paste a new one to replace it"
-                                                          : "Paste your " + entry.connection.providerName + " API key"
+            placeholderText: entry.connection.hasSavedKey ? qsTr("Key saved. Paste a new one to replace it")
+                                                          : qsTr("Paste your %1 API key").arg(entry.connection.providerName)
             placeholderTextColor: Theme.textPlaceholder
             color: Theme.text
             selectionColor: Theme.selection
@@ -97,25 +97,25 @@ Column {
         PushButton {
             primary: true
             enabled: !entry.busy && !entry.connection.isLoading
-            text: entry.connection.hasSavedKey ? "Verify & replace" : "Verify & save"
+            text: entry.connection.hasSavedKey ? qsTr("Verify & replace") : qsTr("Verify & save")
             onClicked: entry.connection.verifyAndSave()
         }
         PushButton {
             visible: entry.connection.hasSavedKey
             enabled: !entry.busy
-            text: "Cancel"
+            text: qsTr("Cancel")
             onClicked: entry.connection.cancelReplacing()
         }
         LinkButton {
             visible: !entry.connection.hasSavedKey
-            text: "Get a key ↗"
+            text: qsTr("Get a key ↗")
             onClicked: Qt.openUrlExternally(entry.connection.keyPageUrl)
         }
     }
 
     Text {
         visible: entry.busy
-        text: entry.connection.isSaving ? "Saving key in keyring…" : "Checking the API key…"
+        text: entry.connection.isSaving ? qsTr("Saving key in keyring…") : qsTr("Checking the API key…")
         color: Theme.textMuted
         font.pixelSize: 12
     }
@@ -174,7 +174,7 @@ Column {
         width: 380
         modal: true
         padding: 20
-        title: "Remove the " + entry.connection.providerName + " key?"
+        title: qsTr("Remove the %1 key?").arg(entry.connection.providerName)
 
         background: Rectangle {
             radius: 12
@@ -193,7 +193,7 @@ Column {
             wrapMode: Text.WordWrap
         }
         contentItem: Text {
-            text: "Vesk can't make corrections until you add a key again. The key is deleted from your keyring."
+            text: qsTr("Vesk can't make corrections until you add a key again. The key is deleted from your keyring.")
             color: Theme.textBody
             font.pixelSize: 13
             wrapMode: Text.WordWrap
@@ -205,7 +205,7 @@ Column {
             spacing: 8
 
             PushButton {
-                text: "Remove"
+                text: qsTr("Remove")
                 primary: true
                 onClicked: {
                     removal.close()
@@ -213,7 +213,7 @@ Column {
                 }
             }
             PushButton {
-                text: "Cancel"
+                text: qsTr("Cancel")
                 onClicked: removal.close()
             }
         }

@@ -119,12 +119,12 @@ Item {
                     height: 22
                     hoverEnabled: true
                     focusPolicy: Qt.NoFocus
-                    Accessible.name: "Close"
+                    Accessible.name: qsTr("Close")
                     onClicked: root.actions.close()
 
                     ToolTip.visible: hovered
                     ToolTip.delay: 600
-                    ToolTip.text: "Close"
+                    ToolTip.text: qsTr("Close")
 
                     background: Rectangle {
                         radius: 11
@@ -170,7 +170,7 @@ Item {
 
                     Text {
                         anchors.verticalCenter: parent.verticalCenter
-                        text: "Reading your selection…"
+                        text: qsTr("Reading your selection…")
                         color: Theme.textBody
                         font.pixelSize: 14
                     }
@@ -212,7 +212,7 @@ Item {
 
                 PushButton {
                     visible: root.review.offersOpenSettings
-                    text: "Open Settings"
+                    text: qsTr("Open Settings")
                     onClicked: root.actions.openSettings()
                 }
             }
@@ -227,7 +227,7 @@ Item {
                     anchors.right: buttons.left
                     anchors.rightMargin: 12
                     anchors.verticalCenter: buttons.verticalCenter
-                    text: root.review.isOverlaying ? "Writing the correction" : root.review.statusLine
+                    text: root.review.isOverlaying ? qsTr("Writing the correction") : root.review.statusLine
                     color: Theme.textMuted
                     font.pixelSize: 12
                     elide: Text.ElideRight
@@ -241,14 +241,14 @@ Item {
                     spacing: 8
 
                     PushButton {
-                        text: "Cancel"
+                        text: qsTr("Cancel")
                         hint: "esc"
                         onClicked: root.actions.close()
                     }
                     PushButton {
                         visible: root.hasCorrection
                         enabled: !root.review.isOverlaying
-                        text: "Regenerate"
+                        text: qsTr("Regenerate")
                         hint: "Ctrl R"
                         onClicked: root.regenerate()
                     }
@@ -263,7 +263,7 @@ Item {
                     PushButton {
                         visible: root.phase === "error"
                         primary: true
-                        text: "Retry"
+                        text: qsTr("Retry")
                         hint: "↩"
                         onClicked: root.review.retry()
                     }

@@ -32,7 +32,7 @@ Item {
         }
         Text {
             anchors.verticalCenter: parent.verticalCenter
-            text: "No changes needed"
+            text: qsTr("No changes needed")
             color: Theme.text
             font.pixelSize: 14
         }

@@ -25,7 +25,7 @@ Item {
         id: header
 
         width: parent.width
-        title: "Settings"
+        title: qsTr("Settings")
     }
 
     ScrollView {
@@ -44,32 +44,32 @@ Item {
             spacing: 22
 
             SettingsGroup {
-                title: "General"
+                title: qsTr("General")
 
                 SettingsRow {
-                    title: "Correction shortcut"
-                    note: "Select text in any app, then press it."
+                    title: qsTr("Correction shortcut")
+                    note: qsTr("Select text in any app, then press it.")
 
                     ShortcutRecorderField {
                         recorder: root.settings.shortcutRecorder
                     }
                 }
                 SettingsRow {
-                    title: "Review before replacing"
-                    note: "Turn off to replace right away."
+                    title: qsTr("Review before replacing")
+                    note: qsTr("Turn off to replace right away.")
 
                     ToggleSwitch {
-                        Accessible.name: "Review before replacing"
+                        Accessible.name: qsTr("Review before replacing")
                         checked: root.settings.reviewBeforeReplacing
                         onToggled: root.settings.reviewBeforeReplacing = checked
                     }
                 }
                 SettingsRow {
-                    title: "Launch at login"
-                    note: "Start Vesk when you log in."
+                    title: qsTr("Launch at login")
+                    note: qsTr("Start Vesk when you log in.")
 
                     ToggleSwitch {
-                        Accessible.name: "Launch at login"
+                        Accessible.name: qsTr("Launch at login")
                         checked: root.settings.launchAtLogin.enabled
                         onToggled: root.settings.launchAtLogin.enabled = checked
                     }
@@ -77,54 +77,54 @@ Item {
             }
 
             SettingsGroup {
-                title: "Writing"
+                title: qsTr("Writing")
 
                 SettingsRow {
-                    title: "Style"
-                    note: "Grammar fixes mistakes. Polish also smooths phrasing."
+                    title: qsTr("Style")
+                    note: qsTr("Grammar fixes mistakes. Polish also smooths phrasing.")
 
                     OptionPicker {
-                        Accessible.name: "Strength"
+                        Accessible.name: qsTr("Strength")
                         options: root.settings.strengthOptions
                         value: root.settings.strength
                         onPicked: value => root.settings.strength = value
                     }
                 }
                 SettingsRow {
-                    title: "Tone"
-                    note: "Voice of the corrected text."
+                    title: qsTr("Tone")
+                    note: qsTr("Voice of the corrected text.")
 
                     OptionPicker {
-                        Accessible.name: "Tone"
+                        Accessible.name: qsTr("Tone")
                         options: root.settings.toneOptions
                         value: root.settings.tone
                         onPicked: value => root.settings.tone = value
                     }
                 }
                 SettingsRow {
-                    title: "Language"
-                    note: "Replies in the language you wrote in."
+                    title: qsTr("Language")
+                    note: qsTr("Replies in the language you wrote in.")
 
                     OptionPicker {
-                        Accessible.name: "Language"
+                        Accessible.name: qsTr("Language")
                         options: root.settings.languageOptions
                         value: root.settings.language
                         onPicked: value => root.settings.language = value
                     }
                 }
                 SettingsRow {
-                    title: "Never change meaning"
-                    note: "Vesk won't add or remove content."
+                    title: qsTr("Never change meaning")
+                    note: qsTr("Vesk won't add or remove content.")
 
                     ToggleSwitch {
-                        Accessible.name: "Never change meaning"
+                        Accessible.name: qsTr("Never change meaning")
                         checked: root.settings.meaningLock
                         onToggled: root.settings.meaningLock = checked
                     }
                 }
                 SettingsRow {
-                    title: "Custom rules"
-                    note: "Extra guidance Vesk follows on every correction."
+                    title: qsTr("Custom rules")
+                    note: qsTr("Extra guidance Vesk follows on every correction.")
                     stacked: true
 
                     Column {
@@ -148,9 +148,9 @@ Item {
 
                                     text: root.settings.customRules
                                     onTextChanged: root.settings.customRules = text
-                                    placeholderText: "e.g. Never use em dashes. Keep \"LGTM\" as-is."
+                                    placeholderText: qsTr("e.g. Never use em dashes. Keep \"LGTM\" as-is.")
                                     placeholderTextColor: Theme.textPlaceholder
-                                    Accessible.name: "Custom rules"
+                                    Accessible.name: qsTr("Custom rules")
                                     wrapMode: TextEdit.Wrap
                                     color: Theme.text
                                     selectionColor: Theme.selection
@@ -173,27 +173,27 @@ Item {
             }
 
             SettingsGroup {
-                title: "AI & Privacy"
+                title: qsTr("AI & Privacy")
 
                 SettingsRow {
-                    title: "Provider"
-                    note: "Anthropic's Claude is recommended."
+                    title: qsTr("Provider")
+                    note: qsTr("Anthropic's Claude is recommended.")
 
                     OptionPicker {
-                        Accessible.name: "Provider"
+                        Accessible.name: qsTr("Provider")
                         options: root.settings.providerOptions
                         value: root.connection.provider
                         onPicked: value => root.connection.provider = value
                     }
                 }
                 SettingsRow {
-                    title: "Model"
-                    note: root.settings.modelIsFree ? "Any model the server at the base address offers."
+                    title: qsTr("Model")
+                    note: root.settings.modelIsFree ? qsTr("Any model the server at the base address offers.")
                                                : root.noteOf(root.settings.modelOptions, root.settings.model)
 
                     OptionPicker {
                         visible: !root.settings.modelIsFree
-                        Accessible.name: "Model"
+                        Accessible.name: qsTr("Model")
                         options: root.settings.modelOptions
                         value: root.settings.model
                         onPicked: value => root.settings.model = value
@@ -215,7 +215,7 @@ Item {
                             rightPadding: 10
                             text: root.settings.model
                             onTextEdited: root.settings.model = text
-                            Accessible.name: "Model"
+                            Accessible.name: qsTr("Model")
                             color: Theme.text
                             selectionColor: Theme.selection
                             font.pixelSize: 13
@@ -224,7 +224,7 @@ Item {
                     }
                 }
                 SettingsRow {
-                    title: "API key"
+                    title: qsTr("API key")
                     stacked: true
 
                     ProviderKeyEntry {
@@ -236,7 +236,7 @@ Item {
                     note: root.settings.privacyNote
                 }
                 SettingsRow {
-                    title: "Base address"
+                    title: qsTr("Base address")
                     note: (root.connection.provider === "openai"
                            ? "For OpenAI-compatible servers such as Ollama, LM Studio or vLLM."
                            : "For a gateway or proxy that speaks Anthropic's API.")
@@ -249,7 +249,7 @@ Item {
 
                         LinkButton {
                             visible: !root.showsAdvanced
-                            text: "Use another server…"
+                            text: qsTr("Use another server…")
                             onClicked: root.showsAdvanced = true
                         }
                         Rectangle {
@@ -270,9 +270,9 @@ Item {
                                 rightPadding: 10
                                 text: root.settings.baseAddress
                                 onTextEdited: root.settings.baseAddress = text
-                                placeholderText: "http://localhost:11434/v1"
+                                placeholderText: qsTr("http://localhost:11434/v1")
                                 placeholderTextColor: Theme.textPlaceholder
-                                Accessible.name: "Base address"
+                                Accessible.name: qsTr("Base address")
                                 color: Theme.text
                                 selectionColor: Theme.selection
                                 font.pixelSize: 13
@@ -292,14 +292,14 @@ Item {
             }
 
             SettingsGroup {
-                title: "Help"
+                title: qsTr("Help")
 
                 SettingsRow {
-                    title: "Contact support"
-                    note: "Questions, ideas or bugs."
+                    title: qsTr("Contact support")
+                    note: qsTr("Questions, ideas or bugs.")
 
                     LinkButton {
-                        text: "Email Vesk support ↗"
+                        text: qsTr("Email Vesk support ↗")
                         onClicked: root.settings.contactSupport()
                     }
                 }

@@ -55,7 +55,7 @@ Column {
             anchors.rightMargin: 8
             anchors.verticalCenter: parent.verticalCenter
             visible: field.recorder.shortcutText !== "" && !field.recorder.recording
-            text: "\u2715"
+            text: qsTr("\u2715")
             color: Theme.textMuted
             font.pixelSize: 11
             MouseArea {
