@@ -24,7 +24,7 @@ QString OnboardingModel::shortcutText() const
             return shortcut->displayText();
         }
     }
-    return QStringLiteral("your shortcut");
+    return tr("your shortcut");
 }
 
 // Misspelt on purpose, with a mistake of each common kind, so that any strength has something to fix.

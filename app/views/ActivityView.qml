@@ -43,7 +43,7 @@ Item {
             anchors.verticalCenter: parent.verticalCenter
             text: root.activity.countText
             color: Theme.textMuted
-            font.pixelSize: 12
+            font.pixelSize: Theme.fontCaption
         }
         LinkButton {
             text: qsTr("Clear")
@@ -56,20 +56,20 @@ Item {
     Column {
         visible: root.activity.totalCount === 0
         anchors.centerIn: parent
-        spacing: 10
+        spacing: Theme.spacingMedium
 
         Text {
             anchors.horizontalCenter: parent.horizontalCenter
             text: qsTr("No corrections yet")
             color: Theme.text
-            font.pixelSize: 18
+            font.pixelSize: Theme.fontTitle
             font.weight: Font.DemiBold
         }
         Text {
             anchors.horizontalCenter: parent.horizontalCenter
             text: qsTr("Corrections you accept will appear here.")
             color: Theme.textMuted
-            font.pixelSize: 13
+            font.pixelSize: Theme.fontBody
         }
         PushButton {
             anchors.horizontalCenter: parent.horizontalCenter
@@ -95,7 +95,7 @@ Item {
             placeholderText: qsTr("Search corrections")
             placeholderTextColor: Theme.textPlaceholder
             color: Theme.text
-            font.pixelSize: 13
+            font.pixelSize: Theme.fontBody
             leftPadding: 10
             Accessible.name: qsTr("Search corrections")
             text: root.activity.query
@@ -140,7 +140,7 @@ Item {
             y: list.y + 30
             text: qsTr("No matching corrections")
             color: Theme.textMuted
-            font.pixelSize: 13
+            font.pixelSize: Theme.fontBody
         }
     }
 
@@ -163,7 +163,7 @@ Item {
             anchors.centerIn: parent
             text: qsTr("Select a correction")
             color: Theme.textMuted
-            font.pixelSize: 13
+            font.pixelSize: Theme.fontBody
         }
 
         Flickable {
@@ -186,7 +186,7 @@ Item {
                 Text {
                     text: root.selected.source ?? ""
                     color: Theme.textMuted
-                    font.pixelSize: 12
+                    font.pixelSize: Theme.fontCaption
                 }
                 DetailText {
                     label: qsTr("Original")
@@ -201,17 +201,17 @@ Item {
                     visible: text !== ""
                     text: root.selected.settings ?? ""
                     color: Theme.textMuted
-                    font.pixelSize: 12
+                    font.pixelSize: Theme.fontCaption
                 }
                 Text {
                     width: parent.width
                     wrapMode: Text.Wrap
                     text: root.selected.detail ?? ""
                     color: Theme.textMuted
-                    font.pixelSize: 12
+                    font.pixelSize: Theme.fontCaption
                 }
                 Row {
-                    spacing: 8
+                    spacing: Theme.spacing
 
                     PushButton {
                         text: qsTr("Copy")
@@ -253,18 +253,18 @@ Item {
             rightPadding: 20
             text: confirmClear.title
             color: Theme.text
-            font.pixelSize: 15
+            font.pixelSize: Theme.fontHeading
             font.weight: Font.DemiBold
         }
         contentItem: Text {
             text: root.activity.clearMessage
             wrapMode: Text.Wrap
             color: Theme.textBody
-            font.pixelSize: 13
+            font.pixelSize: Theme.fontBody
         }
         footer: Row {
             layoutDirection: Qt.RightToLeft
-            spacing: 8
+            spacing: Theme.spacing
             rightPadding: 20
             bottomPadding: 20
 

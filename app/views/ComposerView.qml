@@ -81,7 +81,7 @@ Item {
                 color: Theme.text
                 selectionColor: Theme.selection
                 selectedTextColor: Theme.textOnAccent
-                font.pixelSize: 14
+                font.pixelSize: Theme.fontText
                 padding: 12
                 background: null
             }
@@ -109,7 +109,7 @@ Item {
             width: counterWidth.width
             text: root.composer.characterCountText
             color: Theme.textMuted
-            font.pixelSize: 12
+            font.pixelSize: Theme.fontCaption
         }
 
         PushButton {
@@ -150,7 +150,7 @@ Item {
             x: 18
             y: 16
             width: parent.width - 36
-            spacing: 12
+            spacing: Theme.spacingLarge
             visible: root.phase === "reading" || root.phase === "writing"
 
             Item {
@@ -159,13 +159,13 @@ Item {
 
                 Row {
                     anchors.verticalCenter: parent.verticalCenter
-                    spacing: 10
+                    spacing: Theme.spacingMedium
 
                     Text {
                         anchors.verticalCenter: parent.verticalCenter
                         text: qsTr("Writing the correction")
                         color: Theme.textBody
-                        font.pixelSize: 14
+                        font.pixelSize: Theme.fontText
                     }
                     TypingDots {
                         anchors.verticalCenter: parent.verticalCenter
@@ -186,7 +186,7 @@ Item {
                 text: root.session.streamingText
                 visible: text.length > 0
                 color: Theme.textSoft
-                font.pixelSize: 14
+                font.pixelSize: Theme.fontText
                 lineHeight: 1.2
                 wrapMode: Text.Wrap
                 textFormat: Text.PlainText
@@ -210,12 +210,12 @@ Item {
                     anchors.verticalCenter: parent.verticalCenter
                     text: root.session.changeCountText
                     color: Theme.textMuted
-                    font.pixelSize: 12
+                    font.pixelSize: Theme.fontCaption
                     font.weight: Font.Medium
                 }
                 Row {
                     anchors.right: parent.right
-                    spacing: 8
+                    spacing: Theme.spacing
 
                     PushButton {
                         enabled: !root.session.isOverlaying

@@ -10,12 +10,12 @@ Column {
     property bool muted: false
 
     width: parent ? parent.width : 0
-    spacing: 4
+    spacing: Theme.spacingSmall
 
     Text {
         text: block.label
         color: Theme.textMuted
-        font.pixelSize: 11
+        font.pixelSize: Theme.fontSmall
         font.weight: Font.DemiBold
     }
     TextEdit {
@@ -27,6 +27,6 @@ Column {
         textFormat: TextEdit.PlainText
         color: block.muted ? Theme.textSoft : Theme.text
         selectionColor: Theme.selection
-        font.pixelSize: 13
+        font.pixelSize: Theme.fontBody
     }
 }

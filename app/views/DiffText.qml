@@ -42,7 +42,7 @@ Text {
     textFormat: Text.RichText
     wrapMode: Text.Wrap
     color: Theme.textBody
-    font.pixelSize: 14
+    font.pixelSize: Theme.fontText
     lineHeight: 1.2
     text: html(pieces)
 }

@@ -36,7 +36,7 @@ Rectangle {
             width: parent.width
             text: row.title
             color: Theme.text
-            font.pixelSize: 13
+            font.pixelSize: Theme.fontBody
             elide: Text.ElideRight
             maximumLineCount: 1
             textFormat: Text.PlainText
@@ -45,7 +45,7 @@ Rectangle {
             width: parent.width
             text: row.detail
             color: row.selected ? Theme.textOnAccentMuted : Theme.textMuted
-            font.pixelSize: 11
+            font.pixelSize: Theme.fontSmall
             elide: Text.ElideRight
         }
     }
@@ -57,7 +57,7 @@ Rectangle {
         anchors.verticalCenter: parent.verticalCenter
         text: row.timeBeside ? row.time : ""
         color: row.selected ? Theme.textOnAccentMuted : Theme.textMuted
-        font.pixelSize: 11
+        font.pixelSize: Theme.fontSmall
     }
 
     MouseArea {

@@ -50,7 +50,7 @@ Rectangle {
                 bottomPadding: 14
                 text: "Vesk"
                 color: Theme.text
-                font.pixelSize: 16
+                font.pixelSize: Theme.fontSubtitle
                 font.weight: Font.Bold
             }
 

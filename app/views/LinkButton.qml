@@ -19,7 +19,7 @@ AbstractButton {
     contentItem: Text {
         text: button.text
         color: Theme.accent
-        font.pixelSize: 13
+        font.pixelSize: Theme.fontBody
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
     }

@@ -8,7 +8,7 @@ Column {
 
     required property OnboardingModel onboarding
 
-    spacing: 16
+    spacing: Theme.spacingWide
 
     Timer {
         interval: 1000
@@ -23,7 +23,7 @@ Column {
         text: qsTr("Vesk copies the text you select, and pastes the correction over it, by sending the copy and ")
               + "paste keys to the app you're in."
         color: Theme.textSoft
-        font.pixelSize: 14
+        font.pixelSize: Theme.fontText
         lineHeight: 1.2
     }
 
@@ -41,7 +41,7 @@ Column {
             x: 16
             y: 16
             width: parent.width - 32
-            spacing: 12
+            spacing: Theme.spacingLarge
 
             StatusSymbol {
                 glyph: page.onboarding.canPostInput ? "\u2713" : "!"
@@ -49,7 +49,7 @@ Column {
             }
             Column {
                 width: parent.width - 40
-                spacing: 4
+                spacing: Theme.spacingSmall
 
                 Text {
                     width: parent.width
@@ -57,7 +57,7 @@ Column {
                     text: page.onboarding.canPostInput ? qsTr("Vesk can copy and paste in your apps")
                                                   : qsTr("Vesk can't send keystrokes here")
                     color: Theme.text
-                    font.pixelSize: 14
+                    font.pixelSize: Theme.fontText
                     font.weight: Font.DemiBold
                 }
                 Text {
@@ -67,7 +67,7 @@ Column {
                           ? qsTr("Select text anywhere and press %1.").arg(page.onboarding.shortcutText)
                           : page.onboarding.limitation
                     color: Theme.textSoft
-                    font.pixelSize: 13
+                    font.pixelSize: Theme.fontBody
                 }
             }
         }
@@ -79,7 +79,7 @@ Column {
         wrapMode: Text.Wrap
         textFormat: Text.StyledText
         color: Theme.textSoft
-        font.pixelSize: 13
+        font.pixelSize: Theme.fontBody
         lineHeight: 1.25
         text: (page.onboarding.isWayland
                ? "In a Wayland session apps can't type into each other, so Vesk can't replace text in place. "

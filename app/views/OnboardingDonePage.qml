@@ -22,7 +22,7 @@ Column {
             required property string modelData
 
             width: parent.width
-            spacing: 12
+            spacing: Theme.spacingLarge
 
             Rectangle {
                 y: 7
@@ -36,7 +36,7 @@ Column {
                 wrapMode: Text.Wrap
                 text: point.modelData
                 color: Theme.textBody
-                font.pixelSize: 14
+                font.pixelSize: Theme.fontText
                 lineHeight: 1.2
             }
         }

@@ -11,7 +11,7 @@ Column {
 
     property bool active: false
 
-    spacing: 16
+    spacing: Theme.spacingWide
 
     onActiveChanged: {
         if (active && !page.onboarding.practiced)
@@ -25,7 +25,7 @@ Column {
               ? qsTr("That's it: Vesk fixed the sentence in place. It works the same way in every app.")
               : qsTr("Click the sentence below, press Ctrl+A to select it, then press %1. Check the correction, then press Return to put it in place.").arg(page.onboarding.shortcutText)
         color: Theme.textSoft
-        font.pixelSize: 14
+        font.pixelSize: Theme.fontText
         lineHeight: 1.2
     }
 
@@ -49,7 +49,7 @@ Column {
             color: Theme.text
             selectionColor: Theme.selection
             selectedTextColor: Theme.textOnAccent
-            font.pixelSize: 15
+            font.pixelSize: Theme.fontHeading
             Accessible.name: qsTr("Practice sentence")
             background: null
         }
@@ -57,7 +57,7 @@ Column {
 
     Row {
         visible: page.onboarding.practiced
-        spacing: 10
+        spacing: Theme.spacingMedium
 
         StatusSymbol {
         }
@@ -65,7 +65,7 @@ Column {
             anchors.verticalCenter: parent.verticalCenter
             text: qsTr("Corrected")
             color: Theme.success
-            font.pixelSize: 14
+            font.pixelSize: Theme.fontText
             font.weight: Font.DemiBold
         }
     }

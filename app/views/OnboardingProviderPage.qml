@@ -8,7 +8,7 @@ Column {
     required property ProviderConnection connection
     property bool active: false
 
-    spacing: 16
+    spacing: Theme.spacingWide
 
     onActiveChanged: {
         if (active)
@@ -24,13 +24,13 @@ Column {
         wrapMode: Text.Wrap
         text: qsTr("Vesk sends the text you select straight to the AI provider you choose, with your own API key.")
         color: Theme.textSoft
-        font.pixelSize: 14
+        font.pixelSize: Theme.fontText
         lineHeight: 1.2
     }
 
     Row {
         width: parent.width
-        spacing: 12
+        spacing: Theme.spacingLarge
 
         Repeater {
             model: [
@@ -62,13 +62,13 @@ Column {
                     Text {
                         text: modelData.title
                         color: Theme.text
-                        font.pixelSize: 15
+                        font.pixelSize: Theme.fontHeading
                         font.weight: Font.DemiBold
                     }
                     Text {
                         text: modelData.note
                         color: Theme.textMuted
-                        font.pixelSize: 12
+                        font.pixelSize: Theme.fontCaption
                     }
                 }
                 MouseArea {
@@ -89,7 +89,7 @@ Column {
     Text {
         text: qsTr("Anthropic's Claude is recommended.")
         color: Theme.textMuted
-        font.pixelSize: 12
+        font.pixelSize: Theme.fontCaption
     }
 
     ProviderKeyEntry {
@@ -105,6 +105,6 @@ Column {
         text: "Your text goes straight to " + page.connection.providerName
               + " over an encrypted page.connection. Nothing passes through Vesk's servers or is used for training."
         color: Theme.textMuted
-        font.pixelSize: 12
+        font.pixelSize: Theme.fontCaption
     }
 }

@@ -57,7 +57,7 @@ Rectangle {
         x: 40
         y: 36
         width: parent.width - 80
-        spacing: 8
+        spacing: Theme.spacing
 
         Row {
             spacing: 6
@@ -82,7 +82,7 @@ Rectangle {
             topPadding: 14
             text: root.titles[root.page]
             color: Theme.text
-            font.pixelSize: 24
+            font.pixelSize: Theme.fontLargeTitle
             font.weight: Font.Bold
         }
     }
@@ -139,7 +139,7 @@ Rectangle {
         }
         Row {
             anchors.right: parent.right
-            spacing: 10
+            spacing: Theme.spacingMedium
 
             LinkButton {
                 // The key can be added later in Settings; the practice needs a desktop that lets Vesk paste.

@@ -31,14 +31,14 @@ ComboBox {
         elide: Text.ElideRight
         text: picker.displayText
         color: Theme.text
-        font.pixelSize: 13
+        font.pixelSize: Theme.fontBody
     }
     indicator: Text {
         x: picker.width - width - 9
         anchors.verticalCenter: parent.verticalCenter
         text: "⌄"
         color: Theme.textMuted
-        font.pixelSize: 12
+        font.pixelSize: Theme.fontCaption
     }
     // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
     // qmllint disable unqualified
@@ -57,14 +57,14 @@ ComboBox {
                 text: (option.index === picker.currentIndex ? "✓ " : "   ")
                       + (option.modelData.menuLabel || option.modelData.label)
                 color: Theme.text
-                font.pixelSize: 13
+                font.pixelSize: Theme.fontBody
             }
             Text {
                 visible: (option.modelData.note || "") !== ""
                 leftPadding: 14
                 text: option.modelData.note || ""
                 color: Theme.textMuted
-                font.pixelSize: 11
+                font.pixelSize: Theme.fontSmall
             }
         }
         background: Rectangle {

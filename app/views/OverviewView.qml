@@ -38,14 +38,14 @@ Item {
         visible: root.overview.isEmpty
         anchors.centerIn: parent
         width: Math.min(parent.width, 420)
-        spacing: 10
+        spacing: Theme.spacingMedium
 
         Text {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             text: qsTr("Make your first correction")
             color: Theme.text
-            font.pixelSize: 18
+            font.pixelSize: Theme.fontTitle
             font.weight: Font.DemiBold
         }
         Text {
@@ -54,12 +54,12 @@ Item {
             wrapMode: Text.Wrap
             text: root.overview.emptyMessage
             color: Theme.textMuted
-            font.pixelSize: 13
+            font.pixelSize: Theme.fontBody
         }
         Row {
             anchors.horizontalCenter: parent.horizontalCenter
             topPadding: 8
-            spacing: 10
+            spacing: Theme.spacingMedium
 
             PushButton {
                 text: qsTr("AI & Privacy")
@@ -85,7 +85,7 @@ Item {
             id: cards
 
             width: parent.width
-            spacing: 12
+            spacing: Theme.spacingLarge
 
             Repeater {
                 model: root.overview.figures
@@ -108,18 +108,18 @@ Item {
                         anchors.left: parent.left
                         anchors.leftMargin: 16
                         anchors.verticalCenter: parent.verticalCenter
-                        spacing: 4
+                        spacing: Theme.spacingSmall
 
                         Text {
                             text: modelData.value
                             color: Theme.text
-                            font.pixelSize: 26
+                            font.pixelSize: Theme.fontFigure
                             font.weight: Font.DemiBold
                         }
                         Text {
                             text: modelData.title
                             color: Theme.textMuted
-                            font.pixelSize: 12
+                            font.pixelSize: Theme.fontCaption
                         }
                     }
                 }
@@ -135,7 +135,7 @@ Item {
                 anchors.verticalCenter: parent.verticalCenter
                 text: qsTr("Recent")
                 color: Theme.text
-                font.pixelSize: 15
+                font.pixelSize: Theme.fontHeading
                 font.weight: Font.DemiBold
             }
             LinkButton {

@@ -19,6 +19,6 @@ Item {
         anchors.centerIn: parent
         text: section.note
         color: Theme.textMuted
-        font.pixelSize: 13
+        font.pixelSize: Theme.fontBody
     }
 }

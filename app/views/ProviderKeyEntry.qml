@@ -17,12 +17,12 @@ Column {
         keyField.forceActiveFocus()
     }
 
-    spacing: 10
+    spacing: Theme.spacingMedium
 
     // The saved key.
     Row {
         visible: !entry.showsField
-        spacing: 8
+        spacing: Theme.spacing
 
         StatusSymbol {
             anchors.verticalCenter: parent.verticalCenter
@@ -35,12 +35,12 @@ Column {
             text: entry.connection.status === "failed" ? qsTr("Needs attention. Check or replace the key.")
                                                        : qsTr("Saved to your keyring")
             color: Theme.text
-            font.pixelSize: 13
+            font.pixelSize: Theme.fontBody
         }
     }
     Row {
         visible: !entry.showsField
-        spacing: 8
+        spacing: Theme.spacing
 
         PushButton {
             text: qsTr("Check connection")
@@ -85,14 +85,14 @@ Column {
             placeholderTextColor: Theme.textPlaceholder
             color: Theme.text
             selectionColor: Theme.selection
-            font.pixelSize: 13
+            font.pixelSize: Theme.fontBody
             background: null
             Accessible.name: entry.connection.providerName + " API key"
         }
     }
     Row {
         visible: entry.showsField
-        spacing: 8
+        spacing: Theme.spacing
 
         PushButton {
             primary: true
@@ -117,7 +117,7 @@ Column {
         visible: entry.busy
         text: entry.connection.isSaving ? qsTr("Saving key in keyring…") : qsTr("Checking the API key…")
         color: Theme.textMuted
-        font.pixelSize: 12
+        font.pixelSize: Theme.fontCaption
     }
 
     // What went wrong with the last attempt.
@@ -142,7 +142,7 @@ Column {
                 width: parent.width
                 text: entry.connection.failureTitle
                 color: Theme.dangerTitle
-                font.pixelSize: 13
+                font.pixelSize: Theme.fontBody
                 font.weight: Font.DemiBold
                 wrapMode: Text.WordWrap
             }
@@ -150,7 +150,7 @@ Column {
                 width: parent.width
                 text: entry.connection.failureMessage
                 color: Theme.text
-                font.pixelSize: 12
+                font.pixelSize: Theme.fontCaption
                 wrapMode: Text.WordWrap
             }
             Text {
@@ -158,7 +158,7 @@ Column {
                 width: parent.width
                 text: entry.connection.failureDetail
                 color: Theme.textMuted
-                font.pixelSize: 11
+                font.pixelSize: Theme.fontSmall
                 wrapMode: Text.WrapAnywhere
                 maximumLineCount: 4
                 elide: Text.ElideRight
@@ -188,21 +188,21 @@ Column {
             topPadding: 18
             text: removal.title
             color: Theme.text
-            font.pixelSize: 15
+            font.pixelSize: Theme.fontHeading
             font.weight: Font.DemiBold
             wrapMode: Text.WordWrap
         }
         contentItem: Text {
             text: qsTr("Vesk can't make corrections until you add a key again. The key is deleted from your keyring.")
             color: Theme.textBody
-            font.pixelSize: 13
+            font.pixelSize: Theme.fontBody
             wrapMode: Text.WordWrap
         }
         footer: Row {
             layoutDirection: Qt.RightToLeft
             rightPadding: 20
             bottomPadding: 18
-            spacing: 8
+            spacing: Theme.spacing
 
             PushButton {
                 text: qsTr("Remove")

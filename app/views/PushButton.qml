@@ -38,13 +38,13 @@ AbstractButton {
     rightPadding: leftPadding
 
     contentItem: Row {
-        spacing: 8
+        spacing: Theme.spacing
 
         Text {
             anchors.verticalCenter: parent.verticalCenter
             text: button.text
             color: button.primary || button.destructive ? Theme.textOnAccent : Theme.controlText
-            font.pixelSize: 13
+            font.pixelSize: Theme.fontBody
             font.weight: button.primary || button.destructive ? Font.DemiBold : Font.Medium
         }
         Label {
@@ -56,7 +56,7 @@ AbstractButton {
             bottomPadding: 1
             text: button.hint
             color: button.primary ? Theme.keycapAccentText : Theme.keycapText
-            font.pixelSize: 10
+            font.pixelSize: Theme.fontTiny
             font.weight: Font.Medium
             background: Rectangle {
                 radius: 4

@@ -93,7 +93,7 @@ Item {
             x: 18
             y: 16
             width: body.width - 36
-            spacing: 10
+            spacing: Theme.spacingMedium
 
             // Header: title and close button, subtitle under them.
             Item {
@@ -106,7 +106,7 @@ Item {
                     anchors.verticalCenter: parent.verticalCenter
                     text: root.review.title
                     color: Theme.text
-                    font.pixelSize: 14
+                    font.pixelSize: Theme.fontText
                     font.weight: Font.DemiBold
                 }
 
@@ -133,7 +133,7 @@ Item {
                     contentItem: Text {
                         text: "✕"
                         color: Theme.keycapText
-                        font.pixelSize: 11
+                        font.pixelSize: Theme.fontSmall
                         horizontalAlignment: Text.AlignHCenter
                         verticalAlignment: Text.AlignVCenter
                     }
@@ -145,7 +145,7 @@ Item {
                 visible: text.length > 0
                 text: root.review.subtitle
                 color: Theme.textMuted
-                font.pixelSize: 12
+                font.pixelSize: Theme.fontCaption
                 elide: Text.ElideRight
                 topPadding: -6
             }
@@ -164,7 +164,7 @@ Item {
                 visible: root.phase === "reading"
 
                 Row {
-                    spacing: 10
+                    spacing: Theme.spacingMedium
                     topPadding: 6
                     bottomPadding: 6
 
@@ -172,7 +172,7 @@ Item {
                         anchors.verticalCenter: parent.verticalCenter
                         text: qsTr("Reading your selection…")
                         color: Theme.textBody
-                        font.pixelSize: 14
+                        font.pixelSize: Theme.fontText
                     }
                     TypingDots {
                         objectName: "typingDots"
@@ -187,7 +187,7 @@ Item {
                 visible: root.phase === "writing"
                 text: root.review.streamingText
                 color: Theme.textBody
-                font.pixelSize: 14
+                font.pixelSize: Theme.fontText
                 lineHeight: 1.2
                 wrapMode: Text.Wrap
                 textFormat: Text.PlainText
@@ -229,7 +229,7 @@ Item {
                     anchors.verticalCenter: buttons.verticalCenter
                     text: root.review.isOverlaying ? qsTr("Writing the correction") : root.review.statusLine
                     color: Theme.textMuted
-                    font.pixelSize: 12
+                    font.pixelSize: Theme.fontCaption
                     elide: Text.ElideRight
                 }
 
@@ -238,7 +238,7 @@ Item {
 
                     anchors.right: parent.right
                     anchors.bottom: parent.bottom
-                    spacing: 8
+                    spacing: Theme.spacing
 
                     PushButton {
                         text: qsTr("Cancel")

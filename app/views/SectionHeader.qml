@@ -15,7 +15,7 @@ Item {
         anchors.verticalCenter: parent.verticalCenter
         text: header.title
         color: Theme.text
-        font.pixelSize: 20
+        font.pixelSize: Theme.fontDisplay
         font.weight: Font.DemiBold
     }
     Row {
@@ -23,7 +23,7 @@ Item {
 
         anchors.right: parent.right
         anchors.verticalCenter: parent.verticalCenter
-        spacing: 8
+        spacing: Theme.spacing
     }
     Rectangle {
         anchors.bottom: parent.bottom

@@ -21,7 +21,7 @@ Item {
         id: noChanges
 
         visible: !outcome.failed
-        spacing: 10
+        spacing: Theme.spacingMedium
         topPadding: 4
         bottomPadding: 4
 
@@ -34,7 +34,7 @@ Item {
             anchors.verticalCenter: parent.verticalCenter
             text: qsTr("No changes needed")
             color: Theme.text
-            font.pixelSize: 14
+            font.pixelSize: Theme.fontText
         }
     }
 
@@ -43,7 +43,7 @@ Item {
 
         visible: outcome.failed
         width: outcome.width
-        spacing: 10
+        spacing: Theme.spacingMedium
 
         StatusSymbol {
             glyph: "!"
@@ -58,7 +58,7 @@ Item {
                 visible: text.length > 0
                 text: outcome.session.failureTitle
                 color: Theme.text
-                font.pixelSize: 14
+                font.pixelSize: Theme.fontText
                 font.weight: Font.DemiBold
                 wrapMode: Text.Wrap
             }
@@ -66,14 +66,14 @@ Item {
                 width: parent.width
                 text: outcome.session.failureMessage
                 color: Theme.textBody
-                font.pixelSize: 13
+                font.pixelSize: Theme.fontBody
                 wrapMode: Text.Wrap
             }
             Row {
                 id: actionRow
 
                 visible: children.length > 0
-                spacing: 8
+                spacing: Theme.spacing
             }
         }
     }

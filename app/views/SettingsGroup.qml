@@ -9,13 +9,13 @@ Column {
     default property alias rows: rowsColumn.data
 
     width: parent ? parent.width : 0
-    spacing: 8
+    spacing: Theme.spacing
 
     Text {
         leftPadding: 4
         text: group.title
         color: Theme.textMuted
-        font.pixelSize: 12
+        font.pixelSize: Theme.fontCaption
         font.weight: Font.DemiBold
         Accessible.role: Accessible.Heading
     }

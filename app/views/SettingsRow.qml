@@ -42,7 +42,7 @@ Item {
                 Layout.fillWidth: true
                 text: row.title
                 color: Theme.text
-                font.pixelSize: 13
+                font.pixelSize: Theme.fontBody
                 wrapMode: Text.WordWrap
             }
             Text {
@@ -50,7 +50,7 @@ Item {
                 Layout.fillWidth: true
                 text: row.note
                 color: Theme.textMuted
-                font.pixelSize: 12
+                font.pixelSize: Theme.fontCaption
                 wrapMode: Text.WordWrap
             }
         }

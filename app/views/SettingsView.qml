@@ -155,7 +155,7 @@ Item {
                                     color: Theme.text
                                     selectionColor: Theme.selection
                                     selectedTextColor: Theme.textOnAccent
-                                    font.pixelSize: 13
+                                    font.pixelSize: Theme.fontBody
                                     padding: 8
                                     background: null
                                 }
@@ -166,7 +166,7 @@ Item {
                             horizontalAlignment: Text.AlignRight
                             text: root.settings.customRulesCount
                             color: Theme.textMuted
-                            font.pixelSize: 11
+                            font.pixelSize: Theme.fontSmall
                         }
                     }
                 }
@@ -218,7 +218,7 @@ Item {
                             Accessible.name: qsTr("Model")
                             color: Theme.text
                             selectionColor: Theme.selection
-                            font.pixelSize: 13
+                            font.pixelSize: Theme.fontBody
                             background: null
                         }
                     }
@@ -275,7 +275,7 @@ Item {
                                 Accessible.name: qsTr("Base address")
                                 color: Theme.text
                                 selectionColor: Theme.selection
-                                font.pixelSize: 13
+                                font.pixelSize: Theme.fontBody
                                 background: null
                             }
                         }
@@ -285,7 +285,7 @@ Item {
                             wrapMode: Text.WordWrap
                             text: root.settings.baseAddressError
                             color: Theme.dangerText
-                            font.pixelSize: 12
+                            font.pixelSize: Theme.fontCaption
                         }
                     }
                 }
@@ -310,7 +310,7 @@ Item {
                 horizontalAlignment: Text.AlignHCenter
                 text: root.settings.versionText
                 color: Theme.textPlaceholder
-                font.pixelSize: 11
+                font.pixelSize: Theme.fontSmall
             }
         }
     }

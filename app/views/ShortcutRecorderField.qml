@@ -26,7 +26,7 @@ Column {
             text: field.recorder.recording || field.recorder.shortcutText === "" ? field.recorder.placeholder
                                                                                   : field.recorder.shortcutText
             color: field.recorder.recording || field.recorder.shortcutText === "" ? Theme.textMuted : Theme.text
-            font.pixelSize: 13
+            font.pixelSize: Theme.fontBody
         }
 
         Item {
@@ -57,7 +57,7 @@ Column {
             visible: field.recorder.shortcutText !== "" && !field.recorder.recording
             text: qsTr("\u2715")
             color: Theme.textMuted
-            font.pixelSize: 11
+            font.pixelSize: Theme.fontSmall
             MouseArea {
                 anchors.fill: parent
                 anchors.margins: -6
@@ -72,6 +72,6 @@ Column {
         wrapMode: Text.WordWrap
         text: field.recorder.error
         color: Theme.dangerText
-        font.pixelSize: 12
+        font.pixelSize: Theme.fontCaption
     }
 }

@@ -33,7 +33,7 @@ Rectangle {
         horizontalAlignment: Text.AlignHCenter
         text: row.icon
         color: row.selected ? Theme.accent : Theme.textMuted
-        font.pixelSize: 15
+        font.pixelSize: Theme.fontHeading
     }
     Text {
         anchors.left: iconLabel.right
@@ -41,7 +41,7 @@ Rectangle {
         anchors.verticalCenter: parent.verticalCenter
         text: row.title
         color: row.selected ? Theme.text : Theme.textBody
-        font.pixelSize: 13
+        font.pixelSize: Theme.fontBody
         font.weight: row.selected ? Font.DemiBold : Font.Normal
     }
 }

@@ -78,19 +78,23 @@ QtObject {
     readonly property color insertedText: dark ? "#8ff0b0" : "#116329"
     readonly property color insertedBackground: dark ? "#1e4630" : "#dcf5e3"
 
-    // Spacing and corners.
+    // Spacing between neighbours in rows and columns.
     readonly property int spacingSmall: 4
     readonly property int spacing: 8
-    readonly property int spacingLarge: 16
-    readonly property int radius: 7
-    readonly property int cardRadius: 10
+    readonly property int spacingMedium: 10
+    readonly property int spacingLarge: 12
+    readonly property int spacingWide: 16
 
-    // Type sizes, in pixels.
+    // Type sizes, in pixels: keycaps, captions and notes, controls, body text, headings, titles, figures.
+    readonly property int fontTiny: 10
     readonly property int fontSmall: 11
     readonly property int fontCaption: 12
     readonly property int fontBody: 13
     readonly property int fontText: 14
     readonly property int fontHeading: 15
+    readonly property int fontSubtitle: 16
     readonly property int fontTitle: 18
+    readonly property int fontDisplay: 20
     readonly property int fontLargeTitle: 24
+    readonly property int fontFigure: 26
 }

@@ -9,7 +9,7 @@ Row {
     property color color: Theme.textMuted
     property int dotSize: 6
 
-    spacing: 4
+    spacing: Theme.spacingSmall
 
     Repeater {
         model: 3
