@@ -61,6 +61,13 @@ TEST_F(HomeViewTest, WindowShowsEverySectionWithoutQmlWarnings)
     test::settle(home.window());
     const auto* view = qobject_cast<QQuickView*>(home.window());
     EXPECT_EQ(view->rootObject()->property("selectedSection").toString(), "composer");
+
+    home.window()->close();
+    EXPECT_EQ(home.window(), nullptr) << "a closed window goes, with its QML engine";
+    home.show(HomeSection::activity);
+    test::settle(home.window());
+    EXPECT_EQ(qobject_cast<QQuickView*>(home.window())->rootObject()->property("selectedSection").toString(),
+              "activity");
     EXPECT_EQ(recorder.warnings(), "");
 }
 
