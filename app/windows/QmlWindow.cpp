@@ -9,10 +9,25 @@
 #include <QQmlError>
 #include <QQuickView>
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 // Generated with the module's type registration; a static library would otherwise drop it unseen.
 void qml_register_types_Vesk();
 
 namespace vesk::app {
+
+namespace {
+
+void releaseFreedMemory()
+{
+#if defined(__GLIBC__)
+    malloc_trim(0);
+#endif
+}
+
+} // namespace
 
 void QmlWindow::useModule(QQmlEngine& engine)
 {
@@ -92,6 +107,9 @@ void QmlWindow::releaseWhenHidden()
     QQuickView* hidden = m_window;
     m_window = nullptr;
     static_cast<QObject*>(hidden)->setParent(this);
+    // Once it is gone (after its destructor, hence queued), the allocator hands the engine's pages back, so the
+    // idle app shrinks instead of keeping them for the next window.
+    connect(hidden, &QObject::destroyed, this, [] { releaseFreedMemory(); }, Qt::QueuedConnection);
     hidden->deleteLater();
 }
 
