@@ -44,8 +44,8 @@ QUrl QmlWindow::viewUrl(const QString& viewName)
     return QUrl(QStringLiteral("qrc:/qt/qml/Vesk/%1.qml").arg(viewName));
 }
 
-QmlWindow::QmlWindow(QString viewName, Setup setup, QObject* parent)
-    : QObject(parent), m_viewName(std::move(viewName)), m_setup(std::move(setup))
+QmlWindow::QmlWindow(QString viewName, Setup setup, Lifetime lifetime, QObject* parent)
+    : QObject(parent), m_viewName(std::move(viewName)), m_setup(std::move(setup)), m_lifetime(lifetime)
 {
 }
 
@@ -56,23 +56,30 @@ QmlWindow::~QmlWindow()
 
 QQuickView& QmlWindow::open(const QVariantMap& properties)
 {
-    if (m_window != nullptr) {
+    if (m_window != nullptr && m_lifetime == Lifetime::whileOpen) {
         return *m_window;
     }
-    // A window hidden a moment ago goes first, before its owner replaces the models it shows.
-    qDeleteAll(findChildren<QQuickView*>(Qt::FindDirectChildrenOnly));
-    m_window = new QQuickView();
-    m_window->setResizeMode(QQuickView::SizeRootObjectToView);
-    m_window->setColor(background());
-    if (m_setup) {
-        m_setup(*m_window);
-    }
-    connect(m_window, &QWindow::visibleChanged, this, [this](bool visible) {
-        if (!visible) {
-            releaseWhenHidden();
+    if (m_window != nullptr) {
+        // A kept window gets a fresh view: nothing of the last one carries over.
+        m_window->setSource(QUrl());
+    } else {
+        // A window hidden a moment ago goes first, before its owner replaces the models it shows.
+        qDeleteAll(findChildren<QQuickView*>(Qt::FindDirectChildrenOnly));
+        m_window = new QQuickView();
+        m_window->setResizeMode(QQuickView::SizeRootObjectToView);
+        m_window->setColor(background());
+        if (m_setup) {
+            m_setup(*m_window);
         }
-    });
-    useModule(*m_window->engine());
+        if (m_lifetime == Lifetime::whileOpen) {
+            connect(m_window, &QWindow::visibleChanged, this, [this](bool visible) {
+                if (!visible) {
+                    releaseWhenHidden();
+                }
+            });
+        }
+        useModule(*m_window->engine());
+    }
     m_window->setInitialProperties(properties);
     m_window->setSource(viewUrl(m_viewName));
     for (const QQmlError& error : m_window->errors()) {

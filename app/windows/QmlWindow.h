@@ -22,12 +22,20 @@ public:
     // Sets up a freshly built window before its view loads: title, sizes, flags, format.
     using Setup = std::function<void(QQuickView& window)>;
 
+    enum class Lifetime
+    {
+        // Built on open, released with its engine once hidden.
+        whileOpen,
+        // Built on the first open and kept; every open loads a fresh view into it.
+        kept,
+    };
+
     // `viewName` names a view in the module (e.g. "HomeView").
-    QmlWindow(QString viewName, Setup setup, QObject* parent = nullptr);
+    QmlWindow(QString viewName, Setup setup, Lifetime lifetime = Lifetime::whileOpen, QObject* parent = nullptr);
     ~QmlWindow() override;
 
     // Builds the window with `properties` for the view's required properties and loads the view (load
-    // errors are logged); an open window is returned as it is. Not yet shown.
+    // errors are logged); an open window is returned as it is, a kept one with a fresh view. Not yet shown.
     QQuickView& open(const QVariantMap& properties);
     // Hides the window, which releases it.
     void close();
@@ -51,6 +59,7 @@ private:
 
     QString m_viewName;
     Setup m_setup;
+    Lifetime m_lifetime;
     QQuickView* m_window = nullptr;
 };
 

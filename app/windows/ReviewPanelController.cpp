@@ -47,9 +47,11 @@ struct ReviewPanelController::Private
 
     SessionModel model;
     ReviewActions actions;
-    // Built for every correction, so nothing of the last one (scroll position, hover, focus) carries over,
-    // and released with its engine when the panel hides.
-    QmlWindow window{QStringLiteral("ReviewView"), [this](QQuickView& view) { setUp(view); }};
+    // A fresh view for every correction, so nothing of the last one (scroll position, hover, focus) carries
+    // over, in a window kept for the app's life: a press of the shortcut does not wait for a new QML engine,
+    // and no window is destroyed under the paste that follows an accept (that broke the paste without review).
+    QmlWindow window{QStringLiteral("ReviewView"), [this](QQuickView& view) { setUp(view); },
+                     QmlWindow::Lifetime::kept};
     bool composited = true;
 };
 
@@ -133,7 +135,6 @@ void ReviewPanelController::show(CorrectionSession& session, Actions actions)
     // Without a compositor the see-through corners and shadow would come out black: the body fills the
     // window and a mask rounds its corners instead.
     d->composited = desktopComposites();
-    d->window.close();
     QQuickView& view = d->window.open({{QStringLiteral("review"), QVariant::fromValue(&d->model)},
                                        {QStringLiteral("actions"), QVariant::fromValue(&d->actions)},
                                        {QStringLiteral("composited"), d->composited}});
