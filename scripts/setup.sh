@@ -10,7 +10,8 @@ packages=(
     libicu-dev nlohmann-json3-dev libcurl4-openssl-dev ca-certificates libsqlite3-dev
     qt6-base-dev qtkeychain-qt6-dev qt6-declarative-dev
     qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-window
-    qml6-module-qtquick-templates qml6-module-qtqml-workerscript qml6-module-qtquick-dialogs
+    qml6-module-qtquick-templates qml6-module-qtqml qml6-module-qtqml-workerscript qml6-module-qtquick-dialogs
+    qt6-declarative-dev-tools
     libx11-dev libxtst-dev libxfixes-dev
     googletest libgtest-dev libgmock-dev libbenchmark-dev
     dbus gnome-keyring libsecret-tools

@@ -6,6 +6,7 @@
 #include "app/models/SessionModel.h"
 
 #include <QObject>
+#include <QtQml/qqmlregistration.h>
 #include <QString>
 #include <QUuid>
 #include <functional>
@@ -16,6 +17,8 @@ namespace vesk::app {
 class ComposerModel : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("owned by its window")
     Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
     Q_PROPERTY(QString characterCountText READ characterCountText NOTIFY textChanged)
     // False for blank text, so "Fix grammar" has nothing to send.

@@ -7,6 +7,7 @@
 #include "app/common/HomeSection.h"
 
 #include <QObject>
+#include <QtQml/qqmlregistration.h>
 #include <QString>
 #include <functional>
 
@@ -17,6 +18,8 @@ class HomeModel;
 class HistoryActions : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("owned by its window")
 
 public:
     using OpenComposer = std::function<void(const ComposerDraft&)>;

@@ -7,6 +7,7 @@
 #include "core/Calendar.h"
 
 #include <QAbstractListModel>
+#include <QtQml/qqmlregistration.h>
 #include <QString>
 #include <QVariantMap>
 #include <functional>
@@ -17,6 +18,8 @@ namespace vesk::app {
 class HistoryListModel : public QAbstractListModel
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("owned by its window")
     // Trimmed, case and accents ignored; blank shows everything.
     Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY queryChanged)
     // The most rows shown, 0 for no limit.

@@ -5,6 +5,7 @@
 #include "app/common/HomeSection.h"
 
 #include <QObject>
+#include <QtQml/qqmlregistration.h>
 #include <QString>
 
 namespace vesk::app {
@@ -12,6 +13,8 @@ namespace vesk::app {
 class HomeModel : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("owned by its window")
     // The selected section's raw value: "overview", "composer", "activity" or "settings".
     Q_PROPERTY(QString selection READ selection WRITE setSelection NOTIFY selectionChanged)
     // The history record selected in Activity, 0 for none.

@@ -24,7 +24,7 @@ QString OnboardingModel::shortcutText() const
             return shortcut->displayText();
         }
     }
-    return QStringLiteral("your shortcut");
+    return tr("your shortcut");
 }
 
 QString OnboardingModel::shortcutNote() const

@@ -4,6 +4,7 @@
 // in other apps on this desktop, a practice correction through the real flow, and the end of setup.
 
 #include <QObject>
+#include <QtQml/qqmlregistration.h>
 #include <QString>
 #include <functional>
 
@@ -16,6 +17,8 @@ class ShortcutSettings;
 class OnboardingModel : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("owned by its window")
     Q_PROPERTY(int page READ page NOTIFY pageChanged)
     Q_PROPERTY(int pageCount READ pageCount CONSTANT)
     Q_PROPERTY(bool canPostInput READ canPostInput NOTIFY canPostInputChanged)

@@ -34,10 +34,10 @@ QVariantList OverviewModel::figures() const
     };
     return {
         card(m_stats.mistakesFixed,
-             m_stats.mistakesFixed == 1 ? QStringLiteral("Mistake fixed") : QStringLiteral("Mistakes fixed")),
-        card(m_stats.mistakesThisWeek, QStringLiteral("This week")),
-        card(m_stats.wordsPolished, QStringLiteral("Words polished")),
-        card(m_stats.activeDaysThisMonth, QStringLiteral("Active days")),
+             m_stats.mistakesFixed == 1 ? tr("Mistake fixed") : tr("Mistakes fixed")),
+        card(m_stats.mistakesThisWeek, tr("This week")),
+        card(m_stats.wordsPolished, tr("Words polished")),
+        card(m_stats.activeDaysThisMonth, tr("Active days")),
     };
 }
 
@@ -47,8 +47,8 @@ QString OverviewModel::emptyMessage() const
     if (m_shortcuts != nullptr) {
         shortcut = m_shortcuts->shortcut(QString::fromLatin1(ShortcutSettings::fixGrammar));
     }
-    return QStringLiteral("Select text in any app and press ") +
-           (shortcut ? shortcut->displayText() : QStringLiteral("your shortcut")) + QStringLiteral(" to fix it.");
+    return tr("Select text in any app and press %1 to fix it.")
+        .arg(shortcut ? shortcut->displayText() : tr("your shortcut"));
 }
 
 } // namespace vesk::app

@@ -6,6 +6,7 @@
 #include "core/Calendar.h"
 
 #include <QObject>
+#include <QtQml/qqmlregistration.h>
 #include <QString>
 #include <QVariantList>
 #include <functional>
@@ -17,6 +18,8 @@ class ShortcutSettings;
 class OverviewModel : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("owned by its window")
     Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY changed)
     // Four cards in order, each {value, title}: mistakes fixed, this week, words polished, active days.
     Q_PROPERTY(QVariantList figures READ figures NOTIFY changed)

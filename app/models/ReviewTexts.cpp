@@ -2,6 +2,7 @@
 
 #include "app/common/Utf8.h"
 
+#include <QCoreApplication>
 #include <QLocale>
 #include <QRegularExpression>
 #include <QStringList>
@@ -10,6 +11,12 @@
 namespace vesk::app::ReviewTexts {
 
 namespace {
+
+// The panel's texts, translatable under the context "ReviewTexts".
+QString text(const char* source)
+{
+    return QCoreApplication::translate("ReviewTexts", source);
+}
 
 template <typename... Ts> struct Overloaded : Ts...
 {
@@ -64,25 +71,25 @@ QString title(ReviewPhase phase)
     switch (phase) {
     case ReviewPhase::reading:
     case ReviewPhase::writing:
-        return QStringLiteral("Correcting");
+        return text("Correcting");
     case ReviewPhase::result:
-        return QStringLiteral("Review");
+        return text("Review");
     case ReviewPhase::noChanges:
-        return QStringLiteral("Looks good");
+        return text("Looks good");
     case ReviewPhase::error:
-        return QStringLiteral("Couldn't correct");
+        return text("Couldn't correct");
     }
-    return QStringLiteral("Correcting");
+    return text("Correcting");
 }
 
 QString changeCount(int count)
 {
-    return count == 1 ? QStringLiteral("1 change") : QStringLiteral("%1 changes").arg(count);
+    return count == 1 ? text("1 change") : text("%1 changes").arg(count);
 }
 
 QString characterCount(int count)
 {
-    return count == 1 ? QStringLiteral("1 character") : QStringLiteral("%1 characters").arg(QLocale().toString(count));
+    return count == 1 ? text("1 character") : text("%1 characters").arg(QLocale().toString(count));
 }
 
 QString subtitle(ReviewPhase phase, int changes, const std::optional<CorrectionSettings>& settings,
@@ -96,7 +103,7 @@ QString subtitle(ReviewPhase phase, int changes, const std::optional<CorrectionS
         parts << fromUtf8(title(settings->strength)) << fromUtf8(title(settings->tone));
     }
     if (sourceApp && !sourceApp->isEmpty()) {
-        parts << QStringLiteral("from ") + *sourceApp;
+        parts << text("from %1").arg(*sourceApp);
     }
     return parts.join(QStringLiteral(" · "));
 }
@@ -104,27 +111,27 @@ QString subtitle(ReviewPhase phase, int changes, const std::optional<CorrectionS
 QString primaryTitle(bool hasChanges, const std::optional<QString>& sourceApp)
 {
     if (!hasChanges) {
-        return QStringLiteral("Keep original");
+        return text("Keep original");
     }
     static const QRegularExpression parenthesisedSuffix(QStringLiteral("\\s*\\(.*\\)$"));
     QString name = sourceApp.value_or(QString());
     name.remove(parenthesisedSuffix);
     if (!name.isEmpty() && userCharacters(name) <= 18) {
-        return QStringLiteral("Replace in ") + name;
+        return text("Replace in %1").arg(name);
     }
-    return QStringLiteral("Replace");
+    return text("Replace");
 }
 
 QString statusLine(ReviewPhase phase, const std::optional<QString>& sourceApp)
 {
     if (phase == ReviewPhase::reading) {
         if (sourceApp && !sourceApp->isEmpty()) {
-            return QStringLiteral("Reading selection ") + *sourceApp;
+            return text("Reading selection %1").arg(*sourceApp);
         }
-        return QStringLiteral("Reading selection");
+        return text("Reading selection");
     }
     if (phase == ReviewPhase::writing) {
-        return QStringLiteral("Writing the correction");
+        return text("Writing the correction");
     }
     return {};
 }

@@ -7,6 +7,7 @@
 #include "core/CorrectionSession.h"
 
 #include <QObject>
+#include <QtQml/qqmlregistration.h>
 #include <QPointer>
 #include <QString>
 #include <QVariantList>
@@ -18,6 +19,8 @@ class AppSettings;
 class SessionModel : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("owned by its window")
     // "reading", "writing", "result", "noChanges" or "error"; "reading" without a session.
     Q_PROPERTY(QString phase READ phase NOTIFY changed)
     // True without a session or once the session went back to the text (the composer's resting state).

@@ -5,6 +5,7 @@
 #include "app/common/Utf8.h"
 #include "core/UnicodeText.h"
 
+#include <QCoreApplication>
 #include <QDesktopServices>
 #include <QUrl>
 #include <QVariantMap>
@@ -53,7 +54,8 @@ QString addressProblem(const QString& address)
     const QUrl url(address, QUrl::StrictMode);
     const bool web = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
     if (!url.isValid() || !web || url.host().isEmpty()) {
-        return QStringLiteral("Use an address that starts with http:// or https://, like http://localhost:11434/v1.");
+        return QCoreApplication::translate(
+            "SettingsModel", "Use an address that starts with http:// or https://, like http://localhost:11434/v1.");
     }
     return {};
 }
@@ -206,7 +208,7 @@ QVariantList SettingsModel::modelOptions() const
                                 {QStringLiteral("note"), note}});
     };
     for (const std::string_view known : models(provider)) {
-        add(known, known == defaultModel(provider) ? QStringLiteral("Fast and cheap. Recommended.") : QString());
+        add(known, known == defaultModel(provider) ? tr("Fast and cheap. Recommended.") : QString());
     }
     // A model chosen elsewhere (the command line, or typed for another server) stays selectable.
     const auto knownModels = models(provider);
@@ -248,17 +250,17 @@ QString SettingsModel::privacyNote() const
     const std::string endpoint = m_settings.endpoint(m_connection.provider());
     if (!endpoint.empty()) {
         // The provider's own promise says nothing about a server the user picked.
-        return QStringLiteral("Your text goes straight to the server at %1. Nothing passes through Vesk's servers.")
+        return tr("Your text goes straight to the server at %1. Nothing passes through Vesk's servers.")
             .arg(QUrl(QString::fromStdString(endpoint)).host());
     }
-    return QStringLiteral("Your text goes straight to ") + m_connection.providerName() +
-           QStringLiteral(" over an encrypted connection. Nothing passes through Vesk's servers or is used for "
-                          "training.");
+    return tr("Your text goes straight to %1 over an encrypted connection. Nothing passes through Vesk's servers "
+              "or is used for training.")
+        .arg(m_connection.providerName());
 }
 
 QString SettingsModel::versionText()
 {
-    return QStringLiteral("Version " VESK_VERSION);
+    return tr("Version %1").arg(QLatin1String(VESK_VERSION));
 }
 
 bool SettingsModel::contactSupport() const

@@ -9,6 +9,7 @@
 #include "app/models/ShortcutRecorder.h"
 
 #include <QObject>
+#include <QtQml/qqmlregistration.h>
 #include <QString>
 #include <QVariantList>
 #include <optional>
@@ -21,6 +22,8 @@ class ShortcutSettings;
 class SettingsModel : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("owned by its window")
     Q_PROPERTY(vesk::app::ProviderConnection* connection READ connection CONSTANT)
     Q_PROPERTY(vesk::app::ShortcutRecorder* shortcutRecorder READ shortcutRecorder CONSTANT)
     Q_PROPERTY(vesk::app::LaunchAtLogin* launchAtLogin READ launchAtLogin CONSTANT)

@@ -5,6 +5,7 @@
 // correction.
 
 #include <QObject>
+#include <QtQml/qqmlregistration.h>
 #include <QString>
 
 namespace vesk::app {
@@ -14,6 +15,8 @@ class ShortcutSettings;
 class ShortcutRecorder : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("owned by its window")
     Q_PROPERTY(QString shortcutText READ shortcutText NOTIFY changed)
     Q_PROPERTY(QString placeholder READ placeholder NOTIFY changed)
     Q_PROPERTY(bool recording READ isRecording NOTIFY changed)

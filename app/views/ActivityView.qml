@@ -1,24 +1,33 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // The Activity section: every correction newest first, searched on every keystroke, with the selected
-// one's details beside the list. Context: `activity` (HistoryListModel), `historyActions`, `home`.
+// one's details beside the list.
 Item {
     id: root
 
+    required property HomeModel home
+    required property HistoryListModel activity
+    required property HistoryActions historyActions
+
     property bool active: true
+    // The record selected in Activity, 0 for none (a qint64, which Qt 6.4's type files do not name).
+    // qmllint disable type
+    readonly property var selectedId: root.home.activitySelection
+    // qmllint enable type
     readonly property var selected: {
         // Re-read when the selection or the history changes.
-        activity.count
-        return home.activitySelection !== 0 ? activity.record(home.activitySelection) : ({})
+        root.activity.count
+        return root.selectedId !== 0 ? root.activity.record(root.selectedId) : ({})
     }
     readonly property bool hasSelection: selected.recordId !== undefined
 
     onActiveChanged: {
         if (active) {
-            activity.refreshTimes()
+            root.activity.refreshTimes()
             // Opening a record from the overview scrolls it into view.
-            const row = activity.rowOf(home.activitySelection)
+            const row = root.activity.rowOf(root.selectedId)
             if (row >= 0)
                 list.positionViewAtIndex(row, ListView.Contain)
         }
@@ -28,52 +37,52 @@ Item {
         id: header
 
         width: parent.width
-        title: "Activity"
+        title: qsTr("Activity")
 
         Text {
             anchors.verticalCenter: parent.verticalCenter
-            text: activity.countText
-            color: "#8e8e93"
-            font.pixelSize: 12
+            text: root.activity.countText
+            color: Theme.textMuted
+            font.pixelSize: Theme.fontCaption
         }
         LinkButton {
-            text: "Clear"
-            enabled: activity.totalCount > 0
+            text: qsTr("Clear")
+            enabled: root.activity.totalCount > 0
             opacity: enabled ? 1 : 0.4
             onClicked: confirmClear.open()
         }
     }
 
     Column {
-        visible: activity.totalCount === 0
+        visible: root.activity.totalCount === 0
         anchors.centerIn: parent
-        spacing: 10
+        spacing: Theme.spacingMedium
 
         Text {
             anchors.horizontalCenter: parent.horizontalCenter
-            text: "No corrections yet"
-            color: "#f5f5f7"
-            font.pixelSize: 18
+            text: qsTr("No corrections yet")
+            color: Theme.text
+            font.pixelSize: Theme.fontTitle
             font.weight: Font.DemiBold
         }
         Text {
             anchors.horizontalCenter: parent.horizontalCenter
-            text: "Corrections you accept will appear here."
-            color: "#8e8e93"
-            font.pixelSize: 13
+            text: qsTr("Corrections you accept will appear here.")
+            color: Theme.textMuted
+            font.pixelSize: Theme.fontBody
         }
-        PillButton {
+        PushButton {
             anchors.horizontalCenter: parent.horizontalCenter
-            text: "Write"
-            prominent: true
-            onClicked: home.selection = "composer"
+            text: qsTr("Write")
+            primary: true
+            onClicked: root.home.selection = "composer"
         }
     }
 
     Item {
         id: listPane
 
-        visible: activity.totalCount > 0
+        visible: root.activity.totalCount > 0
         anchors.top: header.bottom
         anchors.topMargin: 14
         anchors.bottom: parent.bottom
@@ -83,19 +92,19 @@ Item {
             id: search
 
             width: parent.width
-            placeholderText: "Search corrections"
-            placeholderTextColor: "#6e6e73"
-            color: "#f5f5f7"
-            font.pixelSize: 13
+            placeholderText: qsTr("Search corrections")
+            placeholderTextColor: Theme.textPlaceholder
+            color: Theme.text
+            font.pixelSize: Theme.fontBody
             leftPadding: 10
-            Accessible.name: "Search corrections"
-            text: activity.query
-            onTextEdited: activity.query = text
+            Accessible.name: qsTr("Search corrections")
+            text: root.activity.query
+            onTextEdited: root.activity.query = text
             background: Rectangle {
                 radius: 7
-                color: "#232325"
+                color: Theme.card
                 border.width: 1
-                border.color: search.activeFocus ? "#0a84ff" : "#343437"
+                border.color: search.activeFocus ? Theme.accent : Theme.border
             }
         }
 
@@ -108,50 +117,53 @@ Item {
             width: parent.width
             clip: true
             spacing: 2
-            model: activity
+            model: root.activity
             boundsBehavior: Flickable.StopAtBounds
             ScrollBar.vertical: ScrollBar {}
 
+            // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+            // qmllint disable unqualified
             delegate: HistoryRow {
+                id: activityRow
+
                 width: list.width
-                recordId: model.recordId
-                title: model.title
-                detail: model.fixes + " \u00B7 " + model.time
-                selected: model.recordId === home.activitySelection
-                onActivated: home.activitySelection = model.recordId
+                historyActions: root.historyActions
+                selected: activityRow.recordId === root.selectedId
+                onActivated: root.home.activitySelection = activityRow.recordId
             }
+            // qmllint enable unqualified
         }
 
         Text {
-            visible: activity.count === 0
+            visible: root.activity.count === 0
             anchors.horizontalCenter: list.horizontalCenter
             y: list.y + 30
-            text: "No matching corrections"
-            color: "#8e8e93"
-            font.pixelSize: 13
+            text: qsTr("No matching corrections")
+            color: Theme.textMuted
+            font.pixelSize: Theme.fontBody
         }
     }
 
     Rectangle {
         id: detailPane
 
-        visible: activity.totalCount > 0
+        visible: root.activity.totalCount > 0
         anchors.left: listPane.right
         anchors.leftMargin: 16
         anchors.right: parent.right
         anchors.top: listPane.top
         anchors.bottom: parent.bottom
         radius: 10
-        color: "#232325"
+        color: Theme.card
         border.width: 1
-        border.color: "#2f2f32"
+        border.color: Theme.separator
 
         Text {
             visible: !root.hasSelection
             anchors.centerIn: parent
-            text: "Select a correction"
-            color: "#8e8e93"
-            font.pixelSize: 13
+            text: qsTr("Select a correction")
+            color: Theme.textMuted
+            font.pixelSize: Theme.fontBody
         }
 
         Flickable {
@@ -173,45 +185,45 @@ Item {
 
                 Text {
                     text: root.selected.source ?? ""
-                    color: "#8e8e93"
-                    font.pixelSize: 12
+                    color: Theme.textMuted
+                    font.pixelSize: Theme.fontCaption
                 }
                 DetailText {
-                    label: "Original"
+                    label: qsTr("Original")
                     body: root.selected.original ?? ""
                     muted: true
                 }
                 DetailText {
-                    label: "Correction"
+                    label: qsTr("Correction")
                     body: root.selected.corrected ?? ""
                 }
                 Text {
                     visible: text !== ""
                     text: root.selected.settings ?? ""
-                    color: "#8e8e93"
-                    font.pixelSize: 12
+                    color: Theme.textMuted
+                    font.pixelSize: Theme.fontCaption
                 }
                 Text {
                     width: parent.width
                     wrapMode: Text.Wrap
                     text: root.selected.detail ?? ""
-                    color: "#8e8e93"
-                    font.pixelSize: 12
+                    color: Theme.textMuted
+                    font.pixelSize: Theme.fontCaption
                 }
                 Row {
-                    spacing: 8
+                    spacing: Theme.spacing
 
-                    PillButton {
-                        text: "Copy"
-                        onClicked: historyActions.copyCorrection(home.activitySelection)
+                    PushButton {
+                        text: qsTr("Copy")
+                        onClicked: root.historyActions.copyCorrection(root.selectedId)
                     }
-                    PillButton {
-                        text: "Reuse"
-                        onClicked: historyActions.reuseCorrection(home.activitySelection)
+                    PushButton {
+                        text: qsTr("Reuse")
+                        onClicked: root.historyActions.reuseCorrection(root.selectedId)
                     }
-                    PillButton {
-                        text: "Rerun original"
-                        onClicked: historyActions.rerunOriginal(home.activitySelection)
+                    PushButton {
+                        text: qsTr("Rerun original")
+                        onClicked: root.historyActions.rerunOriginal(root.selectedId)
                     }
                 }
             }
@@ -226,46 +238,46 @@ Item {
         anchors.centerIn: parent
         width: 360
         modal: true
-        title: "Clear all activity?"
+        title: qsTr("Clear all activity?")
         padding: 20
 
         background: Rectangle {
             radius: 12
-            color: "#2c2c2e"
+            color: Theme.raised
             border.width: 1
-            border.color: "#3a3a3e"
+            border.color: Theme.pressed
         }
         header: Text {
             topPadding: 20
             leftPadding: 20
             rightPadding: 20
             text: confirmClear.title
-            color: "#f5f5f7"
-            font.pixelSize: 15
+            color: Theme.text
+            font.pixelSize: Theme.fontHeading
             font.weight: Font.DemiBold
         }
         contentItem: Text {
-            text: activity.clearMessage
+            text: root.activity.clearMessage
             wrapMode: Text.Wrap
-            color: "#d1d1d6"
-            font.pixelSize: 13
+            color: Theme.textBody
+            font.pixelSize: Theme.fontBody
         }
         footer: Row {
             layoutDirection: Qt.RightToLeft
-            spacing: 8
+            spacing: Theme.spacing
             rightPadding: 20
             bottomPadding: 20
 
-            PillButton {
-                text: "Clear"
+            PushButton {
+                text: qsTr("Clear")
                 destructive: true
                 onClicked: {
-                    historyActions.clearAll()
+                    root.historyActions.clearAll()
                     confirmClear.close()
                 }
             }
-            PillButton {
-                text: "Cancel"
+            PushButton {
+                text: qsTr("Cancel")
                 onClicked: confirmClear.close()
             }
         }

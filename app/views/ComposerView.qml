@@ -1,14 +1,16 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // The Write section: an editor, "Fix grammar", and the correction of the editor's text below it.
-// Context: `composer` (ComposerModel), `reduceMotion`.
 Item {
     id: root
 
+    required property ComposerModel composer
+
     // Only the visible section takes the keyboard shortcuts.
     property bool active: true
-    readonly property var session: composer.session
+    readonly property SessionModel session: root.composer.session
     readonly property string phase: session.isEditing ? "editing" : session.phase
     readonly property bool hasCorrection: phase === "result" || phase === "noChanges"
 
@@ -26,7 +28,7 @@ Item {
     Shortcut {
         enabled: root.active
         sequences: ["Ctrl+Return", "Ctrl+Enter"]
-        onActivated: composer.fixGrammar()
+        onActivated: root.composer.fixGrammar()
     }
     Shortcut {
         enabled: root.active && (root.phase === "reading" || root.phase === "writing")
@@ -48,7 +50,7 @@ Item {
         id: header
 
         width: parent.width
-        title: "Write"
+        title: qsTr("Write")
     }
 
     Rectangle {
@@ -59,9 +61,9 @@ Item {
         width: parent.width
         height: Math.max(140, (root.height - header.height) * 0.42)
         radius: 10
-        color: "#232325"
+        color: Theme.card
         border.width: 1
-        border.color: editor.activeFocus ? "#0a84ff" : "#343437"
+        border.color: editor.activeFocus ? Theme.accent : Theme.border
 
         ScrollView {
             anchors.fill: parent
@@ -70,16 +72,16 @@ Item {
             TextArea {
                 id: editor
 
-                text: composer.text
-                onTextChanged: composer.text = text
-                placeholderText: "Type or paste text to fix"
-                placeholderTextColor: "#6e6e73"
-                Accessible.name: "Text to fix"
+                text: root.composer.text
+                onTextChanged: root.composer.text = text
+                placeholderText: qsTr("Type or paste text to fix")
+                placeholderTextColor: Theme.textPlaceholder
+                Accessible.name: qsTr("Text to fix")
                 wrapMode: TextEdit.Wrap
-                color: "#f5f5f7"
-                selectionColor: "#0a63c9"
-                selectedTextColor: "#ffffff"
-                font.pixelSize: 14
+                color: Theme.text
+                selectionColor: Theme.selection
+                selectedTextColor: Theme.textOnAccent
+                font.pixelSize: Theme.fontText
                 padding: 12
                 background: null
             }
@@ -98,27 +100,27 @@ Item {
             id: counterWidth
 
             font: counter.font
-            text: "88,888 characters"
+            text: qsTr("88,888 characters")
         }
         Text {
             id: counter
 
             anchors.verticalCenter: parent.verticalCenter
             width: counterWidth.width
-            text: composer.characterCountText
-            color: "#8e8e93"
-            font.pixelSize: 12
+            text: root.composer.characterCountText
+            color: Theme.textMuted
+            font.pixelSize: Theme.fontCaption
         }
 
-        KeycapButton {
+        PushButton {
             id: fixButton
 
             anchors.right: parent.right
             primary: true
-            enabled: composer.canFix
-            text: "Fix grammar"
+            enabled: root.composer.canFix
+            text: qsTr("Fix grammar")
             hint: "Ctrl ↩"
-            onClicked: composer.fixGrammar()
+            onClicked: root.composer.fixGrammar()
         }
     }
 
@@ -130,9 +132,9 @@ Item {
         anchors.bottom: parent.bottom
         width: parent.width
         radius: 10
-        color: "#202022"
+        color: Theme.card
         border.width: 1
-        border.color: "#2e2e31"
+        border.color: Theme.separator
         visible: root.phase !== "editing"
 
         ProgressHairline {
@@ -140,7 +142,7 @@ Item {
             y: 1
             width: parent.width - 20
             visible: root.phase === "writing" || root.phase === "reading" || root.session.isOverlaying
-            animated: !reduceMotion
+            animated: !Appearance.reduceMotion
         }
 
         // Writing.
@@ -148,7 +150,7 @@ Item {
             x: 18
             y: 16
             width: parent.width - 36
-            spacing: 12
+            spacing: Theme.spacingLarge
             visible: root.phase === "reading" || root.phase === "writing"
 
             Item {
@@ -157,24 +159,24 @@ Item {
 
                 Row {
                     anchors.verticalCenter: parent.verticalCenter
-                    spacing: 10
+                    spacing: Theme.spacingMedium
 
                     Text {
                         anchors.verticalCenter: parent.verticalCenter
-                        text: "Writing the correction"
-                        color: "#d1d1d6"
-                        font.pixelSize: 14
+                        text: qsTr("Writing the correction")
+                        color: Theme.textBody
+                        font.pixelSize: Theme.fontText
                     }
                     TypingDots {
                         anchors.verticalCenter: parent.verticalCenter
-                        animated: !reduceMotion
+                        animated: !Appearance.reduceMotion
                     }
                 }
-                KeycapButton {
+                PushButton {
                     id: cancelButton
 
                     anchors.right: parent.right
-                    text: "Cancel"
+                    text: qsTr("Cancel")
                     hint: "esc"
                     onClicked: root.session.cancel()
                 }
@@ -183,30 +185,11 @@ Item {
                 width: parent.width
                 text: root.session.streamingText
                 visible: text.length > 0
-                color: "#aeaeb2"
-                font.pixelSize: 14
+                color: Theme.textSoft
+                font.pixelSize: Theme.fontText
                 lineHeight: 1.2
                 wrapMode: Text.Wrap
                 textFormat: Text.PlainText
-            }
-        }
-
-        // No changes.
-        Row {
-            anchors.centerIn: parent
-            spacing: 10
-            visible: root.phase === "noChanges"
-
-            StatusSymbol {
-                anchors.verticalCenter: parent.verticalCenter
-                glyph: "✓"
-                tint: "#30d158"
-            }
-            Text {
-                anchors.verticalCenter: parent.verticalCenter
-                text: "No changes needed"
-                color: "#f5f5f7"
-                font.pixelSize: 14
             }
         }
 
@@ -226,31 +209,31 @@ Item {
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
                     text: root.session.changeCountText
-                    color: "#98989d"
-                    font.pixelSize: 12
+                    color: Theme.textMuted
+                    font.pixelSize: Theme.fontCaption
                     font.weight: Font.Medium
                 }
                 Row {
                     anchors.right: parent.right
-                    spacing: 8
+                    spacing: Theme.spacing
 
-                    KeycapButton {
+                    PushButton {
                         enabled: !root.session.isOverlaying
-                        text: "Regenerate"
+                        text: qsTr("Regenerate")
                         hint: "Ctrl R"
                         onClicked: root.regenerate()
                     }
-                    KeycapButton {
+                    PushButton {
                         id: copyButton
 
                         property bool copied: false
 
                         enabled: !root.session.isOverlaying
                         primary: true
-                        text: copied ? "Copied" : "Copy"
+                        text: copied ? qsTr("Copied") : qsTr("Copy")
                         implicitWidth: Math.max(contentItem.implicitWidth + 20, 76)
                         onClicked: {
-                            if (composer.copyResult()) {
+                            if (root.composer.copyResult()) {
                                 copied = true
                                 copiedTimer.restart()
                             }
@@ -279,44 +262,20 @@ Item {
             }
         }
 
-        // Failure.
-        Row {
-            x: 18
-            y: 18
-            width: parent.width - 36
-            spacing: 10
-            visible: root.phase === "error"
+        // No changes, or the failure.
+        SessionOutcome {
+            // A failure reads from the top left; "No changes needed" sits in the middle.
+            x: failed ? 18 : (parent.width - width) / 2
+            y: failed ? 18 : (parent.height - height) / 2
+            width: failed ? parent.width - 36 : implicitWidth
+            session: root.session
+            messageSpacing: 8
 
-            StatusSymbol {
-                glyph: "!"
-                tint: "#ff9f0a"
-            }
-            Column {
-                width: parent.width - 32
-                spacing: 8
-
-                Text {
-                    width: parent.width
-                    visible: text.length > 0
-                    text: root.session.failureTitle
-                    color: "#f5f5f7"
-                    font.pixelSize: 14
-                    font.weight: Font.DemiBold
-                    wrapMode: Text.Wrap
-                }
-                Text {
-                    width: parent.width
-                    text: root.session.failureMessage
-                    color: "#c7c7cc"
-                    font.pixelSize: 13
-                    wrapMode: Text.Wrap
-                }
-                KeycapButton {
-                    primary: true
-                    text: "Retry"
-                    hint: "↩"
-                    onClicked: root.session.retry()
-                }
+            PushButton {
+                primary: true
+                text: qsTr("Retry")
+                hint: "↩"
+                onClicked: root.session.retry()
             }
         }
     }

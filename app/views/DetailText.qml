@@ -1,4 +1,5 @@
 import QtQuick
+import Vesk
 
 // A labelled block of selectable text in the activity's detail pane.
 Column {
@@ -9,12 +10,12 @@ Column {
     property bool muted: false
 
     width: parent ? parent.width : 0
-    spacing: 4
+    spacing: Theme.spacingSmall
 
     Text {
         text: block.label
-        color: "#8e8e93"
-        font.pixelSize: 11
+        color: Theme.textMuted
+        font.pixelSize: Theme.fontSmall
         font.weight: Font.DemiBold
     }
     TextEdit {
@@ -24,8 +25,8 @@ Column {
         selectByMouse: true
         wrapMode: TextEdit.Wrap
         textFormat: TextEdit.PlainText
-        color: block.muted ? "#aeaeb2" : "#f5f5f7"
-        selectionColor: "#0a63c9"
-        font.pixelSize: 13
+        color: block.muted ? Theme.textSoft : Theme.text
+        selectionColor: Theme.selection
+        font.pixelSize: Theme.fontBody
     }
 }

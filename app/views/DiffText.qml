@@ -1,4 +1,5 @@
 import QtQuick
+import Vesk
 
 // The correction with its changes marked: removed words struck through in red, added words on green.
 Text {
@@ -6,10 +7,10 @@ Text {
 
     // Runs of {text, kind}, kind "same", "deleted" or "inserted".
     property var pieces: []
-    property color deletedColor: "#ff6b62"
-    property color deletedBackground: "#3d2426"
-    property color insertedColor: "#8ff0b0"
-    property color insertedBackground: "#1e4630"
+    property color deletedColor: Theme.deletedText
+    property color deletedBackground: Theme.deletedBackground
+    property color insertedColor: Theme.insertedText
+    property color insertedBackground: Theme.insertedBackground
 
     function escaped(text) {
         return text.replace(/&/g, "&amp;").replace(/</g, "&lt;").replace(/>/g, "&gt;")
@@ -40,8 +41,8 @@ Text {
 
     textFormat: Text.RichText
     wrapMode: Text.Wrap
-    color: "#e5e5ea"
-    font.pixelSize: 14
+    color: Theme.textBody
+    font.pixelSize: Theme.fontText
     lineHeight: 1.2
     text: html(pieces)
 }

@@ -1,27 +1,29 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // The menu every recent and activity row shares.
 Menu {
     id: menu
 
+    required property HistoryActions historyActions
     property var recordId: 0
 
     MenuItem {
-        text: "Copy Correction"
-        onTriggered: historyActions.copyCorrection(menu.recordId)
+        text: qsTr("Copy Correction")
+        onTriggered: menu.historyActions.copyCorrection(menu.recordId)
     }
     MenuItem {
-        text: "Copy Original"
-        onTriggered: historyActions.copyOriginal(menu.recordId)
+        text: qsTr("Copy Original")
+        onTriggered: menu.historyActions.copyOriginal(menu.recordId)
     }
     MenuSeparator {}
     MenuItem {
-        text: "Rerun Original"
-        onTriggered: historyActions.rerunOriginal(menu.recordId)
+        text: qsTr("Rerun Original")
+        onTriggered: menu.historyActions.rerunOriginal(menu.recordId)
     }
     MenuItem {
-        text: "Reuse Correction"
-        onTriggered: historyActions.reuseCorrection(menu.recordId)
+        text: qsTr("Reuse Correction")
+        onTriggered: menu.historyActions.reuseCorrection(menu.recordId)
     }
 }

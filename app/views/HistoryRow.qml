@@ -1,20 +1,26 @@
 import QtQuick
+import Vesk
 
-// One history record in a list: its title, with its fixes and time (or source) under it. A click
-// activates it; a right click (or the menu key) opens the shared context menu.
+// One history record as a list's delegate: its title, with its fixes and time under it (or the time beside
+// it). A click activates it; a right click opens the shared context menu.
 Rectangle {
     id: row
 
-    property var recordId: 0
-    property string title: ""
-    property string detail: ""
-    property string trailing: ""
+    // The history list's roles.
+    required property var recordId
+    required property string title
+    required property string fixes
+    required property string time
+
+    required property HistoryActions historyActions
+    property bool timeBeside: false
     property bool selected: false
+    readonly property string detail: timeBeside ? fixes : fixes + " \u00B7 " + time
     signal activated()
 
     implicitHeight: 52
     radius: 8
-    color: selected ? "#0a63c9" : mouse.containsMouse ? "#2a2a2d" : "transparent"
+    color: selected ? Theme.selection : mouse.containsMouse ? Theme.hover : "transparent"
     Accessible.role: Accessible.ListItem
     Accessible.name: title
 
@@ -29,8 +35,8 @@ Rectangle {
         Text {
             width: parent.width
             text: row.title
-            color: "#f5f5f7"
-            font.pixelSize: 13
+            color: Theme.text
+            font.pixelSize: Theme.fontBody
             elide: Text.ElideRight
             maximumLineCount: 1
             textFormat: Text.PlainText
@@ -38,8 +44,8 @@ Rectangle {
         Text {
             width: parent.width
             text: row.detail
-            color: row.selected ? "#d6e6ff" : "#8e8e93"
-            font.pixelSize: 11
+            color: row.selected ? Theme.textOnAccentMuted : Theme.textMuted
+            font.pixelSize: Theme.fontSmall
             elide: Text.ElideRight
         }
     }
@@ -49,9 +55,9 @@ Rectangle {
         anchors.right: parent.right
         anchors.rightMargin: 12
         anchors.verticalCenter: parent.verticalCenter
-        text: row.trailing
-        color: row.selected ? "#d6e6ff" : "#8e8e93"
-        font.pixelSize: 11
+        text: row.timeBeside ? row.time : ""
+        color: row.selected ? Theme.textOnAccentMuted : Theme.textMuted
+        font.pixelSize: Theme.fontSmall
     }
 
     MouseArea {
@@ -71,5 +77,7 @@ Rectangle {
     }
     HistoryContextMenu {
         id: menu
+
+        historyActions: row.historyActions
     }
 }

@@ -1,35 +1,42 @@
 import QtQuick
+import Vesk
 
 // The home window: the section sidebar beside the selected section.
-// Context: `home` (selection), `composer` (the Write section's model), `overview`, `recent` and `activity`
-// (the history's figures and lists), `historyActions`, `settings` (the Settings section's model), `reduceMotion`.
 Rectangle {
     id: root
 
-    readonly property string selectedSection: home.selection
+    required property HomeModel home
+    required property ComposerModel composer
+    required property OverviewModel overview
+    required property HistoryListModel recent
+    required property HistoryListModel activity
+    required property HistoryActions historyActions
+    required property SettingsModel settings
+
+    readonly property string selectedSection: root.home.selection
     readonly property var sections: [
-        { key: "overview", title: "Overview", icon: "▦" },
-        { key: "composer", title: "Write", icon: "✎" },
-        { key: "activity", title: "Activity", icon: "◷" },
-        { key: "settings", title: "Settings", icon: "⚙" }
+        { key: "overview", title: qsTr("Overview"), icon: "▦" },
+        { key: "composer", title: qsTr("Write"), icon: "✎" },
+        { key: "activity", title: qsTr("Activity"), icon: "◷" },
+        { key: "settings", title: qsTr("Settings"), icon: "⚙" }
     ]
 
     implicitWidth: 920
     implicitHeight: 620
-    color: "#1c1c1e"
+    color: Theme.window
 
     Rectangle {
         id: sidebar
 
         width: 210
         height: parent.height
-        color: "#232325"
+        color: Theme.sidebar
 
         Rectangle {
             anchors.right: parent.right
             width: 1
             height: parent.height
-            color: "#2f2f32"
+            color: Theme.separator
         }
 
         Column {
@@ -42,23 +49,26 @@ Rectangle {
                 leftPadding: 10
                 bottomPadding: 14
                 text: "Vesk"
-                color: "#f5f5f7"
-                font.pixelSize: 16
+                color: Theme.text
+                font.pixelSize: Theme.fontSubtitle
                 font.weight: Font.Bold
             }
 
             Repeater {
                 model: root.sections
 
+                // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+                // qmllint disable unqualified
                 SidebarRow {
                     required property var modelData
 
                     width: parent.width
                     icon: modelData.icon
                     title: modelData.title
-                    selected: home.selection === modelData.key
-                    onActivated: home.selection = modelData.key
+                    selected: root.home.selection === modelData.key
+                    onActivated: root.home.selection = modelData.key
                 }
+                // qmllint enable unqualified
             }
         }
     }
@@ -77,25 +87,34 @@ Rectangle {
 
         OverviewView {
             anchors.fill: parent
-            visible: home.selection === "overview"
+            home: root.home
+            overview: root.overview
+            recent: root.recent
+            historyActions: root.historyActions
+            visible: root.home.selection === "overview"
             active: visible
         }
 
         ComposerView {
             anchors.fill: parent
-            visible: home.selection === "composer"
+            composer: root.composer
+            visible: root.home.selection === "composer"
             active: visible
         }
 
         ActivityView {
             anchors.fill: parent
-            visible: home.selection === "activity"
+            home: root.home
+            activity: root.activity
+            historyActions: root.historyActions
+            visible: root.home.selection === "activity"
             active: visible
         }
 
         SettingsView {
             anchors.fill: parent
-            visible: home.selection === "settings"
+            settings: root.settings
+            visible: root.home.selection === "settings"
         }
     }
 }

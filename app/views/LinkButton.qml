@@ -1,26 +1,25 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // A quiet text button for header actions.
 AbstractButton {
     id: button
 
     implicitHeight: 26
-    implicitWidth: label.implicitWidth + 16
+    implicitWidth: contentItem.implicitWidth + 16
     hoverEnabled: true
     focusPolicy: Qt.NoFocus
     Accessible.name: text
 
     background: Rectangle {
         radius: 6
-        color: button.down ? "#3a3a3e" : button.hovered ? "#2c2c2f" : "transparent"
+        color: button.down ? Theme.pressed : button.hovered ? Theme.hover : "transparent"
     }
     contentItem: Text {
-        id: label
-
         text: button.text
-        color: "#0a84ff"
-        font.pixelSize: 13
+        color: Theme.accent
+        font.pixelSize: Theme.fontBody
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
     }

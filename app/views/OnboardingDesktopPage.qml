@@ -1,26 +1,29 @@
 import QtQuick
+import Vesk
 
 // Whether this desktop lets Vesk copy the selection and paste the correction in other apps, and what to do
 // when it doesn't.
 Column {
     id: page
 
-    spacing: 16
+    required property OnboardingModel onboarding
+
+    spacing: Theme.spacingWide
 
     Timer {
         interval: 1000
         repeat: true
         running: page.visible
-        onTriggered: onboarding.refreshDesktop()
+        onTriggered: page.onboarding.refreshDesktop()
     }
 
     Text {
         width: parent.width
         wrapMode: Text.Wrap
-        text: "Vesk copies the text you select, and pastes the correction over it, by sending the copy and "
+        text: qsTr("Vesk copies the text you select, and pastes the correction over it, by sending the copy and ")
               + "paste keys to the app you're in."
-        color: "#aeaeb2"
-        font.pixelSize: 14
+        color: Theme.textSoft
+        font.pixelSize: Theme.fontText
         lineHeight: 1.2
     }
 
@@ -28,9 +31,9 @@ Column {
         width: parent.width
         height: status.implicitHeight + 32
         radius: 10
-        color: "#232325"
+        color: Theme.card
         border.width: 1
-        border.color: onboarding.canPostInput ? "#2f5e3a" : "#5e3a2f"
+        border.color: page.onboarding.canPostInput ? Theme.successBorder : Theme.warningBorder
 
         Row {
             id: status
@@ -38,47 +41,47 @@ Column {
             x: 16
             y: 16
             width: parent.width - 32
-            spacing: 12
+            spacing: Theme.spacingLarge
 
             StatusSymbol {
-                glyph: onboarding.canPostInput ? "\u2713" : "!"
-                tint: onboarding.canPostInput ? "#30d158" : "#ff9f0a"
+                glyph: page.onboarding.canPostInput ? "\u2713" : "!"
+                tint: page.onboarding.canPostInput ? Theme.success : Theme.warning
             }
             Column {
                 width: parent.width - 40
-                spacing: 4
+                spacing: Theme.spacingSmall
 
                 Text {
                     width: parent.width
                     wrapMode: Text.Wrap
-                    text: onboarding.canPostInput ? "Vesk can copy and paste in your apps"
-                                                  : "Vesk can't send keystrokes here"
-                    color: "#f5f5f7"
-                    font.pixelSize: 14
+                    text: page.onboarding.canPostInput ? qsTr("Vesk can copy and paste in your apps")
+                                                  : qsTr("Vesk can't send keystrokes here")
+                    color: Theme.text
+                    font.pixelSize: Theme.fontText
                     font.weight: Font.DemiBold
                 }
                 Text {
                     width: parent.width
                     wrapMode: Text.Wrap
-                    text: !onboarding.canPostInput ? onboarding.limitation
-                          : onboarding.shortcutNote !== "" ? onboarding.shortcutNote
-                          : "Select text anywhere and press " + onboarding.shortcutText + "."
-                    color: "#aeaeb2"
-                    font.pixelSize: 13
+                    text: !page.onboarding.canPostInput ? page.onboarding.limitation
+                          : page.onboarding.shortcutNote !== "" ? page.onboarding.shortcutNote
+                          : qsTr("Select text anywhere and press %1.").arg(page.onboarding.shortcutText)
+                    color: Theme.textSoft
+                    font.pixelSize: Theme.fontBody
                 }
             }
         }
     }
 
     Text {
-        visible: !onboarding.canPostInput
+        visible: !page.onboarding.canPostInput
         width: parent.width
         wrapMode: Text.Wrap
         textFormat: Text.StyledText
-        color: "#aeaeb2"
-        font.pixelSize: 13
+        color: Theme.textSoft
+        font.pixelSize: Theme.fontBody
         lineHeight: 1.25
-        text: (onboarding.isWayland
+        text: (page.onboarding.isWayland
                ? "What still works here: the Write window (from the tray menu) and <tt>vesk correct</tt> in a "
                  + "terminal. Vesk corrects in place on sway and other wlroots desktops, and in an X11 session "
                  + "(for example \u201cGNOME on Xorg\u201d).<br><br>"

@@ -1,35 +1,42 @@
 import QtQuick
+import Vesk
 
 // The last page: where Vesk lives from now on.
 Column {
+    id: page
+
+    required property OnboardingModel onboarding
+
     spacing: 14
 
     Repeater {
         model: [
-            "Select text in any app and press " + onboarding.shortcutText + " to fix it.",
-            "Vesk lives in the system tray: Write, Activity and Settings are in its menu.",
-            "Change the style, tone and language of corrections in Settings, under Writing."
+            qsTr("Select text in any app and press %1 to fix it.").arg(page.onboarding.shortcutText),
+            qsTr("Vesk lives in the system tray: Write, Activity and Settings are in its menu."),
+            qsTr("Change the style, tone and language of corrections in Settings, under Writing.")
         ]
 
         Row {
+            id: point
+
             required property string modelData
 
             width: parent.width
-            spacing: 12
+            spacing: Theme.spacingLarge
 
             Rectangle {
                 y: 7
                 width: 6
                 height: 6
                 radius: 3
-                color: "#0a84ff"
+                color: Theme.accent
             }
             Text {
                 width: parent.width - 18
                 wrapMode: Text.Wrap
-                text: modelData
-                color: "#d1d1d6"
-                font.pixelSize: 14
+                text: point.modelData
+                color: Theme.textBody
+                font.pixelSize: Theme.fontText
                 lineHeight: 1.2
             }
         }

@@ -1,4 +1,5 @@
 import QtQuick
+import Vesk
 import QtQuick.Controls.Basic
 
 // A practice correction through the real flow: the user selects the sentence and presses the shortcut,
@@ -6,24 +7,25 @@ import QtQuick.Controls.Basic
 Column {
     id: page
 
+    required property OnboardingModel onboarding
+
     property bool active: false
 
-    spacing: 16
+    spacing: Theme.spacingWide
 
     onActiveChanged: {
-        if (active && !onboarding.practiced)
+        if (active && !page.onboarding.practiced)
             practice.forceActiveFocus()
     }
 
     Text {
         width: parent.width
         wrapMode: Text.Wrap
-        text: onboarding.practiced
-              ? "That's it: Vesk fixed the sentence in place. It works the same way in every app."
-              : "Click the sentence below, press Ctrl+A to select it, then press " + onboarding.shortcutText
-                + ". Check the correction, then press Return to put it in place."
-        color: "#aeaeb2"
-        font.pixelSize: 14
+        text: page.onboarding.practiced
+              ? qsTr("That's it: Vesk fixed the sentence in place. It works the same way in every app.")
+              : qsTr("Click the sentence below, press Ctrl+A to select it, then press %1. Check the correction, then press Return to put it in place.").arg(page.onboarding.shortcutText)
+        color: Theme.textSoft
+        font.pixelSize: Theme.fontText
         lineHeight: 1.2
     }
 
@@ -31,9 +33,9 @@ Column {
         width: parent.width
         height: 150
         radius: 10
-        color: "#232325"
+        color: Theme.card
         border.width: 1
-        border.color: onboarding.practiced ? "#30d158" : practice.activeFocus ? "#0a84ff" : "#343437"
+        border.color: page.onboarding.practiced ? Theme.success : practice.activeFocus ? Theme.accent : Theme.border
 
         TextArea {
             id: practice
@@ -41,29 +43,29 @@ Column {
             objectName: "practiceField"
             anchors.fill: parent
             anchors.margins: 4
-            text: onboarding.practiceSentence
-            onTextChanged: onboarding.practiceText = text
+            text: page.onboarding.practiceSentence
+            onTextChanged: page.onboarding.practiceText = text
             wrapMode: TextEdit.Wrap
-            color: "#f5f5f7"
-            selectionColor: "#0a63c9"
-            selectedTextColor: "#ffffff"
-            font.pixelSize: 15
-            Accessible.name: "Practice sentence"
+            color: Theme.text
+            selectionColor: Theme.selection
+            selectedTextColor: Theme.textOnAccent
+            font.pixelSize: Theme.fontHeading
+            Accessible.name: qsTr("Practice sentence")
             background: null
         }
     }
 
     Row {
-        visible: onboarding.practiced
-        spacing: 10
+        visible: page.onboarding.practiced
+        spacing: Theme.spacingMedium
 
         StatusSymbol {
         }
         Text {
             anchors.verticalCenter: parent.verticalCenter
-            text: "Corrected"
-            color: "#30d158"
-            font.pixelSize: 14
+            text: qsTr("Corrected")
+            color: Theme.success
+            font.pixelSize: Theme.fontText
             font.weight: Font.DemiBold
         }
     }

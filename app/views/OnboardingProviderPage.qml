@@ -1,14 +1,14 @@
 import QtQuick
+import Vesk
 
 // The provider to correct with and its API key, checked with a tiny real correction before it is saved.
 Column {
     id: page
 
+    required property ProviderConnection connection
     property bool active: false
-    // The app's provider connection, under a name the key entry's own property doesn't hide.
-    readonly property var providerConnection: connection
 
-    spacing: 16
+    spacing: Theme.spacingWide
 
     onActiveChanged: {
         if (active)
@@ -22,32 +22,34 @@ Column {
     Text {
         width: parent.width
         wrapMode: Text.Wrap
-        text: "Vesk sends the text you select straight to the AI provider you choose, with your own API key."
-        color: "#aeaeb2"
-        font.pixelSize: 14
+        text: qsTr("Vesk sends the text you select straight to the AI provider you choose, with your own API key.")
+        color: Theme.textSoft
+        font.pixelSize: Theme.fontText
         lineHeight: 1.2
     }
 
     Row {
         width: parent.width
-        spacing: 12
+        spacing: Theme.spacingLarge
 
         Repeater {
             model: [
-                { value: "anthropic", title: "Anthropic", note: "Claude. Recommended." },
-                { value: "openai", title: "OpenAI", note: "GPT, or a compatible server." }
+                { value: "anthropic", title: "Anthropic", note: qsTr("Claude. Recommended.") },
+                { value: "openai", title: "OpenAI", note: qsTr("GPT, or a compatible server.") }
             ]
 
+            // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+            // qmllint disable unqualified
             Rectangle {
                 required property var modelData
-                readonly property bool chosen: connection.provider === modelData.value
+                readonly property bool chosen: page.connection.provider === modelData.value
 
                 width: (page.width - 12) / 2
                 height: 64
                 radius: 10
-                color: chosen ? "#13233a" : tileMouse.containsMouse ? "#2a2a2d" : "#232325"
+                color: chosen ? Theme.accentTint : tileMouse.containsMouse ? Theme.hover : Theme.card
                 border.width: chosen ? 2 : 1
-                border.color: chosen ? "#0a84ff" : "#343437"
+                border.color: chosen ? Theme.accent : Theme.border
                 Accessible.role: Accessible.RadioButton
                 Accessible.name: modelData.title
                 Accessible.checked: chosen
@@ -59,14 +61,14 @@ Column {
 
                     Text {
                         text: modelData.title
-                        color: "#f5f5f7"
-                        font.pixelSize: 15
+                        color: Theme.text
+                        font.pixelSize: Theme.fontHeading
                         font.weight: Font.DemiBold
                     }
                     Text {
                         text: modelData.note
-                        color: "#8e8e93"
-                        font.pixelSize: 12
+                        color: Theme.textMuted
+                        font.pixelSize: Theme.fontCaption
                     }
                 }
                 MouseArea {
@@ -75,33 +77,34 @@ Column {
                     anchors.fill: parent
                     hoverEnabled: true
                     onClicked: {
-                        connection.provider = modelData.value
+                        page.connection.provider = modelData.value
                         keyEntry.focusKeyField()
                     }
                 }
             }
+            // qmllint enable unqualified
         }
     }
 
     Text {
-        text: "Anthropic's Claude is recommended."
-        color: "#8e8e93"
-        font.pixelSize: 12
+        text: qsTr("Anthropic's Claude is recommended.")
+        color: Theme.textMuted
+        font.pixelSize: Theme.fontCaption
     }
 
     ProviderKeyEntry {
         id: keyEntry
 
         width: parent.width
-        connection: page.providerConnection
+        connection: page.connection
     }
 
     Text {
         width: parent.width
         wrapMode: Text.Wrap
-        text: "Your text goes straight to " + connection.providerName
-              + " over an encrypted connection. Nothing passes through Vesk's servers or is used for training."
-        color: "#8e8e93"
-        font.pixelSize: 12
+        text: "Your text goes straight to " + page.connection.providerName
+              + " over an encrypted page.connection. Nothing passes through Vesk's servers or is used for training."
+        color: Theme.textMuted
+        font.pixelSize: Theme.fontCaption
     }
 }

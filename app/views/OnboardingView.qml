@@ -1,25 +1,29 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
-// The first-launch guide. Context: `onboarding` (OnboardingModel), `connection` (the provider and key),
-// `reduceMotion`.
+// The first-launch guide.
 Rectangle {
     id: root
 
-    color: "#1c1c1e"
+    required property OnboardingModel onboarding
+    // The provider and its key.
+    required property ProviderConnection connection
+
+    color: Theme.window
     implicitWidth: 560
     implicitHeight: 620
 
-    readonly property int page: onboarding.page
-    readonly property bool canContinue: page === 0 ? connection.hasSavedKey : page === 2 ? onboarding.practiced : true
+    readonly property int page: root.onboarding.page
+    readonly property bool canContinue: page === 0 ? root.connection.hasSavedKey : page === 2 ? root.onboarding.practiced : true
 
     function advance() {
         if (!canContinue)
             return
         if (page === 3)
-            onboarding.finish()
+            root.onboarding.finish()
         else
-            onboarding.next()
+            root.onboarding.next()
     }
 
     // Return moves on wherever it isn't typing: a single-line field passes it up once it has done its part.
@@ -32,20 +36,20 @@ Rectangle {
     }
     // Once the key is saved its field goes away; Return then moves on.
     Connections {
-        target: connection
+        target: root.connection
         function onStateChanged() {
-            if (connection.hasSavedKey && !connection.isEditing && root.page === 0)
+            if (root.connection.hasSavedKey && !root.connection.isEditing && root.page === 0)
                 root.forceActiveFocus()
         }
     }
     Connections {
-        target: onboarding
+        target: root.onboarding
         function onPracticedChanged() {
-            if (onboarding.practiced)
+            if (root.onboarding.practiced)
                 root.forceActiveFocus()
         }
     }
-    readonly property var titles: ["Connect your AI provider", "Work in any app", "Try it once", "You're all set"]
+    readonly property var titles: [qsTr("Connect your AI provider"), qsTr("Work in any app"), qsTr("Try it once"), qsTr("You're all set")]
 
     Column {
         id: heading
@@ -53,29 +57,32 @@ Rectangle {
         x: 40
         y: 36
         width: parent.width - 80
-        spacing: 8
+        spacing: Theme.spacing
 
         Row {
             spacing: 6
 
             Repeater {
-                model: onboarding.pageCount
+                model: root.onboarding.pageCount
 
+                // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+                // qmllint disable unqualified
                 Rectangle {
                     required property int index
 
                     width: index === root.page ? 22 : 8
                     height: 8
                     radius: 4
-                    color: index <= root.page ? "#0a84ff" : "#3a3a3e"
+                    color: index <= root.page ? Theme.accent : Theme.pressed
                 }
+                // qmllint enable unqualified
             }
         }
         Text {
             topPadding: 14
             text: root.titles[root.page]
-            color: "#f5f5f7"
-            font.pixelSize: 24
+            color: Theme.text
+            font.pixelSize: Theme.fontLargeTitle
             font.weight: Font.Bold
         }
     }
@@ -92,20 +99,24 @@ Rectangle {
 
         OnboardingProviderPage {
             anchors.fill: parent
+            connection: root.connection
             visible: root.page === 0
             active: visible
         }
         OnboardingDesktopPage {
             anchors.fill: parent
+            onboarding: root.onboarding
             visible: root.page === 1
         }
         OnboardingPracticePage {
             anchors.fill: parent
+            onboarding: root.onboarding
             visible: root.page === 2
             active: visible
         }
         OnboardingDonePage {
             anchors.fill: parent
+            onboarding: root.onboarding
             visible: root.page === 3
         }
     }
@@ -123,24 +134,24 @@ Rectangle {
             visible: root.page > 0 && root.page < 3
             anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
-            text: "Back"
-            onClicked: onboarding.back()
+            text: qsTr("Back")
+            onClicked: root.onboarding.back()
         }
         Row {
             anchors.right: parent.right
-            spacing: 10
+            spacing: Theme.spacingMedium
 
             LinkButton {
                 // The key can be added later in Settings; the practice needs a desktop that lets Vesk paste.
-                visible: (root.page === 0 && !connection.hasSavedKey) || (root.page === 2 && !onboarding.practiced)
+                visible: (root.page === 0 && !root.connection.hasSavedKey) || (root.page === 2 && !root.onboarding.practiced)
                 anchors.verticalCenter: parent.verticalCenter
-                text: root.page === 0 ? "Later" : "Skip"
-                onClicked: onboarding.next()
+                text: root.page === 0 ? qsTr("Later") : qsTr("Skip")
+                onClicked: root.onboarding.next()
             }
-            PillButton {
+            PushButton {
                 objectName: "continueButton"
-                prominent: true
-                text: root.page === 3 ? "Start using Vesk" : "Continue"
+                primary: true
+                text: root.page === 3 ? qsTr("Start using Vesk") : qsTr("Continue")
                 enabled: root.canContinue
                 opacity: enabled ? 1 : 0.45
                 focusPolicy: Qt.NoFocus

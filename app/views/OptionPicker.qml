@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // A drop-down of {value, label, menuLabel, note} options: the control shows the short label, the menu the
 // longer one and any note. `picked` says which value the user chose; bind `value` to the setting.
@@ -19,9 +20,9 @@ ComboBox {
 
     background: Rectangle {
         radius: 7
-        color: picker.down ? "#3a3a3e" : picker.hovered ? "#343437" : "#2c2c2e"
+        color: picker.down ? Theme.pressed : picker.hovered ? Theme.border : Theme.raised
         border.width: 1
-        border.color: picker.visualFocus ? "#0a84ff" : "#48484a"
+        border.color: picker.visualFocus ? Theme.accent : Theme.fieldBorder
     }
     contentItem: Text {
         leftPadding: 10
@@ -29,16 +30,18 @@ ComboBox {
         verticalAlignment: Text.AlignVCenter
         elide: Text.ElideRight
         text: picker.displayText
-        color: "#f5f5f7"
-        font.pixelSize: 13
+        color: Theme.text
+        font.pixelSize: Theme.fontBody
     }
     indicator: Text {
         x: picker.width - width - 9
         anchors.verticalCenter: parent.verticalCenter
         text: "⌄"
-        color: "#a1a1a6"
-        font.pixelSize: 12
+        color: Theme.textMuted
+        font.pixelSize: Theme.fontCaption
     }
+    // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+    // qmllint disable unqualified
     delegate: ItemDelegate {
         id: option
 
@@ -53,22 +56,23 @@ ComboBox {
             Text {
                 text: (option.index === picker.currentIndex ? "✓ " : "   ")
                       + (option.modelData.menuLabel || option.modelData.label)
-                color: "#f5f5f7"
-                font.pixelSize: 13
+                color: Theme.text
+                font.pixelSize: Theme.fontBody
             }
             Text {
                 visible: (option.modelData.note || "") !== ""
                 leftPadding: 14
                 text: option.modelData.note || ""
-                color: "#a1a1a6"
-                font.pixelSize: 11
+                color: Theme.textMuted
+                font.pixelSize: Theme.fontSmall
             }
         }
         background: Rectangle {
             radius: 5
-            color: option.highlighted ? "#0a63c9" : "transparent"
+            color: option.highlighted ? Theme.selection : "transparent"
         }
     }
+    // qmllint enable unqualified
     popup: Popup {
         y: picker.height + 2
         width: Math.max(picker.width, 240)
@@ -78,14 +82,17 @@ ComboBox {
         contentItem: ListView {
             clip: true
             implicitHeight: contentHeight
+            // Qt 6.4's type files do not name the delegate model's type.
+            // qmllint disable type
             model: picker.popup.visible ? picker.delegateModel : null
+            // qmllint enable type
             currentIndex: picker.highlightedIndex
         }
         background: Rectangle {
             radius: 8
-            color: "#2c2c2e"
+            color: Theme.raised
             border.width: 1
-            border.color: "#48484a"
+            border.color: Theme.fieldBorder
         }
     }
 }

@@ -1,17 +1,22 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // The Overview section: four figures and the newest corrections, or a first-run invitation.
-// Context: `overview` (OverviewModel), `recent` (HistoryListModel), `historyActions`, `home`.
 Item {
     id: root
+
+    required property HomeModel home
+    required property OverviewModel overview
+    required property HistoryListModel recent
+    required property HistoryActions historyActions
 
     property bool active: true
 
     onActiveChanged: {
         if (active) {
-            overview.refresh()
-            recent.refreshTimes()
+            root.overview.refresh()
+            root.recent.refreshTimes()
         }
     }
 
@@ -19,57 +24,57 @@ Item {
         id: header
 
         width: parent.width
-        title: "Overview"
+        title: qsTr("Overview")
 
         LinkButton {
-            text: "Write a new correction"
-            onClicked: home.selection = "composer"
+            text: qsTr("Write a new correction")
+            onClicked: root.home.selection = "composer"
         }
     }
 
     Column {
         id: emptyState
 
-        visible: overview.isEmpty
+        visible: root.overview.isEmpty
         anchors.centerIn: parent
         width: Math.min(parent.width, 420)
-        spacing: 10
+        spacing: Theme.spacingMedium
 
         Text {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
-            text: "Make your first correction"
-            color: "#f5f5f7"
-            font.pixelSize: 18
+            text: qsTr("Make your first correction")
+            color: Theme.text
+            font.pixelSize: Theme.fontTitle
             font.weight: Font.DemiBold
         }
         Text {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
-            text: overview.emptyMessage
-            color: "#8e8e93"
-            font.pixelSize: 13
+            text: root.overview.emptyMessage
+            color: Theme.textMuted
+            font.pixelSize: Theme.fontBody
         }
         Row {
             anchors.horizontalCenter: parent.horizontalCenter
             topPadding: 8
-            spacing: 10
+            spacing: Theme.spacingMedium
 
-            PillButton {
-                text: "AI & Privacy"
-                onClicked: home.selection = "settings"
+            PushButton {
+                text: qsTr("AI & Privacy")
+                onClicked: root.home.selection = "settings"
             }
-            PillButton {
-                text: "Write"
-                prominent: true
-                onClicked: home.selection = "composer"
+            PushButton {
+                text: qsTr("Write")
+                primary: true
+                onClicked: root.home.selection = "composer"
             }
         }
     }
 
     Column {
-        visible: !overview.isEmpty
+        visible: !root.overview.isEmpty
         anchors.top: header.bottom
         anchors.topMargin: 20
         anchors.bottom: parent.bottom
@@ -80,20 +85,22 @@ Item {
             id: cards
 
             width: parent.width
-            spacing: 12
+            spacing: Theme.spacingLarge
 
             Repeater {
-                model: overview.figures
+                model: root.overview.figures
 
+                // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+                // qmllint disable unqualified
                 Rectangle {
                     required property var modelData
 
                     width: (cards.width - cards.spacing * 3) / 4
                     height: 92
                     radius: 10
-                    color: "#232325"
+                    color: Theme.card
                     border.width: 1
-                    border.color: "#2f2f32"
+                    border.color: Theme.separator
                     Accessible.role: Accessible.StaticText
                     Accessible.name: modelData.value + " " + modelData.title
 
@@ -101,21 +108,22 @@ Item {
                         anchors.left: parent.left
                         anchors.leftMargin: 16
                         anchors.verticalCenter: parent.verticalCenter
-                        spacing: 4
+                        spacing: Theme.spacingSmall
 
                         Text {
                             text: modelData.value
-                            color: "#f5f5f7"
-                            font.pixelSize: 26
+                            color: Theme.text
+                            font.pixelSize: Theme.fontFigure
                             font.weight: Font.DemiBold
                         }
                         Text {
                             text: modelData.title
-                            color: "#8e8e93"
-                            font.pixelSize: 12
+                            color: Theme.textMuted
+                            font.pixelSize: Theme.fontCaption
                         }
                     }
                 }
+                // qmllint enable unqualified
             }
         }
 
@@ -125,16 +133,16 @@ Item {
 
             Text {
                 anchors.verticalCenter: parent.verticalCenter
-                text: "Recent"
-                color: "#f5f5f7"
-                font.pixelSize: 15
+                text: qsTr("Recent")
+                color: Theme.text
+                font.pixelSize: Theme.fontHeading
                 font.weight: Font.DemiBold
             }
             LinkButton {
                 anchors.right: parent.right
                 anchors.verticalCenter: parent.verticalCenter
-                text: "See all"
-                onClicked: home.selection = "activity"
+                text: qsTr("See all")
+                onClicked: root.home.selection = "activity"
             }
         }
 
@@ -145,17 +153,20 @@ Item {
             height: parent.height - cards.height - 26 - 2 * parent.spacing
             clip: true
             spacing: 2
-            model: recent
+            model: root.recent
             boundsBehavior: Flickable.StopAtBounds
 
+            // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+            // qmllint disable unqualified
             delegate: HistoryRow {
+                id: recentRow
+
                 width: recentList.width
-                recordId: model.recordId
-                title: model.title
-                detail: model.fixes
-                trailing: model.time
-                onActivated: historyActions.open(model.recordId)
+                timeBeside: true
+                historyActions: root.historyActions
+                onActivated: root.historyActions.open(recentRow.recordId)
             }
+            // qmllint enable unqualified
         }
     }
 }

@@ -1,4 +1,5 @@
 import QtQuick
+import Vesk
 
 // A section whose page is not built yet: its header and one quiet line.
 Item {
@@ -17,7 +18,7 @@ Item {
     Text {
         anchors.centerIn: parent
         text: section.note
-        color: "#8e8e93"
-        font.pixelSize: 13
+        color: Theme.textMuted
+        font.pixelSize: Theme.fontBody
     }
 }

@@ -1,18 +1,19 @@
 import QtQuick
+import Vesk
 
 // A thin indeterminate progress line; a still, shorter line when motion is reduced.
 Item {
     id: hairline
 
     property bool animated: true
-    property color color: "#0a84ff"
+    property color color: Theme.accent
 
     implicitHeight: 2
     clip: true
 
     Rectangle {
         anchors.fill: parent
-        color: "#ffffff"
+        color: Theme.text
         opacity: 0.06
     }
 

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Templates as T
+import Vesk
 
 // The API key of the selected provider: paste, check and save a key, or check, replace and remove the saved
 // one, with the outcome of the last attempt. `connection` is a ProviderConnection.
@@ -16,43 +17,43 @@ Column {
         keyField.forceActiveFocus()
     }
 
-    spacing: 10
+    spacing: Theme.spacingMedium
 
     // The saved key.
     Row {
         visible: !entry.showsField
-        spacing: 8
+        spacing: Theme.spacing
 
         StatusSymbol {
             anchors.verticalCenter: parent.verticalCenter
             size: 16
             glyph: entry.connection.status === "failed" ? "!" : "✓"
-            tint: entry.connection.status === "failed" ? "#ff9f0a" : "#30d158"
+            tint: entry.connection.status === "failed" ? Theme.warning : Theme.success
         }
         Text {
             anchors.verticalCenter: parent.verticalCenter
-            text: entry.connection.status === "failed" ? "Needs attention. Check or replace the key."
-                                                       : "Saved to your keyring"
-            color: "#f5f5f7"
-            font.pixelSize: 13
+            text: entry.connection.status === "failed" ? qsTr("Needs attention. Check or replace the key.")
+                                                       : qsTr("Saved to your keyring")
+            color: Theme.text
+            font.pixelSize: Theme.fontBody
         }
     }
     Row {
         visible: !entry.showsField
-        spacing: 8
+        spacing: Theme.spacing
 
-        KeycapButton {
-            text: "Check connection"
+        PushButton {
+            text: qsTr("Check connection")
             enabled: !entry.busy
             onClicked: entry.connection.checkConnection()
         }
-        KeycapButton {
-            text: "Replace"
+        PushButton {
+            text: qsTr("Replace")
             enabled: !entry.busy
             onClicked: entry.connection.startReplacing()
         }
-        KeycapButton {
-            text: "Remove"
+        PushButton {
+            text: qsTr("Remove")
             enabled: !entry.busy
             onClicked: removal.open()
         }
@@ -64,9 +65,9 @@ Column {
         width: Math.min(entry.width, 460)
         height: 30
         radius: 7
-        color: "#2c2c2e"
+        color: Theme.raised
         border.width: 1
-        border.color: keyField.activeFocus ? "#0a84ff" : "#48484a"
+        border.color: keyField.activeFocus ? Theme.accent : Theme.fieldBorder
 
         TextField {
             id: keyField
@@ -79,44 +80,44 @@ Column {
             onTextEdited: entry.connection.draft = text
             onAccepted: entry.connection.verifyAndSave()
             enabled: !entry.busy
-            placeholderText: entry.connection.hasSavedKey ? "Key saved. Paste a new one to replace it"
-                                                          : "Paste your " + entry.connection.providerName + " API key"
-            placeholderTextColor: "#6e6e73"
-            color: "#f5f5f7"
-            selectionColor: "#0a63c9"
-            font.pixelSize: 13
+            placeholderText: entry.connection.hasSavedKey ? qsTr("Key saved. Paste a new one to replace it")
+                                                          : qsTr("Paste your %1 API key").arg(entry.connection.providerName)
+            placeholderTextColor: Theme.textPlaceholder
+            color: Theme.text
+            selectionColor: Theme.selection
+            font.pixelSize: Theme.fontBody
             background: null
             Accessible.name: entry.connection.providerName + " API key"
         }
     }
     Row {
         visible: entry.showsField
-        spacing: 8
+        spacing: Theme.spacing
 
-        KeycapButton {
+        PushButton {
             primary: true
             enabled: !entry.busy && !entry.connection.isLoading
-            text: entry.connection.hasSavedKey ? "Verify & replace" : "Verify & save"
+            text: entry.connection.hasSavedKey ? qsTr("Verify & replace") : qsTr("Verify & save")
             onClicked: entry.connection.verifyAndSave()
         }
-        KeycapButton {
+        PushButton {
             visible: entry.connection.hasSavedKey
             enabled: !entry.busy
-            text: "Cancel"
+            text: qsTr("Cancel")
             onClicked: entry.connection.cancelReplacing()
         }
         LinkButton {
             visible: !entry.connection.hasSavedKey
-            text: "Get a key ↗"
+            text: qsTr("Get a key ↗")
             onClicked: Qt.openUrlExternally(entry.connection.keyPageUrl)
         }
     }
 
     Text {
         visible: entry.busy
-        text: entry.connection.isSaving ? "Saving key in keyring…" : "Checking the API key…"
-        color: "#a1a1a6"
-        font.pixelSize: 12
+        text: entry.connection.isSaving ? qsTr("Saving key in keyring…") : qsTr("Checking the API key…")
+        color: Theme.textMuted
+        font.pixelSize: Theme.fontCaption
     }
 
     // What went wrong with the last attempt.
@@ -125,9 +126,9 @@ Column {
         width: Math.min(entry.width, 460)
         height: failureTexts.implicitHeight + 20
         radius: 8
-        color: "#3a2224"
+        color: Theme.dangerTint
         border.width: 1
-        border.color: "#5c3034"
+        border.color: Theme.dangerTintBorder
 
         Column {
             id: failureTexts
@@ -140,24 +141,24 @@ Column {
             Text {
                 width: parent.width
                 text: entry.connection.failureTitle
-                color: "#ff8a80"
-                font.pixelSize: 13
+                color: Theme.dangerTitle
+                font.pixelSize: Theme.fontBody
                 font.weight: Font.DemiBold
                 wrapMode: Text.WordWrap
             }
             Text {
                 width: parent.width
                 text: entry.connection.failureMessage
-                color: "#f5f5f7"
-                font.pixelSize: 12
+                color: Theme.text
+                font.pixelSize: Theme.fontCaption
                 wrapMode: Text.WordWrap
             }
             Text {
                 visible: entry.connection.failureDetail !== ""
                 width: parent.width
                 text: entry.connection.failureDetail
-                color: "#a1a1a6"
-                font.pixelSize: 11
+                color: Theme.textMuted
+                font.pixelSize: Theme.fontSmall
                 wrapMode: Text.WrapAnywhere
                 maximumLineCount: 4
                 elide: Text.ElideRight
@@ -173,46 +174,46 @@ Column {
         width: 380
         modal: true
         padding: 20
-        title: "Remove the " + entry.connection.providerName + " key?"
+        title: qsTr("Remove the %1 key?").arg(entry.connection.providerName)
 
         background: Rectangle {
             radius: 12
-            color: "#2c2c2e"
+            color: Theme.raised
             border.width: 1
-            border.color: "#48484a"
+            border.color: Theme.fieldBorder
         }
         header: Text {
             leftPadding: 20
             rightPadding: 20
             topPadding: 18
             text: removal.title
-            color: "#f5f5f7"
-            font.pixelSize: 15
+            color: Theme.text
+            font.pixelSize: Theme.fontHeading
             font.weight: Font.DemiBold
             wrapMode: Text.WordWrap
         }
         contentItem: Text {
-            text: "Vesk can't make corrections until you add a key again. The key is deleted from your keyring."
-            color: "#d1d1d6"
-            font.pixelSize: 13
+            text: qsTr("Vesk can't make corrections until you add a key again. The key is deleted from your keyring.")
+            color: Theme.textBody
+            font.pixelSize: Theme.fontBody
             wrapMode: Text.WordWrap
         }
         footer: Row {
             layoutDirection: Qt.RightToLeft
             rightPadding: 20
             bottomPadding: 18
-            spacing: 8
+            spacing: Theme.spacing
 
-            KeycapButton {
-                text: "Remove"
+            PushButton {
+                text: qsTr("Remove")
                 primary: true
                 onClicked: {
                     removal.close()
                     entry.connection.removeKey()
                 }
             }
-            KeycapButton {
-                text: "Cancel"
+            PushButton {
+                text: qsTr("Cancel")
                 onClicked: removal.close()
             }
         }

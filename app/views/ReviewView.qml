@@ -1,29 +1,34 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // The review panel's content: header, the body of the session's phase, and the buttons with their keys.
-// Context: `review` (the session model), `actions` (accept, close, openSettings), `reduceMotion`.
 Item {
     id: root
 
-    readonly property string phase: review.phase
+    required property SessionModel review
+    required property ReviewActions actions
+    // Whether a compositor draws the see-through corners and the shadow.
+    required property bool composited
+
+    readonly property string phase: root.review.phase
     readonly property bool hasCorrection: phase === "result" || phase === "noChanges"
-    readonly property bool isWorking: phase === "reading" || phase === "writing" || review.isOverlaying
+    readonly property bool isWorking: phase === "reading" || phase === "writing" || root.review.isOverlaying
     // Room for the drawn shadow, which only a compositor can show.
-    readonly property int shadowMargin: composited ? 14 : 0
+    readonly property int shadowMargin: root.composited ? 14 : 0
 
     function primaryAction() {
         if (phase === "error")
-            review.retry()
-        else if (phase === "result" && !review.isOverlaying)
-            actions.accept()
+            root.review.retry()
+        else if (phase === "result" && !root.review.isOverlaying)
+            root.actions.accept()
         else if (phase === "noChanges")
-            actions.close()
+            root.actions.close()
     }
 
     function regenerate() {
         if (hasCorrection)
-            review.regenerate()
+            root.review.regenerate()
     }
 
     implicitWidth: 640
@@ -35,7 +40,7 @@ Item {
     }
     Shortcut {
         sequence: "Escape"
-        onActivated: actions.close()
+        onActivated: root.actions.close()
     }
     Shortcut {
         sequence: "Ctrl+R"
@@ -46,6 +51,8 @@ Item {
     Repeater {
         model: root.shadowMargin
 
+        // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+        // qmllint disable unqualified
         Rectangle {
             required property int index
 
@@ -58,6 +65,7 @@ Item {
             border.width: 1
             border.color: Qt.rgba(0, 0, 0, 0.16 * Math.pow(1 - index / root.shadowMargin, 2))
         }
+        // qmllint enable unqualified
     }
 
     Rectangle {
@@ -69,9 +77,9 @@ Item {
         height: root.height - 2 * root.shadowMargin
         implicitHeight: column.implicitHeight + 2 * 16
         radius: 12
-        color: "#f01f1f21"
+        color: Theme.panel
         border.width: 1
-        border.color: "#1fffffff"
+        border.color: Theme.panelBorder
 
         // The whole background drags the panel around.
         DragHandler {
@@ -85,7 +93,7 @@ Item {
             x: 18
             y: 16
             width: body.width - 36
-            spacing: 10
+            spacing: Theme.spacingMedium
 
             // Header: title and close button, subtitle under them.
             Item {
@@ -96,9 +104,9 @@ Item {
                     id: titleLabel
 
                     anchors.verticalCenter: parent.verticalCenter
-                    text: review.title
-                    color: "#f5f5f7"
-                    font.pixelSize: 14
+                    text: root.review.title
+                    color: Theme.text
+                    font.pixelSize: Theme.fontText
                     font.weight: Font.DemiBold
                 }
 
@@ -111,21 +119,21 @@ Item {
                     height: 22
                     hoverEnabled: true
                     focusPolicy: Qt.NoFocus
-                    Accessible.name: "Close"
-                    onClicked: actions.close()
+                    Accessible.name: qsTr("Close")
+                    onClicked: root.actions.close()
 
                     ToolTip.visible: hovered
                     ToolTip.delay: 600
-                    ToolTip.text: "Close"
+                    ToolTip.text: qsTr("Close")
 
                     background: Rectangle {
                         radius: 11
-                        color: closeButton.down ? "#4affffff" : closeButton.hovered ? "#2effffff" : "#17ffffff"
+                        color: closeButton.down ? Theme.overlayPressed : closeButton.hovered ? Theme.overlayHover : Theme.overlay
                     }
                     contentItem: Text {
                         text: "✕"
-                        color: "#b8ffffff"
-                        font.pixelSize: 11
+                        color: Theme.keycapText
+                        font.pixelSize: Theme.fontSmall
                         horizontalAlignment: Text.AlignHCenter
                         verticalAlignment: Text.AlignVCenter
                     }
@@ -135,9 +143,9 @@ Item {
             Text {
                 width: parent.width
                 visible: text.length > 0
-                text: review.subtitle
-                color: "#98989d"
-                font.pixelSize: 12
+                text: root.review.subtitle
+                color: Theme.textMuted
+                font.pixelSize: Theme.fontCaption
                 elide: Text.ElideRight
                 topPadding: -6
             }
@@ -145,8 +153,8 @@ Item {
             ProgressHairline {
                 objectName: "progressHairline"
                 width: parent.width
-                visible: root.phase === "writing" || review.isOverlaying
-                animated: !reduceMotion
+                visible: root.phase === "writing" || root.review.isOverlaying
+                animated: !Appearance.reduceMotion
             }
 
             // Body of the phase.
@@ -156,20 +164,20 @@ Item {
                 visible: root.phase === "reading"
 
                 Row {
-                    spacing: 10
+                    spacing: Theme.spacingMedium
                     topPadding: 6
                     bottomPadding: 6
 
                     Text {
                         anchors.verticalCenter: parent.verticalCenter
-                        text: "Reading your selection…"
-                        color: "#d1d1d6"
-                        font.pixelSize: 14
+                        text: qsTr("Reading your selection…")
+                        color: Theme.textBody
+                        font.pixelSize: Theme.fontText
                     }
                     TypingDots {
                         objectName: "typingDots"
                         anchors.verticalCenter: parent.verticalCenter
-                        animated: !reduceMotion
+                        animated: !Appearance.reduceMotion
                     }
                 }
             }
@@ -177,9 +185,9 @@ Item {
             Text {
                 width: parent.width
                 visible: root.phase === "writing"
-                text: review.streamingText
-                color: "#e5e5ea"
-                font.pixelSize: 14
+                text: root.review.streamingText
+                color: Theme.textBody
+                font.pixelSize: Theme.fontText
                 lineHeight: 1.2
                 wrapMode: Text.Wrap
                 textFormat: Text.PlainText
@@ -194,63 +202,18 @@ Item {
 
                 DiffText {
                     width: parent.width
-                    pieces: review.diffPieces
+                    pieces: root.review.diffPieces
                 }
             }
 
-            Row {
-                visible: root.phase === "noChanges"
-                spacing: 10
-                topPadding: 4
-                bottomPadding: 4
-
-                StatusSymbol {
-                    anchors.verticalCenter: parent.verticalCenter
-                    glyph: "✓"
-                    tint: "#30d158"
-                }
-                Text {
-                    anchors.verticalCenter: parent.verticalCenter
-                    text: "No changes needed"
-                    color: "#f5f5f7"
-                    font.pixelSize: 14
-                }
-            }
-
-            Row {
-                visible: root.phase === "error"
+            SessionOutcome {
                 width: parent.width
-                spacing: 10
+                session: root.review
 
-                StatusSymbol {
-                    glyph: "!"
-                    tint: "#ff9f0a"
-                }
-                Column {
-                    width: parent.width - 32
-                    spacing: 4
-
-                    Text {
-                        width: parent.width
-                        visible: text.length > 0
-                        text: review.failureTitle
-                        color: "#f5f5f7"
-                        font.pixelSize: 14
-                        font.weight: Font.DemiBold
-                        wrapMode: Text.Wrap
-                    }
-                    Text {
-                        width: parent.width
-                        text: review.failureMessage
-                        color: "#c7c7cc"
-                        font.pixelSize: 13
-                        wrapMode: Text.Wrap
-                    }
-                    KeycapButton {
-                        visible: review.offersOpenSettings
-                        text: "Open Settings"
-                        onClicked: actions.openSettings()
-                    }
+                PushButton {
+                    visible: root.review.offersOpenSettings
+                    text: qsTr("Open Settings")
+                    onClicked: root.actions.openSettings()
                 }
             }
 
@@ -264,9 +227,9 @@ Item {
                     anchors.right: buttons.left
                     anchors.rightMargin: 12
                     anchors.verticalCenter: buttons.verticalCenter
-                    text: review.isOverlaying ? "Writing the correction" : review.statusLine
-                    color: "#8e8e93"
-                    font.pixelSize: 12
+                    text: root.review.isOverlaying ? qsTr("Writing the correction") : root.review.statusLine
+                    color: Theme.textMuted
+                    font.pixelSize: Theme.fontCaption
                     elide: Text.ElideRight
                 }
 
@@ -275,34 +238,34 @@ Item {
 
                     anchors.right: parent.right
                     anchors.bottom: parent.bottom
-                    spacing: 8
+                    spacing: Theme.spacing
 
-                    KeycapButton {
-                        text: "Cancel"
+                    PushButton {
+                        text: qsTr("Cancel")
                         hint: "esc"
-                        onClicked: actions.close()
+                        onClicked: root.actions.close()
                     }
-                    KeycapButton {
+                    PushButton {
                         visible: root.hasCorrection
-                        enabled: !review.isOverlaying
-                        text: "Regenerate"
+                        enabled: !root.review.isOverlaying
+                        text: qsTr("Regenerate")
                         hint: "Ctrl R"
                         onClicked: root.regenerate()
                     }
-                    KeycapButton {
+                    PushButton {
                         visible: root.hasCorrection
-                        enabled: !review.isOverlaying
+                        enabled: !root.review.isOverlaying
                         primary: true
-                        text: review.primaryTitle
+                        text: root.review.primaryTitle
                         hint: "↩"
                         onClicked: root.primaryAction()
                     }
-                    KeycapButton {
+                    PushButton {
                         visible: root.phase === "error"
                         primary: true
-                        text: "Retry"
+                        text: qsTr("Retry")
                         hint: "↩"
-                        onClicked: review.retry()
+                        onClicked: root.review.retry()
                     }
                 }
             }

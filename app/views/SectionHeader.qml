@@ -1,4 +1,5 @@
 import QtQuick
+import Vesk
 
 // The header of a home window section: title on the left, optional controls on the right.
 Item {
@@ -13,8 +14,8 @@ Item {
         anchors.left: parent.left
         anchors.verticalCenter: parent.verticalCenter
         text: header.title
-        color: "#f5f5f7"
-        font.pixelSize: 20
+        color: Theme.text
+        font.pixelSize: Theme.fontDisplay
         font.weight: Font.DemiBold
     }
     Row {
@@ -22,12 +23,12 @@ Item {
 
         anchors.right: parent.right
         anchors.verticalCenter: parent.verticalCenter
-        spacing: 8
+        spacing: Theme.spacing
     }
     Rectangle {
         anchors.bottom: parent.bottom
         width: parent.width
         height: 1
-        color: "#2c2c2f"
+        color: Theme.hover
     }
 }

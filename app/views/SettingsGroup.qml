@@ -1,4 +1,5 @@
 import QtQuick
+import Vesk
 
 // A titled card of settings rows, separated by hairlines.
 Column {
@@ -8,13 +9,13 @@ Column {
     default property alias rows: rowsColumn.data
 
     width: parent ? parent.width : 0
-    spacing: 8
+    spacing: Theme.spacing
 
     Text {
         leftPadding: 4
         text: group.title
-        color: "#a1a1a6"
-        font.pixelSize: 12
+        color: Theme.textMuted
+        font.pixelSize: Theme.fontCaption
         font.weight: Font.DemiBold
         Accessible.role: Accessible.Heading
     }
@@ -22,9 +23,9 @@ Column {
         width: group.width
         height: rowsColumn.implicitHeight
         radius: 10
-        color: "#232325"
+        color: Theme.card
         border.width: 1
-        border.color: "#303033"
+        border.color: Theme.separator
 
         Column {
             id: rowsColumn

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Vesk
 
 // One settings row: a title with an optional note under it, and the control on the trailing side, or
 // under the texts across the whole row when `stacked` (text fields).
@@ -19,7 +20,7 @@ Item {
         x: 16
         width: row.width - 32
         height: 1
-        color: "#303033"
+        color: Theme.separator
     }
 
     GridLayout {
@@ -40,16 +41,16 @@ Item {
                 visible: row.title !== ""
                 Layout.fillWidth: true
                 text: row.title
-                color: "#f5f5f7"
-                font.pixelSize: 13
+                color: Theme.text
+                font.pixelSize: Theme.fontBody
                 wrapMode: Text.WordWrap
             }
             Text {
                 visible: row.note !== ""
                 Layout.fillWidth: true
                 text: row.note
-                color: "#8e8e93"
-                font.pixelSize: 12
+                color: Theme.textMuted
+                font.pixelSize: Theme.fontCaption
                 wrapMode: Text.WordWrap
             }
         }

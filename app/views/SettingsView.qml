@@ -1,19 +1,31 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // The Settings section: General, Writing, AI & Privacy and Help, then the version. Every control takes
-// effect at once. Context: `settings` (SettingsModel).
+// effect at once.
 Item {
     id: root
 
-    readonly property var connection: settings.connection
-    property bool showsAdvanced: settings.baseAddress !== ""
+    required property SettingsModel settings
+
+    readonly property ProviderConnection connection: root.settings.connection
+    property bool showsAdvanced: root.settings.baseAddress !== ""
+
+    // The note of the option whose value is `value`, empty when none has one.
+    function noteOf(options, value) {
+        for (let i = 0; i < options.length; ++i) {
+            if (options[i].value === value)
+                return options[i].note || ""
+        }
+        return ""
+    }
 
     SectionHeader {
         id: header
 
         width: parent.width
-        title: "Settings"
+        title: qsTr("Settings")
     }
 
     ScrollView {
@@ -32,87 +44,87 @@ Item {
             spacing: 22
 
             SettingsGroup {
-                title: "General"
+                title: qsTr("General")
 
                 SettingsRow {
-                    title: "Correction shortcut"
-                    note: "Select text in any app, then press it."
+                    title: qsTr("Correction shortcut")
+                    note: qsTr("Select text in any app, then press it.")
 
                     ShortcutRecorderField {
-                        recorder: settings.shortcutRecorder
+                        recorder: root.settings.shortcutRecorder
                     }
                 }
                 SettingsRow {
-                    title: "Review before replacing"
-                    note: "Turn off to replace right away."
+                    title: qsTr("Review before replacing")
+                    note: qsTr("Turn off to replace right away.")
 
                     ToggleSwitch {
-                        Accessible.name: "Review before replacing"
-                        checked: settings.reviewBeforeReplacing
-                        onToggled: settings.reviewBeforeReplacing = checked
+                        Accessible.name: qsTr("Review before replacing")
+                        checked: root.settings.reviewBeforeReplacing
+                        onToggled: root.settings.reviewBeforeReplacing = checked
                     }
                 }
                 SettingsRow {
-                    title: "Launch at login"
-                    note: "Start Vesk when you log in."
+                    title: qsTr("Launch at login")
+                    note: qsTr("Start Vesk when you log in.")
 
                     ToggleSwitch {
-                        Accessible.name: "Launch at login"
-                        checked: settings.launchAtLogin.enabled
-                        onToggled: settings.launchAtLogin.enabled = checked
+                        Accessible.name: qsTr("Launch at login")
+                        checked: root.settings.launchAtLogin.enabled
+                        onToggled: root.settings.launchAtLogin.enabled = checked
                     }
                 }
             }
 
             SettingsGroup {
-                title: "Writing"
+                title: qsTr("Writing")
 
                 SettingsRow {
-                    title: "Style"
-                    note: "Grammar fixes mistakes. Polish also smooths phrasing."
+                    title: qsTr("Style")
+                    note: qsTr("Grammar fixes mistakes. Polish also smooths phrasing.")
 
                     OptionPicker {
-                        Accessible.name: "Strength"
-                        options: settings.strengthOptions
-                        value: settings.strength
-                        onPicked: value => settings.strength = value
+                        Accessible.name: qsTr("Strength")
+                        options: root.settings.strengthOptions
+                        value: root.settings.strength
+                        onPicked: value => root.settings.strength = value
                     }
                 }
                 SettingsRow {
-                    title: "Tone"
-                    note: "Voice of the corrected text."
+                    title: qsTr("Tone")
+                    note: qsTr("Voice of the corrected text.")
 
                     OptionPicker {
-                        Accessible.name: "Tone"
-                        options: settings.toneOptions
-                        value: settings.tone
-                        onPicked: value => settings.tone = value
+                        Accessible.name: qsTr("Tone")
+                        options: root.settings.toneOptions
+                        value: root.settings.tone
+                        onPicked: value => root.settings.tone = value
                     }
                 }
                 SettingsRow {
-                    title: "Language"
-                    note: "Replies in the language you wrote in."
+                    title: qsTr("Language")
+                    note: qsTr("Replies in the language you wrote in.")
 
                     OptionPicker {
-                        Accessible.name: "Language"
-                        options: settings.languageOptions
-                        value: settings.language
-                        onPicked: value => settings.language = value
+                        Accessible.name: qsTr("Language")
+                        options: root.settings.languageOptions
+                        value: root.settings.language
+                        onPicked: value => root.settings.language = value
                     }
                 }
                 SettingsRow {
-                    title: "Never change meaning"
-                    note: "Vesk won't add or remove content."
+                    title: qsTr("Never change meaning")
+                    note: qsTr("Vesk won't add or remove content.")
 
                     ToggleSwitch {
-                        Accessible.name: "Never change meaning"
-                        checked: settings.meaningLock
-                        onToggled: settings.meaningLock = checked
+                        Accessible.name: qsTr("Never change meaning")
+                        checked: root.settings.meaningLock
+                        onToggled: root.settings.meaningLock = checked
                     }
                 }
                 SettingsRow {
-                    title: "Custom rules"
-                    note: "Extra guidance Vesk follows on every correction."
+                    title: qsTr("Custom rules")
+                    note: qsTr("Extra guidance Vesk follows on every correction.")
                     stacked: true
 
                     Column {
@@ -123,9 +135,9 @@ Item {
                             width: parent.width
                             height: 96
                             radius: 8
-                            color: "#2c2c2e"
+                            color: Theme.raised
                             border.width: 1
-                            border.color: rulesField.activeFocus ? "#0a84ff" : "#48484a"
+                            border.color: rulesField.activeFocus ? Theme.accent : Theme.fieldBorder
 
                             ScrollView {
                                 anchors.fill: parent
@@ -134,16 +146,16 @@ Item {
                                 TextArea {
                                     id: rulesField
 
-                                    text: settings.customRules
-                                    onTextChanged: settings.customRules = text
-                                    placeholderText: "e.g. Never use em dashes. Keep \"LGTM\" as-is."
-                                    placeholderTextColor: "#6e6e73"
-                                    Accessible.name: "Custom rules"
+                                    text: root.settings.customRules
+                                    onTextChanged: root.settings.customRules = text
+                                    placeholderText: qsTr("e.g. Never use em dashes. Keep \"LGTM\" as-is.")
+                                    placeholderTextColor: Theme.textPlaceholder
+                                    Accessible.name: qsTr("Custom rules")
                                     wrapMode: TextEdit.Wrap
-                                    color: "#f5f5f7"
-                                    selectionColor: "#0a63c9"
-                                    selectedTextColor: "#ffffff"
-                                    font.pixelSize: 13
+                                    color: Theme.text
+                                    selectionColor: Theme.selection
+                                    selectedTextColor: Theme.textOnAccent
+                                    font.pixelSize: Theme.fontBody
                                     padding: 8
                                     background: null
                                 }
@@ -152,48 +164,48 @@ Item {
                         Text {
                             width: parent.width
                             horizontalAlignment: Text.AlignRight
-                            text: settings.customRulesCount
-                            color: "#8e8e93"
-                            font.pixelSize: 11
+                            text: root.settings.customRulesCount
+                            color: Theme.textMuted
+                            font.pixelSize: Theme.fontSmall
                         }
                     }
                 }
             }
 
             SettingsGroup {
-                title: "AI & Privacy"
+                title: qsTr("AI & Privacy")
 
                 SettingsRow {
-                    title: "Provider"
-                    note: "Anthropic's Claude is recommended."
+                    title: qsTr("Provider")
+                    note: qsTr("Anthropic's Claude is recommended.")
 
                     OptionPicker {
-                        Accessible.name: "Provider"
-                        options: settings.providerOptions
+                        Accessible.name: qsTr("Provider")
+                        options: root.settings.providerOptions
                         value: root.connection.provider
                         onPicked: value => root.connection.provider = value
                     }
                 }
                 SettingsRow {
-                    title: "Model"
-                    note: settings.modelIsFree ? "Any model the server at the base address offers."
-                                               : (settings.modelOptions.find(o => o.value === settings.model) || {}).note || ""
+                    title: qsTr("Model")
+                    note: root.settings.modelIsFree ? qsTr("Any model the server at the base address offers.")
+                                               : root.noteOf(root.settings.modelOptions, root.settings.model)
 
                     OptionPicker {
-                        visible: !settings.modelIsFree
-                        Accessible.name: "Model"
-                        options: settings.modelOptions
-                        value: settings.model
-                        onPicked: value => settings.model = value
+                        visible: !root.settings.modelIsFree
+                        Accessible.name: qsTr("Model")
+                        options: root.settings.modelOptions
+                        value: root.settings.model
+                        onPicked: value => root.settings.model = value
                     }
                     Rectangle {
-                        visible: settings.modelIsFree
+                        visible: root.settings.modelIsFree
                         width: 230
                         height: 28
                         radius: 7
-                        color: "#2c2c2e"
+                        color: Theme.raised
                         border.width: 1
-                        border.color: modelField.activeFocus ? "#0a84ff" : "#48484a"
+                        border.color: modelField.activeFocus ? Theme.accent : Theme.fieldBorder
 
                         TextField {
                             id: modelField
@@ -201,18 +213,18 @@ Item {
                             anchors.fill: parent
                             leftPadding: 10
                             rightPadding: 10
-                            text: settings.model
-                            onTextEdited: settings.model = text
-                            Accessible.name: "Model"
-                            color: "#f5f5f7"
-                            selectionColor: "#0a63c9"
-                            font.pixelSize: 13
+                            text: root.settings.model
+                            onTextEdited: root.settings.model = text
+                            Accessible.name: qsTr("Model")
+                            color: Theme.text
+                            selectionColor: Theme.selection
+                            font.pixelSize: Theme.fontBody
                             background: null
                         }
                     }
                 }
                 SettingsRow {
-                    title: "API key"
+                    title: qsTr("API key")
                     stacked: true
 
                     ProviderKeyEntry {
@@ -221,10 +233,10 @@ Item {
                     }
                 }
                 SettingsRow {
-                    note: settings.privacyNote
+                    note: root.settings.privacyNote
                 }
                 SettingsRow {
-                    title: "Base address"
+                    title: qsTr("Base address")
                     note: (root.connection.provider === "openai"
                            ? "For OpenAI-compatible servers such as Ollama, LM Studio or vLLM."
                            : "For a gateway or proxy that speaks Anthropic's API.")
@@ -237,7 +249,7 @@ Item {
 
                         LinkButton {
                             visible: !root.showsAdvanced
-                            text: "Use another server…"
+                            text: qsTr("Use another server…")
                             onClicked: root.showsAdvanced = true
                         }
                         Rectangle {
@@ -245,10 +257,10 @@ Item {
                             width: Math.min(parent.width, 460)
                             height: 30
                             radius: 7
-                            color: "#2c2c2e"
+                            color: Theme.raised
                             border.width: 1
-                            border.color: settings.baseAddressError !== "" ? "#ff6961"
-                                        : addressField.activeFocus ? "#0a84ff" : "#48484a"
+                            border.color: root.settings.baseAddressError !== "" ? Theme.dangerText
+                                        : addressField.activeFocus ? Theme.accent : Theme.fieldBorder
 
                             TextField {
                                 id: addressField
@@ -256,39 +268,39 @@ Item {
                                 anchors.fill: parent
                                 leftPadding: 10
                                 rightPadding: 10
-                                text: settings.baseAddress
-                                onTextEdited: settings.baseAddress = text
-                                placeholderText: "http://localhost:11434/v1"
-                                placeholderTextColor: "#6e6e73"
-                                Accessible.name: "Base address"
-                                color: "#f5f5f7"
-                                selectionColor: "#0a63c9"
-                                font.pixelSize: 13
+                                text: root.settings.baseAddress
+                                onTextEdited: root.settings.baseAddress = text
+                                placeholderText: qsTr("http://localhost:11434/v1")
+                                placeholderTextColor: Theme.textPlaceholder
+                                Accessible.name: qsTr("Base address")
+                                color: Theme.text
+                                selectionColor: Theme.selection
+                                font.pixelSize: Theme.fontBody
                                 background: null
                             }
                         }
                         Text {
-                            visible: settings.baseAddressError !== ""
+                            visible: root.settings.baseAddressError !== ""
                             width: parent.width
                             wrapMode: Text.WordWrap
-                            text: settings.baseAddressError
-                            color: "#ff6961"
-                            font.pixelSize: 12
+                            text: root.settings.baseAddressError
+                            color: Theme.dangerText
+                            font.pixelSize: Theme.fontCaption
                         }
                     }
                 }
             }
 
             SettingsGroup {
-                title: "Help"
+                title: qsTr("Help")
 
                 SettingsRow {
-                    title: "Contact support"
-                    note: "Questions, ideas or bugs."
+                    title: qsTr("Contact support")
+                    note: qsTr("Questions, ideas or bugs.")
 
                     LinkButton {
-                        text: "Email Vesk support ↗"
-                        onClicked: settings.contactSupport()
+                        text: qsTr("Email Vesk support ↗")
+                        onClicked: root.settings.contactSupport()
                     }
                 }
             }
@@ -296,9 +308,9 @@ Item {
             Text {
                 width: parent.width
                 horizontalAlignment: Text.AlignHCenter
-                text: settings.versionText
-                color: "#6e6e73"
-                font.pixelSize: 11
+                text: root.settings.versionText
+                color: Theme.textPlaceholder
+                font.pixelSize: Theme.fontSmall
             }
         }
     }

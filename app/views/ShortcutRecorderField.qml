@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // A field that records a global shortcut: click, press the keys. Context: a ShortcutRecorder as `recorder`.
 Column {
@@ -12,8 +13,8 @@ Column {
         width: 180
         height: 30
         radius: 7
-        color: field.recorder.recording ? "#2a3a55" : "#2c2c2e"
-        border.color: field.recorder.recording || focusArea.activeFocus ? "#0a84ff" : "#48484a"
+        color: field.recorder.recording ? Theme.accentTintStrong : Theme.raised
+        border.color: field.recorder.recording || focusArea.activeFocus ? Theme.accent : Theme.fieldBorder
         border.width: 1
 
         Text {
@@ -24,8 +25,8 @@ Column {
             elide: Text.ElideRight
             text: field.recorder.recording || field.recorder.shortcutText === "" ? field.recorder.placeholder
                                                                                   : field.recorder.shortcutText
-            color: field.recorder.recording || field.recorder.shortcutText === "" ? "#8e8e93" : "#f2f2f7"
-            font.pixelSize: 13
+            color: field.recorder.recording || field.recorder.shortcutText === "" ? Theme.textMuted : Theme.text
+            font.pixelSize: Theme.fontBody
         }
 
         Item {
@@ -54,9 +55,9 @@ Column {
             anchors.rightMargin: 8
             anchors.verticalCenter: parent.verticalCenter
             visible: field.recorder.shortcutText !== "" && !field.recorder.recording
-            text: "\u2715"
-            color: "#8e8e93"
-            font.pixelSize: 11
+            text: qsTr("\u2715")
+            color: Theme.textMuted
+            font.pixelSize: Theme.fontSmall
             MouseArea {
                 anchors.fill: parent
                 anchors.margins: -6
@@ -70,7 +71,7 @@ Column {
         width: 320
         wrapMode: Text.WordWrap
         text: field.recorder.error
-        color: "#ff6961"
-        font.pixelSize: 12
+        color: Theme.dangerText
+        font.pixelSize: Theme.fontCaption
     }
 }

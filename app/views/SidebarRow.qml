@@ -1,4 +1,5 @@
 import QtQuick
+import Vesk
 
 // One section in the home window's sidebar: icon and title, highlighted when selected or hovered.
 Rectangle {
@@ -11,7 +12,7 @@ Rectangle {
 
     implicitHeight: 32
     radius: 7
-    color: selected ? "#3a3a3e" : hover.hovered ? "#2a2a2d" : "transparent"
+    color: selected ? Theme.pressed : hover.hovered ? Theme.hover : "transparent"
 
     Accessible.role: Accessible.PageTab
     Accessible.name: title
@@ -31,16 +32,16 @@ Rectangle {
         anchors.verticalCenter: parent.verticalCenter
         horizontalAlignment: Text.AlignHCenter
         text: row.icon
-        color: row.selected ? "#0a84ff" : "#a1a1a6"
-        font.pixelSize: 15
+        color: row.selected ? Theme.accent : Theme.textMuted
+        font.pixelSize: Theme.fontHeading
     }
     Text {
         anchors.left: iconLabel.right
         anchors.leftMargin: 9
         anchors.verticalCenter: parent.verticalCenter
         text: row.title
-        color: row.selected ? "#f5f5f7" : "#d1d1d6"
-        font.pixelSize: 13
+        color: row.selected ? Theme.text : Theme.textBody
+        font.pixelSize: Theme.fontBody
         font.weight: row.selected ? Font.DemiBold : Font.Normal
     }
 }

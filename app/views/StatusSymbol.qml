@@ -1,11 +1,12 @@
 import QtQuick
+import Vesk
 
 // A round symbol with a glyph inside: a check mark for "all good", an exclamation mark for failures.
 Rectangle {
     id: symbol
 
     property string glyph: "✓"
-    property color tint: "#30d158"
+    property color tint: Theme.success
     property int size: 22
 
     implicitWidth: size

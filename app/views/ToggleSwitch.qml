@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Vesk
 
 // An on/off switch in the app's colours. Bind `checked` to the setting and write it back in `onToggled`.
 Switch {
@@ -14,9 +15,9 @@ Switch {
         width: 38
         height: 22
         radius: 11
-        color: control.checked ? "#0a84ff" : "#48484a"
+        color: control.checked ? Theme.accent : Theme.fieldBorder
         border.width: control.visualFocus ? 2 : 0
-        border.color: "#64a8ff"
+        border.color: Theme.focusRing
 
         Rectangle {
             x: control.checked ? parent.width - width - 2 : 2
@@ -24,7 +25,7 @@ Switch {
             width: 18
             height: 18
             radius: 9
-            color: "#ffffff"
+            color: Theme.textOnAccent
         }
     }
     contentItem: Item {}

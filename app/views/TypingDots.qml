@@ -1,18 +1,21 @@
 import QtQuick
+import Vesk
 
 // Three dots that pulse one after another while text is on its way; still when motion is reduced.
 Row {
     id: dots
 
     property bool animated: true
-    property color color: "#a1a1a6"
+    property color color: Theme.textMuted
     property int dotSize: 6
 
-    spacing: 4
+    spacing: Theme.spacingSmall
 
     Repeater {
         model: 3
 
+        // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+        // qmllint disable unqualified
         Rectangle {
             id: dot
 
@@ -34,5 +37,6 @@ Row {
                 PauseAnimation { duration: (2 - dot.index) * 160 + 200 }
             }
         }
+        // qmllint enable unqualified
     }
 }

@@ -1,6 +1,6 @@
 #include "app/windows/HomeWindow.h"
-#include "app/common/Logging.h"
 
+#include "app/models/Appearance.h"
 #include "app/models/ComposerModel.h"
 #include "app/desktop/CorrectionEnvironment.h"
 #include "app/models/HistoryActions.h"
@@ -8,11 +8,8 @@
 #include "app/models/HomeModel.h"
 #include "app/models/OverviewModel.h"
 #include "app/models/SettingsModel.h"
-#include "app/platform/DesktopAppearance.h"
+#include "app/windows/QmlWindow.h"
 
-#include <QLoggingCategory>
-#include <QQmlContext>
-#include <QQmlError>
 #include <QQuickView>
 
 
@@ -20,15 +17,15 @@ namespace vesk::app {
 
 struct HomeWindow::Private
 {
-    Private(HomeWindow& window, CorrectionEnvironment& environment, HistoryStore& history,
-            ProviderConnection& connection, ShortcutSettings& shortcuts, DesktopAppearance& desktop)
-        : appearance(desktop), composer(
+    Private(HomeWindow& owner, CorrectionEnvironment& environment, HistoryStore& history,
+            ProviderConnection& connection, ShortcutSettings& shortcuts)
+        : composer(
               [&environment](std::string original) {
                   return environment.makeSession(CorrectionSession::Editing{}, std::move(original), std::nullopt);
               },
               &environment.settings()),
           overview(history, &shortcuts), recent(history), activity(history),
-          actions(history, home, [&window](const ComposerDraft& draft) { window.openComposer(draft); }),
+          actions(history, home, [&owner](const ComposerDraft& draft) { owner.openComposer(draft); }),
           settings(environment.settings(), connection, shortcuts)
     {
         recent.setLimit(recentRows);
@@ -36,9 +33,8 @@ struct HomeWindow::Private
 
     static constexpr int recentRows = 6;
 
-    void ensureView();
+    QVariantMap viewProperties();
 
-    DesktopAppearance& appearance;
     HomeModel home;
     ComposerModel composer;
     OverviewModel overview;
@@ -46,38 +42,29 @@ struct HomeWindow::Private
     HistoryListModel activity;
     HistoryActions actions;
     SettingsModel settings;
-    std::unique_ptr<QQuickView> view;
+    QmlWindow window{QStringLiteral("HomeView"), [](QQuickView& view) {
+                         view.setTitle(QStringLiteral("Vesk"));
+                         view.setMinimumSize(QSize(820, 540));
+                         view.resize(920, 620);
+                     }};
 };
 
-void HomeWindow::Private::ensureView()
+QVariantMap HomeWindow::Private::viewProperties()
 {
-    if (view) {
-        return;
-    }
-    view = std::make_unique<QQuickView>();
-    view->setTitle(QStringLiteral("Vesk"));
-    view->setResizeMode(QQuickView::SizeRootObjectToView);
-    view->setMinimumSize(QSize(820, 540));
-    view->resize(920, 620);
-    view->setColor(QColor(QStringLiteral("#1c1c1e")));
-    view->rootContext()->setContextProperty(QStringLiteral("home"), &home);
-    view->rootContext()->setContextProperty(QStringLiteral("composer"), &composer);
-    view->rootContext()->setContextProperty(QStringLiteral("overview"), &overview);
-    view->rootContext()->setContextProperty(QStringLiteral("recent"), &recent);
-    view->rootContext()->setContextProperty(QStringLiteral("activity"), &activity);
-    view->rootContext()->setContextProperty(QStringLiteral("historyActions"), &actions);
-    view->rootContext()->setContextProperty(QStringLiteral("settings"), &settings);
-    view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), appearance.prefersReducedMotion());
-    view->setSource(QUrl(QStringLiteral("qrc:/vesk/views/HomeView.qml")));
-    for (const QQmlError& error : view->errors()) {
-        qCWarning(lcUi) << "home view:" << error.toString();
-    }
+    return {{QStringLiteral("home"), QVariant::fromValue(&home)},
+            {QStringLiteral("composer"), QVariant::fromValue(&composer)},
+            {QStringLiteral("overview"), QVariant::fromValue(&overview)},
+            {QStringLiteral("recent"), QVariant::fromValue(&recent)},
+            {QStringLiteral("activity"), QVariant::fromValue(&activity)},
+            {QStringLiteral("historyActions"), QVariant::fromValue(&actions)},
+            {QStringLiteral("settings"), QVariant::fromValue(&settings)}};
 }
 
 HomeWindow::HomeWindow(CorrectionEnvironment& environment, HistoryStore& history, ProviderConnection& connection,
                        ShortcutSettings& shortcuts, DesktopAppearance& appearance, QObject* parent)
-    : QObject(parent), d(std::make_unique<Private>(*this, environment, history, connection, shortcuts, appearance))
+    : QObject(parent), d(std::make_unique<Private>(*this, environment, history, connection, shortcuts))
 {
+    Appearance::instance().setDesktop(appearance);
 }
 
 HomeWindow::~HomeWindow() = default;
@@ -85,10 +72,10 @@ HomeWindow::~HomeWindow() = default;
 void HomeWindow::show(HomeSection section)
 {
     d->home.select(section);
-    d->ensureView();
-    d->view->show();
-    d->view->raise();
-    d->view->requestActivate();
+    QQuickView& view = d->window.open(d->viewProperties());
+    view.show();
+    view.raise();
+    view.requestActivate();
 }
 
 void HomeWindow::openComposer(const ComposerDraft& draft)
@@ -99,12 +86,12 @@ void HomeWindow::openComposer(const ComposerDraft& draft)
 
 bool HomeWindow::isVisible() const
 {
-    return d->view && d->view->isVisible();
+    return d->window.isVisible();
 }
 
 QQuickWindow* HomeWindow::window() const
 {
-    return d->view.get();
+    return d->window.window();
 }
 
 } // namespace vesk::app

@@ -4,11 +4,11 @@
 // the guide afresh; finishing it closes the window and marks setup as done.
 
 #include "app/models/OnboardingModel.h"
+#include "app/windows/QmlWindow.h"
 
 #include <QObject>
 #include <memory>
 
-class QQuickView;
 class QQuickWindow;
 
 namespace vesk::app {
@@ -44,9 +44,8 @@ private:
     ProviderConnection& m_connection;
     const ShortcutSettings* m_shortcuts;
     OnboardingModel::Desktop m_desktop;
-    DesktopAppearance& m_appearance;
     std::unique_ptr<OnboardingModel> m_model;
-    std::unique_ptr<QQuickView> m_view;
+    QmlWindow m_window;
 };
 
 } // namespace vesk::app

@@ -1,17 +1,15 @@
 #include "app/windows/ReviewPanelController.h"
-#include "app/common/Logging.h"
 
 #include "app/windows/PanelGeometry.h"
+#include "app/windows/QmlWindow.h"
 #include "app/models/ReviewActions.h"
 #include "app/models/SessionModel.h"
+#include "app/models/Appearance.h"
 #include "app/platform/DesktopAppearance.h"
 
 #include <QCursor>
 #include <QGuiApplication>
-#include <QLoggingCategory>
 #include <QPainterPath>
-#include <QQmlContext>
-#include <QQmlError>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QRegion>
@@ -26,7 +24,6 @@ namespace {
 
 const QSize initialSize(640, 240);
 constexpr qreal cornerRadius = 12; // the body's corners in ReviewView.qml
-const QUrl viewUrl(QStringLiteral("qrc:/vesk/views/ReviewView.qml"));
 
 std::optional<QRect> availableAreaUnderPointer()
 {
@@ -44,19 +41,45 @@ struct ReviewPanelController::Private
 {
     Private(AppSettings& settings, DesktopAppearance& desktop) : appearance(desktop), model(&settings) {}
 
+    void setUp(QQuickView& view);
     void place();
     void fitContent();
     void updateMask();
 
-    DesktopAppearance& appearance;
     SessionModel model;
+    DesktopAppearance& appearance;
     ReviewActions actions;
-    std::unique_ptr<QQuickView> view;
+    // A fresh view for every correction, so nothing of the last one (scroll position, hover, focus) carries
+    // over, in a window kept for the app's life: a press of the shortcut does not wait for a new QML engine,
+    // and no window is destroyed under the paste that follows an accept (that broke the paste without review).
+    QmlWindow window{QStringLiteral("ReviewView"), [this](QQuickView& view) { setUp(view); },
+                     QmlWindow::Lifetime::kept};
     bool composited = true;
 };
 
+void ReviewPanelController::Private::setUp(QQuickView& view)
+{
+    // A frameless tool window above everything: it stays out of the task bar, and the window manager
+    // still gives it keyboard focus so Return, Escape and Ctrl+R reach it.
+    view.setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    // Shown while the copy stroke is still on its way to the source app, the panel must not take the
+    // keyboard when it maps: Qt then marks it with a zero user time, which window managers read as "don't
+    // focus". It asks for the keyboard itself once the text is in.
+    view.setProperty("_q_showWithoutActivating", true);
+    // Transparent around the rounded body and its shadow; needs an alpha channel in the window itself.
+    QSurfaceFormat format = view.format();
+    format.setAlphaBufferSize(8);
+    view.setFormat(format);
+    view.setColor(Qt::transparent);
+    view.setTitle(QStringLiteral("Vesk"));
+    view.resize(initialSize);
+    QObject::connect(&view, &QWindow::widthChanged, &view, [this] { updateMask(); });
+    QObject::connect(&view, &QWindow::heightChanged, &view, [this] { updateMask(); });
+}
+
 void ReviewPanelController::Private::updateMask()
 {
+    QQuickView* view = window.window();
     if (composited) {
         view->setMask(QRegion());
         return;
@@ -68,6 +91,7 @@ void ReviewPanelController::Private::updateMask()
 
 void ReviewPanelController::Private::place()
 {
+    QQuickView* view = window.window();
     const std::optional<QRect> available = availableAreaUnderPointer();
     if (!available) {
         view->resize(initialSize);
@@ -78,6 +102,7 @@ void ReviewPanelController::Private::place()
 
 void ReviewPanelController::Private::fitContent()
 {
+    QQuickView* view = window.window();
     const QQuickItem* root = view->rootObject();
     if (root == nullptr) {
         return;
@@ -97,28 +122,7 @@ void ReviewPanelController::Private::fitContent()
 ReviewPanelController::ReviewPanelController(AppSettings& settings, DesktopAppearance& appearance, QObject* parent)
     : QObject(parent), d(std::make_unique<Private>(settings, appearance))
 {
-    d->view = std::make_unique<QQuickView>();
-    // A frameless tool window above everything: it stays out of the task bar, and the window manager
-    // still gives it keyboard focus so Return, Escape and Ctrl+R reach it.
-    d->view->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
-    // Shown while the copy stroke is still on its way to the source app, the panel must not take the
-    // keyboard when it maps: Qt then marks it with a zero user time, which window managers read as "don't
-    // focus". It asks for the keyboard itself once the text is in.
-    d->view->setProperty("_q_showWithoutActivating", true);
-    // Transparent around the rounded body and its shadow; needs an alpha channel in the window itself.
-    QSurfaceFormat format = d->view->format();
-    format.setAlphaBufferSize(8);
-    d->view->setFormat(format);
-    d->view->setColor(Qt::transparent);
-    d->view->setResizeMode(QQuickView::SizeRootObjectToView);
-    d->view->setTitle(QStringLiteral("Vesk"));
-    d->view->rootContext()->setContextProperty(QStringLiteral("review"), &d->model);
-    d->view->rootContext()->setContextProperty(QStringLiteral("actions"), &d->actions);
-    d->view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), false);
-    d->view->resize(initialSize);
-    d->view->rootContext()->setContextProperty(QStringLiteral("composited"), true);
-    connect(d->view.get(), &QWindow::widthChanged, this, [this] { d->updateMask(); });
-    connect(d->view.get(), &QWindow::heightChanged, this, [this] { d->updateMask(); });
+    Appearance::instance().setDesktop(appearance);
 }
 
 ReviewPanelController::~ReviewPanelController()
@@ -130,56 +134,50 @@ void ReviewPanelController::show(CorrectionSession& session, PanelActions action
 {
     d->actions.set(std::move(actions));
     d->model.setSession(&session);
-    d->view->rootContext()->setContextProperty(QStringLiteral("reduceMotion"), d->appearance.prefersReducedMotion());
 
-    // A new view for every correction, so nothing of the last one (scroll position, hover, focus) carries
-    // over.
     // Without a compositor the see-through corners and shadow would come out black: the body fills the
     // window and a mask rounds its corners instead.
     d->composited = d->appearance.composites();
-    d->view->rootContext()->setContextProperty(QStringLiteral("composited"), d->composited);
-    d->view->setSource(QUrl());
-    d->view->setSource(viewUrl);
-    if (d->view->status() == QQuickView::Error) {
-        for (const QQmlError& error : d->view->errors()) {
-            qCWarning(lcUi) << "review view:" << error.toString();
-        }
+    QQuickView& view = d->window.open({{QStringLiteral("review"), QVariant::fromValue(&d->model)},
+                                       {QStringLiteral("actions"), QVariant::fromValue(&d->actions)},
+                                       {QStringLiteral("composited"), d->composited}});
+    QQuickItem* root = view.rootObject();
+    if (root == nullptr) {
         return;
     }
-    QQuickItem* root = d->view->rootObject();
     connect(root, &QQuickItem::implicitWidthChanged, this, [this] { d->fitContent(); });
     connect(root, &QQuickItem::implicitHeightChanged, this, [this] { d->fitContent(); });
 
     d->place();
     d->fitContent();
     d->updateMask();
-    d->view->show();
-    d->view->raise();
+    view.show();
+    view.raise();
 }
 
 void ReviewPanelController::focus()
 {
-    if (d->view->isVisible()) {
-        d->view->raise();
-        d->view->requestActivate();
+    if (isVisible()) {
+        d->window.window()->raise();
+        d->window.window()->requestActivate();
     }
 }
 
 void ReviewPanelController::hide()
 {
-    d->view->hide();
+    d->window.close();
     d->model.setSession(nullptr);
     d->actions.clear();
 }
 
 bool ReviewPanelController::isVisible() const
 {
-    return d->view->isVisible();
+    return d->window.isVisible();
 }
 
 QQuickWindow* ReviewPanelController::window() const
 {
-    return d->view.get();
+    return d->window.window();
 }
 
 } // namespace vesk::app

@@ -1,5 +1,6 @@
 #include "ViewTesting.h"
 #include "app/services/AppSettings.h"
+#include "app/models/Appearance.h"
 #include "app/models/ComposerModel.h"
 #include "app/desktop/CorrectionEnvironment.h"
 #include "app/models/HistoryActions.h"
@@ -17,7 +18,6 @@
 #include "support/FakeCorrectionEngine.h"
 #include "support/ManualExecutor.h"
 
-#include <QQmlContext>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QTemporaryDir>
@@ -63,6 +63,13 @@ TEST_F(HomeViewTest, WindowShowsEverySectionWithoutQmlWarnings)
     test::settle(home.window());
     const auto* view = qobject_cast<QQuickView*>(home.window());
     EXPECT_EQ(view->rootObject()->property("selectedSection").toString(), "composer");
+
+    home.window()->close();
+    EXPECT_EQ(home.window(), nullptr) << "a closed window goes, with its QML engine";
+    home.show(HomeSection::activity);
+    test::settle(home.window());
+    EXPECT_EQ(qobject_cast<QQuickView*>(home.window())->rootObject()->property("selectedSection").toString(),
+              "activity");
     EXPECT_EQ(recorder.warnings(), "");
 }
 
@@ -74,17 +81,17 @@ protected:
     void SetUp() override
     {
         recent.setLimit(6);
-        const std::pair<const char*, QObject*> context[] = {
-            {"home", &home},         {"composer", &composer},      {"overview", &overview},      {"recent", &recent},
-            {"activity", &activity}, {"historyActions", &actions}, {"settings", &settingsModel},
-        };
-        for (const auto& [name, object] : context) {
-            view.rootContext()->setContextProperty(QString::fromLatin1(name), object);
-        }
-        view.rootContext()->setContextProperty("reduceMotion", true);
+        view.setInitialProperties({{"home", QVariant::fromValue(&home)},
+                                   {"composer", QVariant::fromValue(&composer)},
+                                   {"overview", QVariant::fromValue(&overview)},
+                                   {"recent", QVariant::fromValue(&recent)},
+                                   {"activity", QVariant::fromValue(&activity)},
+                                   {"historyActions", QVariant::fromValue(&actions)},
+                                   {"settings", QVariant::fromValue(&settingsModel)}});
         view.setResizeMode(QQuickView::SizeRootObjectToView);
         view.resize(920, 620);
-        view.setSource(QUrl("qrc:/vesk/views/HomeView.qml"));
+        QmlWindow::useModule(*view.engine());
+        view.setSource(QmlWindow::viewUrl("HomeView"));
         home.select(HomeSection::composer);
         view.show();
         test::settle(&view);
@@ -193,6 +200,13 @@ TEST_F(HomeScreenshotTest, OverviewAndActivityEmptyThenWithHistory)
 
     home.select(HomeSection::settings);
     screenshot("settings.png");
+
+    // The light palette, switched live as when the desktop's preference changes.
+    Appearance::instance().setScheme(ColorScheme::Scheme::light);
+    screenshot("settings-light.png");
+    home.select(HomeSection::overview);
+    screenshot("overview-light.png");
+    Appearance::instance().setScheme(ColorScheme::Scheme::dark);
     EXPECT_EQ(recorder.warnings(), "");
 }
 

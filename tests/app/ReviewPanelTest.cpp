@@ -1,4 +1,5 @@
 #include "ViewTesting.h"
+#include "app/models/Appearance.h"
 #include "app/services/AppSettings.h"
 #include "app/windows/ReviewPanelController.h"
 #include "support/FakeCorrectionEngine.h"
@@ -102,6 +103,9 @@ TEST_F(ReviewPanelTest, EveryPhaseRendersWithoutQmlWarnings)
     executor.drain();
     test::settle(panel.window());
     screenshot("panel-result.png");
+    Appearance::instance().setScheme(ColorScheme::Scheme::light);
+    screenshot("panel-result-light.png");
+    Appearance::instance().setScheme(ColorScheme::Scheme::dark);
 
     finish(*session, "Their going too the libary tomorow, and they wants to borrow some book.");
     screenshot("panel-no-changes.png");

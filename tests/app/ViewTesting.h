@@ -3,6 +3,8 @@
 // Helpers for tests that load the app's QML: the software renderer, a record of every QML warning, and
 // where screenshots go.
 
+#include "app/windows/QmlWindow.h"
+
 #include <QDir>
 #include <QGuiApplication>
 #include <QMutex>
