@@ -2,7 +2,7 @@
 
 #include "app/common/AppIcon.h"
 #include "app/common/Logging.h"
-#include "app/desktop/CorrectionEnvironment.h"
+#include "app/services/CorrectionEnvironment.h"
 #include "app/desktop/GrammarCoordinator.h"
 #include "app/models/ProviderConnection.h"
 #include "app/platform/Platform.h"

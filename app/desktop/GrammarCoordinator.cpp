@@ -2,7 +2,7 @@
 
 #include "app/common/Logging.h"
 #include "app/desktop/AppRouter.h"
-#include "app/desktop/CorrectionEnvironment.h"
+#include "app/services/CorrectionEnvironment.h"
 #include "app/services/AppSettings.h"
 
 #include <QLoggingCategory>

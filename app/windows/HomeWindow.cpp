@@ -2,7 +2,7 @@
 
 #include "app/models/Appearance.h"
 #include "app/models/ComposerModel.h"
-#include "app/desktop/CorrectionEnvironment.h"
+#include "app/services/CorrectionEnvironment.h"
 #include "app/models/HistoryActions.h"
 #include "app/models/HistoryListModel.h"
 #include "app/models/HomeModel.h"

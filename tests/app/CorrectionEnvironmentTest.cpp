@@ -1,4 +1,4 @@
-#include "app/desktop/CorrectionEnvironment.h"
+#include "app/services/CorrectionEnvironment.h"
 
 #include "app/services/AppSettings.h"
 #include "support/InMemoryKeyStore.h"

@@ -3,7 +3,7 @@
 #include "app/desktop/GrammarCoordinator.h"
 
 #include "app/desktop/AppRouter.h"
-#include "app/desktop/CorrectionEnvironment.h"
+#include "app/services/CorrectionEnvironment.h"
 #include "app/services/AppSettings.h"
 #include "core/CurlTransport.h"
 #include "support/InMemoryKeyStore.h"

@@ -2,7 +2,7 @@
 #include "app/services/AppSettings.h"
 #include "app/models/Appearance.h"
 #include "app/models/ComposerModel.h"
-#include "app/desktop/CorrectionEnvironment.h"
+#include "app/services/CorrectionEnvironment.h"
 #include "app/models/HistoryActions.h"
 #include "app/models/HistoryListModel.h"
 #include "app/services/HistoryStore.h"
