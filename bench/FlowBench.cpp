@@ -9,53 +9,22 @@
 
 #include "e2e/Desktop.h"
 #include "e2e/VeskSession.h"
-#include "support/ScriptedProviderServer.h"
+#include "FlowBenchSupport.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
-#include <mutex>
 #include <thread>
 
 namespace {
 
 using namespace vesk::e2e;
-using Clock = std::chrono::steady_clock;
-using Milliseconds = std::chrono::duration<double, std::milli>;
+using namespace vesk::bench;
 
-const std::string typo = "teh cat sat on teh mat";
-const std::string fixedText = "The cat sat on the mat.";
 const std::string userClipboard = "what the user had copied";
 // The memory goal is stated for the idle app after this many corrections.
 constexpr int correctionsBeforeIdleMemory = 20;
-
-struct Summary
-{
-    double p50 = 0;
-    double p95 = 0;
-    double max = 0;
-};
-
-Summary summarize(std::vector<double> values)
-{
-    if (values.empty()) {
-        return {};
-    }
-    std::sort(values.begin(), values.end());
-    const auto at = [&](double q) {
-        const auto index = static_cast<std::size_t>(std::ceil(q * static_cast<double>(values.size()))) - 1;
-        return values[std::min(index, values.size() - 1)];
-    };
-    return {at(0.50), at(0.95), values.back()};
-}
-
-void print(const char* what, const std::vector<double>& values)
-{
-    const Summary s = summarize(values);
-    std::printf("%-52s n=%2zu  p50 %7.1f ms  p95 %7.1f ms  max %7.1f ms\n", what, values.size(), s.p50, s.p95, s.max);
-}
 
 } // namespace
 
@@ -67,24 +36,10 @@ int main(int argc, char** argv)
         return 2;
     }
 
-    vesk::test::ScriptedProviderServer server;
-    std::mutex mutex;
-    std::vector<Clock::time_point> arrivals;
-    server.respondWith([&](const vesk::test::RecordedRequest&) {
-        {
-            std::lock_guard lock(mutex);
-            arrivals.push_back(Clock::now());
-        }
-        return vesk::test::ScriptedResponse::events(
-            vesk::test::streams::openAI(vesk::test::streams::split(fixedText, 4)));
-    });
-    const auto arrivalCount = [&] {
-        std::lock_guard lock(mutex);
-        return arrivals.size();
-    };
+    TimedProvider provider;
 
     VeskSession session;
-    if (const std::string error = session.configure(server.url("")); !error.empty()) {
+    if (const std::string error = session.configure(provider.url()); !error.empty()) {
         std::cerr << error << "\n";
         return 1;
     }
@@ -107,22 +62,19 @@ int main(int argc, char** argv)
     int failures = 0;
     std::optional<long> rssAfterCorrections;
     for (int run = 0; run < runs; ++run) {
-        const std::size_t before = arrivalCount();
+        const std::size_t before = provider.count();
         pressKeys("ctrl+a");
         keyDown("alt+g");
         const auto released = Clock::now();
         keyUp("alt+g");
         const auto releaseSent = Clock::now();
-        if (!waitUntil([&] { return arrivalCount() > before; }, 5s, 1ms)) {
+        if (!waitUntil([&] { return provider.count() > before; }, 5s, 1ms)) {
             std::cerr << "run " << run << ": no request\n";
             ++failures;
             break;
         }
-        {
-            std::lock_guard lock(mutex);
-            releaseToRequest.push_back(Milliseconds(arrivals.back() - released).count());
-            releasedToRequest.push_back(Milliseconds(arrivals.back() - releaseSent).count());
-        }
+        releaseToRequest.push_back(Milliseconds(provider.last() - released).count());
+        releasedToRequest.push_back(Milliseconds(provider.last() - releaseSent).count());
         if (!waitForSettledPanel(session.pid())) {
             std::cerr << "run " << run << ": no panel\n";
             ++failures;
@@ -170,10 +122,10 @@ int main(int argc, char** argv)
     const double idleSeconds = std::chrono::duration<double>(Clock::now() - idleStart).count();
 
     std::printf("%d run(s), %d failure(s)\n", static_cast<int>(releaseToRequest.size()), failures);
-    print("shortcut released -> request (from keyup start)", releaseToRequest);
-    print("shortcut released -> request (from keyup end)", releasedToRequest);
-    print("Return -> corrected text in the editor", acceptToText);
-    print("Return -> user's clipboard back", acceptToClipboard);
+    printPercentiles("shortcut released -> request (from keyup start)", releaseToRequest);
+    printPercentiles("shortcut released -> request (from keyup end)", releasedToRequest);
+    printPercentiles("Return -> corrected text in the editor", acceptToText);
+    printPercentiles("Return -> user's clipboard back", acceptToClipboard);
     std::printf("%-52s %ld KiB\n", "resident memory, 3 s after start", startedRss.value_or(-1));
     if (rssAfterCorrections) {
         const std::string what =

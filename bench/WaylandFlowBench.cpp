@@ -2,44 +2,25 @@
 // Alt+G (sway runs `vesk fix`) to the request reaching the provider, and from Return in the panel to the
 // corrected text in mousepad. Run by hand:
 //
-//   tests/support/with-sway.sh build/tests/vesk_wayland_flow_bench [runs]
+//   tests/support/with-sway.sh build/bench/vesk_wayland_flow_bench [runs]
 //
 // Every run selects the whole document, corrects it, accepts, then undoes the paste and saves.
 
 #include "e2e/VeskSession.h"
 #include "e2e/WaylandDesktop.h"
-#include "support/ScriptedProviderServer.h"
+#include "FlowBenchSupport.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <iostream>
-#include <mutex>
 #include <thread>
 
 namespace {
 
 using namespace vesk::e2e;
-using Clock = std::chrono::steady_clock;
-using Milliseconds = std::chrono::duration<double, std::milli>;
+using namespace vesk::bench;
 namespace fs = std::filesystem;
 
-const std::string typo = "teh cat sat on teh mat";
-const std::string fixedText = "The cat sat on the mat.";
-
-void print(const char* what, std::vector<double> values)
-{
-    if (values.empty()) {
-        return;
-    }
-    std::sort(values.begin(), values.end());
-    const auto at = [&](double q) {
-        const auto index = static_cast<std::size_t>(std::ceil(q * static_cast<double>(values.size()))) - 1;
-        return values[std::min(index, values.size() - 1)];
-    };
-    std::printf("%-44s n=%2zu  p50 %7.1f ms  p95 %7.1f ms  max %7.1f ms\n", what, values.size(), at(0.5), at(0.95),
-                values.back());
-}
 
 // mousepad's title in sway's tree starts with '*' while the document has unsaved changes.
 bool editorModified()
@@ -61,25 +42,11 @@ int main(int argc, char** argv)
         std::cerr << "run through tests/support/with-sway.sh\n";
         return 2;
     }
-    vesk::test::ScriptedProviderServer server;
-    std::mutex mutex;
-    std::vector<Clock::time_point> arrivals;
-    server.respondWith([&](const vesk::test::RecordedRequest&) {
-        {
-            std::lock_guard lock(mutex);
-            arrivals.push_back(Clock::now());
-        }
-        return vesk::test::ScriptedResponse::events(
-            vesk::test::streams::openAI(vesk::test::streams::split(fixedText, 4)));
-    });
-    const auto arrivalCount = [&] {
-        std::lock_guard lock(mutex);
-        return arrivals.size();
-    };
+    TimedProvider provider;
 
     VeskSession session;
     const fs::path& dir = session.directory();
-    if (const std::string error = session.configure(server.url("")) + bindFixInSway(dir); !error.empty()) {
+    if (const std::string error = session.configure(provider.url()) + bindFixInSway(dir); !error.empty()) {
         std::cerr << error << "\n";
         return 1;
     }
@@ -105,19 +72,16 @@ int main(int argc, char** argv)
     std::vector<double> acceptToText;
     int failures = 0;
     for (int run = 0; run < runs && failures == 0; ++run) {
-        const std::size_t before = arrivalCount();
+        const std::size_t before = provider.count();
         keyboard.press({"ctrl+a"});
         const auto pressed = Clock::now();
         keyboard.press({"alt+g"});
-        if (!waitUntil([&] { return arrivalCount() > before; }, 5s, 1ms)) {
+        if (!waitUntil([&] { return provider.count() > before; }, 5s, 1ms)) {
             std::cerr << "run " << run << ": no request\n";
             ++failures;
             break;
         }
-        {
-            std::lock_guard lock(mutex);
-            pressToRequest.push_back(Milliseconds(arrivals.back() - pressed).count());
-        }
+        pressToRequest.push_back(Milliseconds(provider.last() - pressed).count());
         if (!waitUntil([] { return focusedAppId() == "dev.vesk.Vesk"; }, 5s, 5ms)) {
             std::cerr << "run " << run << ": the panel did not take the keys\n";
             ++failures;
@@ -140,7 +104,7 @@ int main(int argc, char** argv)
         }
     }
     std::printf("%d run(s), %d failure(s)\n", static_cast<int>(pressToRequest.size()), failures);
-    print("Alt+G (sway runs vesk fix) -> request", pressToRequest);
-    print("Return -> corrected text in the editor", acceptToText);
+    printPercentiles("Alt+G (sway runs vesk fix) -> request", pressToRequest);
+    printPercentiles("Return -> corrected text in the editor", acceptToText);
     return failures == 0 ? 0 : 1;
 }

@@ -1,0 +1,73 @@
+#pragma once
+
+// What the desktop flow benchmarks share: a scripted provider that notes when each request arrives, and the
+// percentile line they print per measure.
+
+#include "support/ScriptedProviderServer.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace vesk::bench {
+
+using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+inline const std::string typo = "teh cat sat on teh mat";
+inline const std::string fixedText = "The cat sat on the mat.";
+
+// The scripted provider answering every request with the corrected text, streamed in four parts.
+class TimedProvider
+{
+public:
+    TimedProvider()
+    {
+        m_server.respondWith([this](const test::RecordedRequest&) {
+            {
+                std::lock_guard lock(m_mutex);
+                m_arrivals.push_back(Clock::now());
+            }
+            return test::ScriptedResponse::events(test::streams::openAI(test::streams::split(fixedText, 4)));
+        });
+    }
+
+    [[nodiscard]] std::string url() const { return m_server.url(""); }
+    [[nodiscard]] std::size_t count() const
+    {
+        std::lock_guard lock(m_mutex);
+        return m_arrivals.size();
+    }
+    // When the latest request arrived; only meaningful once count() says there is one.
+    [[nodiscard]] Clock::time_point last() const
+    {
+        std::lock_guard lock(m_mutex);
+        return m_arrivals.back();
+    }
+
+private:
+    test::ScriptedProviderServer m_server;
+    mutable std::mutex m_mutex;
+    std::vector<Clock::time_point> m_arrivals;
+};
+
+// One line: the count, median, 95th percentile and maximum of `values` in milliseconds.
+inline void printPercentiles(const char* what, std::vector<double> values)
+{
+    if (values.empty()) {
+        return;
+    }
+    std::sort(values.begin(), values.end());
+    const auto at = [&](double q) {
+        const auto index = static_cast<std::size_t>(std::ceil(q * static_cast<double>(values.size()))) - 1;
+        return values[std::min(index, values.size() - 1)];
+    };
+    std::printf("%-52s n=%2zu  p50 %7.1f ms  p95 %7.1f ms  max %7.1f ms\n", what, values.size(), at(0.5), at(0.95),
+                values.back());
+}
+
+} // namespace vesk::bench
