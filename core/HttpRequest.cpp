@@ -59,44 +59,4 @@ std::string endpointUrl(std::string_view baseUrl, std::string_view path)
     return std::string(baseUrl).append(path);
 }
 
-std::optional<std::string> baseUrlProblem(std::string_view baseUrl)
-{
-    if (std::ranges::any_of(baseUrl, [](char c) { return static_cast<unsigned char>(c) <= ' ' || c == 0x7F; })) {
-        return "The address contains spaces or control characters.";
-    }
-    std::string_view rest;
-    for (const std::string_view scheme : {"http://", "https://"}) {
-        if (baseUrl.size() >= scheme.size() && equalIgnoringAsciiCase(baseUrl.substr(0, scheme.size()), scheme)) {
-            rest = baseUrl.substr(scheme.size());
-        }
-    }
-    if (rest.data() == nullptr) {
-        return "The address must start with http:// or https://.";
-    }
-    if (rest.find('?') != std::string_view::npos) {
-        return "A base address can't have a query (the part from \"?\").";
-    }
-    if (rest.find('#') != std::string_view::npos) {
-        return "A base address can't have a fragment (the part from \"#\").";
-    }
-    std::string_view authority = rest.substr(0, rest.find('/'));
-    authority.remove_prefix(authority.find('@') == std::string_view::npos ? 0 : authority.rfind('@') + 1);
-    // A port follows the last colon, unless that colon is inside a bracketed IPv6 host.
-    std::string_view host = authority;
-    if (const auto colon = authority.rfind(':');
-        colon != std::string_view::npos && authority.find(']', colon) == std::string_view::npos) {
-        const std::string_view port = authority.substr(colon + 1);
-        host = authority.substr(0, colon);
-        if (port.empty() || port.size() > 5 ||
-            !std::ranges::all_of(port, [](char c) { return c >= '0' && c <= '9'; }) ||
-            std::stoi(std::string(port)) > 65535) {
-            return "The port must be a number from 0 to 65535.";
-        }
-    }
-    if (host.empty() || host == "[]") {
-        return "The address has no host name.";
-    }
-    return std::nullopt;
-}
-
 } // namespace vesk

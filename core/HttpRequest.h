@@ -35,10 +35,6 @@ struct HttpRequest
 // documented with bases like "http://localhost:11434/v1", which must not become ".../v1/v1/...".
 std::string endpointUrl(std::string_view baseUrl, std::string_view path);
 
-// Why `baseUrl` cannot serve as a provider's base address, as a sentence to show, or nothing when it can.
-// It must be an absolute http or https address with a host and, if any, a numeric port; it may not hold
-// spaces or control characters, a query ("?") or a fragment ("#"), since the API path is appended to it.
-std::optional<std::string> baseUrlProblem(std::string_view baseUrl);
 
 // The request builder both dialects share: POST, a 60-second idle time-out, "Content-Type:
 // application/json", then the provider's headers, then the JSON body. Fails only when the body cannot

@@ -133,40 +133,6 @@ INSTANTIATE_TEST_SUITE_P(
                                   "https://gateway.example.com/v1/messages"}),
     test::ParamName());
 
-struct BaseUrlRow
-{
-    const char* name;
-    std::string baseUrl;
-    std::optional<std::string> problem;
-};
-
-class BaseUrls : public ::testing::TestWithParam<BaseUrlRow>
-{
-};
-
-TEST_P(BaseUrls, AreCheckedBeforeUse)
-{
-    EXPECT_EQ(baseUrlProblem(GetParam().baseUrl), GetParam().problem);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    ProviderRequest, BaseUrls,
-    ::testing::Values(
-        BaseUrlRow{"Local", "http://localhost:11434/v1", std::nullopt},
-        BaseUrlRow{"HttpsWithPath", "HTTPS://gateway.example.com/openai/", std::nullopt},
-        BaseUrlRow{"Ipv6WithPort", "http://[::1]:8080", std::nullopt},
-        BaseUrlRow{"UserInfo", "https://user:pw@example.com", std::nullopt},
-        BaseUrlRow{"NoScheme", "localhost:11434", "The address must start with http:// or https://."},
-        BaseUrlRow{"OtherScheme", "ftp://example.com", "The address must start with http:// or https://."},
-        BaseUrlRow{"NoHost", "http:///v1", "The address has no host name."},
-        BaseUrlRow{"Query", "https://example.com/v1?key=1", "A base address can't have a query (the part from \"?\")."},
-        BaseUrlRow{"Fragment", "https://example.com/#top",
-                   "A base address can't have a fragment (the part from \"#\")."},
-        BaseUrlRow{"Space", "http://local host", "The address contains spaces or control characters."},
-        BaseUrlRow{"PortNotANumber", "http://localhost:11a", "The port must be a number from 0 to 65535."},
-        BaseUrlRow{"PortTooLarge", "http://localhost:70000", "The port must be a number from 0 to 65535."}),
-    test::ParamName());
-
 struct MaxTokensRow
 {
     const char* name;
