@@ -46,8 +46,8 @@ struct ReviewPanelController::Private
     void fitContent();
     void updateMask();
 
-    SessionModel model;
     DesktopAppearance& appearance;
+    SessionModel model;
     ReviewActions actions;
     // A fresh view for every correction, so nothing of the last one (scroll position, hover, focus) carries
     // over, in a window kept for the app's life: a press of the shortcut does not wait for a new QML engine,

@@ -400,18 +400,18 @@ TEST_F(CurlTransportTest, ReportsAnUntrustedCertificate)
     const std::string key = dir + "/key.pem";
     const char* argv[] = {"openssl", "s_server",   "-quiet", "-www",      "-accept", accept.c_str(),
                           "-cert",   cert.c_str(), "-key",   key.c_str(), nullptr};
-    pid_t server = 0;
-    ASSERT_EQ(::posix_spawnp(&server, "openssl", nullptr, nullptr, const_cast<char* const*>(argv), environ), 0);
+    pid_t opensslServer = 0;
+    ASSERT_EQ(::posix_spawnp(&opensslServer, "openssl", nullptr, nullptr, const_cast<char* const*>(argv), environ), 0);
     HttpRequest tls = request();
     tls.url = "https://" + accept + "/v1/chat/completions";
     std::optional<ProviderError> error;
     Recorder recorder;
     ASSERT_TRUE(eventually([&] {
         error = send(tls, recorder);
-        return error && error->kind() != ProviderError::Kind::transport; // refused until the server listens
+        return error && error->kind() != ProviderError::Kind::transport; // refused until openssl listens
     }));
-    ::kill(server, SIGTERM);
-    ::waitpid(server, nullptr, 0);
+    ::kill(opensslServer, SIGTERM);
+    ::waitpid(opensslServer, nullptr, 0);
 
     EXPECT_EQ(error->kind(), ProviderError::Kind::certificate) << error->description();
     EXPECT_THAT(error->description(), Not(HasSubstr(secretKey)));
