@@ -3,8 +3,8 @@
 # diff, the validator, dialect parsing, failure mapping, the history file's schema), rebuilds the test
 # binary that covers it and says whether any test failed ("killed") or none did ("survived").
 #
-#   scripts/mutation-check.sh            every mutant
-#   scripts/mutation-check.sh validator  only the mutants whose name contains "validator"
+#   scripts/mutation-check.sh                 every mutant
+#   scripts/mutation-check.sh validator diff  only the mutants whose name contains "validator" or "diff"
 #
 # Mutants are applied in place, one at a time, and the file is always put back, also on Ctrl-C. They are
 # built in their own build directory (VESK_MUTATION_BUILD_DIR, default build-mutation/) with ccache, so a
@@ -13,7 +13,7 @@
 set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${VESK_MUTATION_BUILD_DIR:-$root/build-mutation}
-only=${1:-}
+only=("$@")
 
 # Which tests stand guard over each area: a test binary and a gtest filter.
 diff_tests='vesk_core_tests *CorrectionDiff*'
@@ -124,10 +124,21 @@ run_tests()
 export CCACHE_NOHASHDIR=1 # the build directory's path does not change the objects
 cmake -S "$root" -B "$build" -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null || exit 1
 
-# The unmutated tree must pass every filter, or a failure would prove nothing.
+selected()
+{
+    ((${#only[@]} == 0)) && return 0
+    local word
+    for word in "${only[@]}"; do
+        [[ $1 == *"$word"* ]] && return 0
+    done
+    return 1
+}
+
+# The unmutated tree must pass every filter it uses, or a failure would prove nothing.
 declare -A checked=()
 for row in "${mutants[@]}"; do
     IFS=$'\x1f' read -r -d '' name file tests old new < <(printf '%s\0' "$row")
+    selected "$name" || continue
     [[ -z ${checked[$tests]:-} ]] || continue
     checked[$tests]=1
     read -r binary filter <<<"$tests"
@@ -142,7 +153,7 @@ total=0
 lines=()
 for row in "${mutants[@]}"; do
     IFS=$'\x1f' read -r -d '' name file tests old new < <(printf '%s\0' "$row")
-    [[ -z $only || $name == *"$only"* ]] || continue
+    selected "$name" || continue
     read -r binary filter <<<"$tests"
     target=$root/$file
     backup=$(mktemp)
