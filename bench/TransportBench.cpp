@@ -88,7 +88,7 @@ void streamThroughput(benchmark::State& state)
     }
     ScriptedResponse body = ScriptedResponse::events({});
     while (body.body.size() * chunk.size() < 16u * 1024 * 1024) {
-        body.body.push_back({chunk, 0ms});
+        body.body.push_back(chunk);
     }
     ScriptedProviderServer server;
     server.respondWith([&body](const test::RecordedRequest&) { return body; });

@@ -17,9 +17,9 @@ only=("$@")
 
 # Which tests stand guard over each area: a test binary and a gtest filter.
 diff_tests='vesk_core_tests *CorrectionDiff*'
-validator_tests='vesk_core_tests *CorrectionValidator*:*ProviderClient*:*ProviderFaults*'
-dialect_tests='vesk_core_tests *Anthropic*:*OpenAI*:*ProviderRequest*:*Endpoints*:*ProviderClient*:*ProviderFaults*'
-client_tests='vesk_core_tests *ProviderClient*:*Sentinels*:*ErrorMessages*:*ProviderFaults*'
+validator_tests='vesk_core_tests *CorrectionValidator*:*ProviderClient*'
+dialect_tests='vesk_core_tests *Anthropic*:*OpenAI*:*ProviderRequest*:*Endpoints*:*ProviderClient*'
+client_tests='vesk_core_tests *ProviderClient*:*Sentinels*:*ErrorMessages*'
 failure_tests='vesk_core_tests *FailureTexts*:*ProviderError*:*ProviderFailure*'
 history_tests='vesk_app_tests HistoryStoreTest.*'
 

@@ -1,14 +1,19 @@
+// The transport over real HTTP on loopback: one case per way a server or the network can behave. What the
+// body's lines mean is the provider client's, tested line by line in ProviderClientTest.
+
 #include "core/CurlTransport.h"
 
 #include "support/ParamName.h"
 #include "support/ScriptedProviderServer.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <mutex>
 #include <spawn.h>
 #include <string>
@@ -28,70 +33,55 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using Clock = std::chrono::steady_clock;
+using Ending = ScriptedResponse::Ending;
+using Framing = ScriptedResponse::Framing;
 
 constexpr const char* secretKey = "sk-proj-SECRETKEY0123456789";
 
-// Records what the transport reports, and checks that nothing is reported once a stop was requested.
+// Records what the transport reports, and whether anything was reported once a stop was requested.
 class Recorder : public ResponseHandler
 {
 public:
-    void onHead(int status) override
+    void onHead(int headStatus) override
     {
         const std::lock_guard lock(m_mutex);
-        noteCall();
-        ++m_heads;
-        m_status = status;
-        m_headAt = Clock::now();
+        calledAfterStop = calledAfterStop || watched.stop_requested();
+        ++heads;
+        status = headStatus;
     }
     bool onLine(std::string_view line) override
     {
         const std::lock_guard lock(m_mutex);
-        noteCall();
-        m_lineBeforeHead = m_lineBeforeHead || m_heads == 0;
-        if (m_lines.empty()) {
-            m_firstLineAt = Clock::now();
-        }
-        m_lines.emplace_back(line);
-        return !stopAfterLines || m_lines.size() < *stopAfterLines;
+        calledAfterStop = calledAfterStop || watched.stop_requested();
+        lineBeforeHead = lineBeforeHead || heads == 0;
+        lines.emplace_back(line);
+        return !stopAfterLines || lines.size() < *stopAfterLines;
+    }
+    // The heads and lines so far, read under the lock while a transfer runs.
+    [[nodiscard]] std::pair<int, std::size_t> seen() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return {heads, lines.size()};
     }
 
     std::optional<std::size_t> stopAfterLines;
-    std::stop_token watched; // a handler call after this was stopped is a fault
-
-    [[nodiscard]] int status() const { return locked(m_status); }
-    [[nodiscard]] int heads() const { return locked(m_heads); }
-    [[nodiscard]] std::vector<std::string> lines() const { return locked(m_lines); }
-    [[nodiscard]] std::size_t lineCount() const { return lines().size(); }
-    [[nodiscard]] bool lineBeforeHead() const { return locked(m_lineBeforeHead); }
-    [[nodiscard]] bool calledAfterStop() const { return locked(m_calledAfterStop); }
-    [[nodiscard]] Clock::duration headToFirstLine() const { return locked(m_firstLineAt) - locked(m_headAt); }
+    std::stop_token watched;
+    int heads = 0;
+    int status = -1;
+    bool lineBeforeHead = false;
+    bool calledAfterStop = false;
+    std::vector<std::string> lines;
 
 private:
-    void noteCall() { m_calledAfterStop = m_calledAfterStop || watched.stop_requested(); }
-    template <typename T> T locked(const T& value) const
-    {
-        const std::lock_guard lock(m_mutex);
-        return value;
-    }
-
     mutable std::mutex m_mutex;
-    int m_heads = 0;
-    int m_status = -1;
-    bool m_lineBeforeHead = false;
-    bool m_calledAfterStop = false;
-    std::vector<std::string> m_lines;
-    Clock::time_point m_headAt;
-    Clock::time_point m_firstLineAt;
 };
 
 bool eventually(const std::function<bool()>& condition, Clock::duration limit = 5s)
 {
-    const auto deadline = Clock::now() + limit;
-    while (!condition()) {
+    for (const auto deadline = Clock::now() + limit; !condition(); std::this_thread::sleep_for(2ms)) {
         if (Clock::now() > deadline) {
             return false;
         }
-        std::this_thread::sleep_for(2ms);
     }
     return true;
 }
@@ -102,27 +92,26 @@ protected:
     // The tests talk to 127.0.0.1 directly, whatever proxy the machine running them has configured.
     void SetUp() override
     {
-        for (const char* name : proxyVariables) {
+        for (const char* name : {"http_proxy", "HTTP_PROXY", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY",
+                                 "no_proxy", "NO_PROXY"}) {
             if (const char* value = std::getenv(name)) {
                 m_savedProxies.emplace_back(name, value);
-                ::unsetenv(name);
             }
+            ::unsetenv(name);
         }
     }
     void TearDown() override
     {
-        for (const char* name : proxyVariables) {
-            ::unsetenv(name);
-        }
+        ::unsetenv("http_proxy");
         for (const auto& [name, value] : m_savedProxies) {
             ::setenv(name.c_str(), value.c_str(), 1);
         }
     }
 
-    HttpRequest request(std::string path = "/v1/chat/completions") const
+    HttpRequest request() const
     {
         HttpRequest built;
-        built.url = server.url(path);
+        built.url = server.url("/v1/chat/completions");
         built.headers = {{"Content-Type", "application/json"}, {"Authorization", std::string("Bearer ") + secretKey}};
         built.body = R"({"model":"gpt-4o-mini","stream":true})";
         return built;
@@ -133,8 +122,6 @@ protected:
         return transport.send(built, recorder, std::move(stop));
     }
 
-    static constexpr const char* proxyVariables[] = {"http_proxy", "HTTP_PROXY", "https_proxy", "HTTPS_PROXY",
-                                                     "all_proxy",  "ALL_PROXY",  "no_proxy",    "NO_PROXY"};
     std::vector<std::pair<std::string, std::string>> m_savedProxies;
     ScriptedProviderServer server;
     CurlTransport transport;
@@ -162,43 +149,33 @@ TEST_F(CurlTransportTest, SendsTheRequestExactlyAsBuilt)
     EXPECT_EQ(requests[0].target, "/v1/chat/completions");
     EXPECT_EQ(requests[0].body, post.body);
     EXPECT_EQ(requests[0].header("Authorization"), std::string("Bearer ") + secretKey);
-    EXPECT_EQ(requests[0].header("anthropic-version"), "2023-06-01");
-    EXPECT_EQ(requests[0].header("Content-Type"), "application/json");
     EXPECT_EQ(requests[0].header("Content-Length"), std::to_string(post.body.size()));
     std::vector<std::string> names;
-    for (const auto& [name, value] : requests[0].headers) {
-        names.push_back(name);
-    }
+    std::ranges::transform(requests[0].headers, std::back_inserter(names), [](const auto& h) { return h.first; });
     EXPECT_THAT(names, ElementsAre("Host", "Accept", "Content-Type", "Authorization", "anthropic-version", "X-Empty",
                                    "Content-Length"));
-
     EXPECT_EQ(requests[1].method, "GET");
     EXPECT_EQ(requests[1].target, "/v1/models?limit=5");
-    EXPECT_EQ(requests[1].body, "");
     EXPECT_EQ(requests[1].header("Content-Type"), "");
 }
 
 TEST_F(CurlTransportTest, ReportsTheHeadBeforeADelayedBody)
 {
-    ScriptedResponse delayed = ScriptedResponse::events({"data: late\n"});
-    delayed.body[0].delay = 400ms;
-    server.enqueue(delayed);
+    server.enqueue(ScriptedResponse::events({"data: late\n"}, 400ms));
     Recorder recorder;
     std::jthread sender([&] { EXPECT_EQ(send(request(), recorder), std::nullopt); });
 
-    ASSERT_TRUE(eventually([&] { return recorder.heads() > 0; }));
-    EXPECT_EQ(recorder.status(), 200);
-    EXPECT_EQ(recorder.lineCount(), 0u) << "the body was not sent yet";
+    ASSERT_TRUE(eventually([&] { return recorder.seen().first > 0; }));
+    EXPECT_EQ(recorder.seen().second, 0u) << "the body was not sent yet";
     sender.join();
-    EXPECT_THAT(recorder.lines(), ElementsAre("data: late"));
-    EXPECT_GE(recorder.headToFirstLine(), 300ms);
+    EXPECT_THAT(recorder.lines, ElementsAre("data: late"));
 }
 
 struct FramingCase
 {
-    std::string name;
-    ScriptedResponse::Framing framing;
-    ScriptedResponse::Ending ending = ScriptedResponse::Ending::complete;
+    const char* name;
+    Framing framing;
+    Ending ending = Ending::complete;
     bool interimContinue = false; // a "100 Continue" head first, which is not the response's head
 };
 
@@ -224,7 +201,7 @@ TEST_P(CurlTransportFraming, SplitsLinesAcrossChunks)
     const auto error = send(request(), recorder);
 
     std::vector<std::string> expected{"data: one", "data: two", "", "data: three", "", "\xf0\x9f\x98\x80 " + invalid};
-    if (GetParam().ending == ScriptedResponse::Ending::complete) {
+    if (GetParam().ending == Ending::complete) {
         EXPECT_EQ(error, std::nullopt);
         expected.emplace_back("tail");
     } else {
@@ -232,27 +209,91 @@ TEST_P(CurlTransportFraming, SplitsLinesAcrossChunks)
         EXPECT_EQ(error->kind(), ProviderError::Kind::transport);
         EXPECT_FALSE(error->text().empty());
     }
-    EXPECT_EQ(recorder.status(), 429);
-    EXPECT_EQ(recorder.heads(), 1);
-    EXPECT_FALSE(recorder.lineBeforeHead());
-    EXPECT_EQ(recorder.lines(), expected);
+    EXPECT_EQ(recorder.status, 429);
+    EXPECT_EQ(recorder.heads, 1);
+    EXPECT_FALSE(recorder.lineBeforeHead);
+    EXPECT_EQ(recorder.lines, expected);
 }
 
-using Framing = ScriptedResponse::Framing;
+INSTANTIATE_TEST_SUITE_P(Framings, CurlTransportFraming,
+                         ::testing::Values(FramingCase{"Chunked", Framing::chunked},
+                                           FramingCase{"ContentLength", Framing::contentLength},
+                                           FramingCase{"CloseDelimited", Framing::closeDelimited},
+                                           FramingCase{"AfterContinue", Framing::chunked, Ending::complete, true},
+                                           FramingCase{"ChunkedCutOff", Framing::chunked, Ending::drop},
+                                           FramingCase{"ContentLengthCutOff", Framing::contentLength, Ending::drop}),
+                         test::ParamName());
+
+// What a server does wrong ends in its named failure within its limit; the limits are shortened to keep
+// the suite quick. Silence ends a few idle limits after the last byte, the deadline soon after it passed.
+constexpr auto shortIdle = 400ms;
+constexpr auto shortDeadline = 1500ms;
+
+struct FaultCase
+{
+    const char* name;
+    std::function<ScriptedResponse()> response;
+    ProviderError error;
+    std::chrono::milliseconds atLeast{0}; // the failure must not come before this
+};
+
+class CurlTransportFaults : public CurlTransportTest, public ::testing::WithParamInterface<FaultCase>
+{
+};
+
+TEST_P(CurlTransportFaults, EndAsNamed)
+{
+    server.enqueue(GetParam().response());
+    HttpRequest shortened = request();
+    shortened.idleTimeout = shortIdle;
+    shortened.deadline = shortDeadline;
+    Recorder recorder;
+    const auto started = Clock::now();
+
+    const auto error = send(shortened, recorder);
+
+    EXPECT_EQ(error, GetParam().error) << (error ? error->description() : "no error");
+    EXPECT_GE(Clock::now() - started, GetParam().atLeast);
+    EXPECT_LT(Clock::now() - started, shortDeadline + 1s);
+}
+
+ScriptedResponse stalledAfter(std::vector<std::string> events)
+{
+    ScriptedResponse response = ScriptedResponse::events(std::move(events));
+    response.ending = Ending::stall;
+    return response;
+}
+
 INSTANTIATE_TEST_SUITE_P(
-    Framings, CurlTransportFraming,
-    ::testing::Values(FramingCase{"Chunked", Framing::chunked}, FramingCase{"ContentLength", Framing::contentLength},
-                      FramingCase{"CloseDelimited", Framing::closeDelimited},
-                      FramingCase{"AfterContinue", Framing::chunked, ScriptedResponse::Ending::complete, true},
-                      FramingCase{"ChunkedCutOff", Framing::chunked, ScriptedResponse::Ending::drop},
-                      FramingCase{"ContentLengthCutOff", Framing::contentLength, ScriptedResponse::Ending::drop}),
+    Servers, CurlTransportFaults,
+    ::testing::Values(
+        FaultCase{"StallsBeforeHead", [] { return ScriptedResponse::stallBeforeHead(); }, ProviderError::timeout(),
+                  shortIdle},
+        FaultCase{"StallsMidStream", [] { return stalledAfter({"data: {}\n\n"}); }, ProviderError::timeout(), shortIdle},
+        // A keep-alive every 100 ms keeps the idle limit away but not the deadline.
+        FaultCase{"TricklesPastTheDeadline",
+                  [] { return ScriptedResponse::events(std::vector<std::string>(100, ":\n"), 100ms); },
+                  ProviderError::deadlineExceeded(), shortDeadline},
+        FaultCase{"Redirect",
+                  [] {
+                      ScriptedResponse r = ScriptedResponse::text(301, "text/html", "<html>Moved</html>");
+                      r.headers.emplace_back("Location", "https://api.example.com/v1/messages");
+                      return r;
+                  },
+                  ProviderError::redirect(301, "https://api.example.com/v1/messages")},
+        FaultCase{"OversizedHeader",
+                  [] {
+                      ScriptedResponse r = ScriptedResponse::events({"data: {}\n\n"});
+                      r.headers.emplace_back("X-Padding", std::string(300'000, 'p'));
+                      return r;
+                  },
+                  ProviderError::invalidResponse("a response header longer than 100 KB")},
+        FaultCase{"NotHttp", [] { return ScriptedResponse::garbage(); }, ProviderError::invalidResponse()}),
     test::ParamName());
 
 TEST_F(CurlTransportTest, ReusesTheConnectionAcrossTransports)
 {
-    server.respondWith([](const test::RecordedRequest&) {
-        return ScriptedResponse::events(test::streams::openAI(test::streams::split("Hello there, world.")));
-    });
+    server.respondWith([](const test::RecordedRequest&) { return ScriptedResponse::events({"data: a\n\n"}); });
     Recorder first;
     Recorder second;
     CurlTransport another; // a second transport draws on the same pool
@@ -260,8 +301,7 @@ TEST_F(CurlTransportTest, ReusesTheConnectionAcrossTransports)
     EXPECT_EQ(send(request(), first), std::nullopt);
     EXPECT_EQ(another.send(request(), second, {}), std::nullopt);
 
-    EXPECT_EQ(first.lines(), second.lines());
-    EXPECT_EQ(first.lines().back(), "");
+    EXPECT_THAT(second.lines, ElementsAre("data: a", ""));
     EXPECT_EQ(server.requests().size(), 2u);
     EXPECT_EQ(server.connectionCount(), 1u);
 }
@@ -269,8 +309,7 @@ TEST_F(CurlTransportTest, ReusesTheConnectionAcrossTransports)
 TEST_F(CurlTransportTest, NeverCutsASlowDripThatKeepsComing)
 {
     // Ten pieces 100 ms apart: a second in all, never 300 ms quiet.
-    ScriptedResponse drip =
-        ScriptedResponse::events({"0\n", "1\n", "2\n", "3\n", "4\n", "5\n", "6\n", "7\n", "8\n", "9\n"}, 100ms);
+    ScriptedResponse drip = ScriptedResponse::events(std::vector<std::string>(10, "data\n"), 100ms);
     drip.headDelay = 150ms;
     server.enqueue(drip);
     HttpRequest impatient = request();
@@ -279,19 +318,22 @@ TEST_F(CurlTransportTest, NeverCutsASlowDripThatKeepsComing)
 
     EXPECT_EQ(send(impatient, recorder), std::nullopt);
 
-    EXPECT_EQ(recorder.lineCount(), 10u);
+    EXPECT_EQ(recorder.lines.size(), 10u);
 }
 
+// Stopped before the head, mid-body in silence, during a steady drip or before sending: the transport
+// returns at once without an error, and never calls the handler after the stop.
 TEST_F(CurlTransportTest, StopsPromptlyWhenCancelled)
 {
-    // The first request gets no answer at all; the second gets a head and one line, then silence.
-    ScriptedResponse midBody = ScriptedResponse::events({"data: first\n"});
-    midBody.ending = ScriptedResponse::Ending::stall;
     server.enqueue(ScriptedResponse::stallBeforeHead());
-    server.enqueue(midBody);
-
-    for (const bool afterHead : {false, true}) {
-        SCOPED_TRACE(afterHead ? "stalled mid-body" : "stalled before the head");
+    server.enqueue(stalledAfter({"data: first\n"}));
+    server.enqueue(ScriptedResponse::events(std::vector<std::string>(2000, "data: drip\n"), 1ms));
+    const std::function<bool(std::size_t)> stopWhen[] = {
+        [&](std::size_t) { return server.requests().size() == 1u; },
+        [](std::size_t lines) { return lines == 1; },
+        [](std::size_t lines) { return lines >= 20; },
+    };
+    for (const auto& ready : stopWhen) {
         std::stop_source stop;
         Recorder recorder;
         recorder.watched = stop.get_token();
@@ -301,7 +343,7 @@ TEST_F(CurlTransportTest, StopsPromptlyWhenCancelled)
             result = send(request(), recorder, stop.get_token());
             returned = Clock::now();
         });
-        ASSERT_TRUE(eventually([&] { return afterHead ? recorder.lineCount() == 1 : server.requests().size() == 1u; }));
+        ASSERT_TRUE(eventually([&] { return ready(recorder.seen().second); }));
         const auto stoppedAt = Clock::now();
         stop.request_stop();
         sender.join();
@@ -309,42 +351,17 @@ TEST_F(CurlTransportTest, StopsPromptlyWhenCancelled)
         ASSERT_TRUE(result.has_value());
         EXPECT_EQ(*result, std::nullopt);
         EXPECT_LT(returned - stoppedAt, 1s);
-        EXPECT_FALSE(recorder.calledAfterStop());
+        EXPECT_FALSE(recorder.calledAfterStop);
+        EXPECT_LT(recorder.lines.size(), 2000u);
     }
-}
 
-TEST_F(CurlTransportTest, NeverCallsTheHandlerAfterAStopDuringADrip)
-{
-    server.respondWith([](const test::RecordedRequest&) {
-        ScriptedResponse drip;
-        for (int i = 0; i < 2000; ++i) {
-            drip.body.push_back({"data: " + std::to_string(i) + "\n", 1ms});
-        }
-        return drip;
-    });
-    std::stop_source stop;
+    const std::size_t connections = server.connectionCount();
+    std::stop_source stopped;
+    stopped.request_stop();
     Recorder recorder;
-    recorder.watched = stop.get_token();
-    std::jthread sender([&] { EXPECT_EQ(send(request(), recorder, stop.get_token()), std::nullopt); });
-
-    ASSERT_TRUE(eventually([&] { return recorder.lineCount() >= 20; }));
-    stop.request_stop();
-    sender.join();
-
-    EXPECT_FALSE(recorder.calledAfterStop());
-    EXPECT_LT(recorder.lineCount(), 2000u);
-}
-
-TEST_F(CurlTransportTest, ReturnsAtOnceWhenStoppedBeforeSending)
-{
-    std::stop_source stop;
-    stop.request_stop();
-    Recorder recorder;
-
-    EXPECT_EQ(send(request(), recorder, stop.get_token()), std::nullopt);
-
-    EXPECT_FALSE(recorder.heads() > 0);
-    EXPECT_EQ(server.connectionCount(), 0u);
+    EXPECT_EQ(send(request(), recorder, stopped.get_token()), std::nullopt);
+    EXPECT_EQ(recorder.heads, 0);
+    EXPECT_EQ(server.connectionCount(), connections) << "nothing sent when stopped before sending";
 }
 
 TEST_F(CurlTransportTest, StopsReadingWhenTheHandlerSaysSo)
@@ -358,8 +375,8 @@ TEST_F(CurlTransportTest, StopsReadingWhenTheHandlerSaysSo)
     EXPECT_EQ(send(request(), stopping), std::nullopt);
     EXPECT_EQ(send(request(), next), std::nullopt);
 
-    EXPECT_THAT(stopping.lines(), ElementsAre("one", "two"));
-    EXPECT_THAT(next.lines(), ElementsAre("next")) << "the next request is not disturbed";
+    EXPECT_THAT(stopping.lines, ElementsAre("one", "two"));
+    EXPECT_THAT(next.lines, ElementsAre("next")) << "the next request is not disturbed";
 }
 
 TEST_F(CurlTransportTest, ReportsARefusedConnectionWithoutTheKey)
@@ -379,7 +396,7 @@ TEST_F(CurlTransportTest, ReportsARefusedConnectionWithoutTheKey)
     EXPECT_EQ(error->kind(), ProviderError::Kind::transport);
     EXPECT_THAT(error->text(), HasSubstr("onnect"));
     EXPECT_THAT(error->description(), Not(HasSubstr(secretKey)));
-    EXPECT_FALSE(recorder.heads() > 0);
+    EXPECT_EQ(recorder.heads, 0);
 }
 
 // A TLS server whose certificate no authority vouches for: not a network fault but a named one, and nothing
@@ -415,7 +432,7 @@ TEST_F(CurlTransportTest, ReportsAnUntrustedCertificate)
 
     EXPECT_EQ(error->kind(), ProviderError::Kind::certificate) << error->description();
     EXPECT_THAT(error->description(), Not(HasSubstr(secretKey)));
-    EXPECT_EQ(recorder.heads(), 0);
+    EXPECT_EQ(recorder.heads, 0);
 }
 
 TEST_F(CurlTransportTest, RejectsWhatCannotBeSent)
@@ -446,7 +463,7 @@ TEST_F(CurlTransportTest, HonoursTheHttpProxyVariable)
 
     EXPECT_EQ(send(proxied, recorder), std::nullopt);
 
-    EXPECT_THAT(recorder.lines(), ElementsAre("via proxy"));
+    EXPECT_THAT(recorder.lines, ElementsAre("via proxy"));
     ASSERT_EQ(server.requests().size(), 1u);
     EXPECT_EQ(server.requests()[0].target, "http://api.vesk.invalid/v1/chat/completions");
     EXPECT_EQ(server.requests()[0].header("Host"), "api.vesk.invalid");

@@ -1,6 +1,7 @@
 #include "core/ProviderClient.h"
 
 #include "core/Json.h"
+#include "core/Limits.h"
 #include "support/ParamName.h"
 
 #include <gmock/gmock.h>
@@ -79,6 +80,11 @@ std::string openAIUsage(std::int64_t prompt, std::int64_t completion)
                .dump();
 }
 
+std::string anthropicText(std::string_view text)
+{
+    return "data: " + Json{{"type", "content_block_delta"}, {"delta", {{"type", "text_delta"}, {"text", text}}}}.dump();
+}
+
 const std::string userText = "Their going home.";
 
 class ProviderClientTest : public ::testing::Test
@@ -123,8 +129,7 @@ CorrectionEvent done(std::int64_t prompt, std::int64_t completion)
     return CorrectionEvent::makeDone({prompt, completion});
 }
 
-// Replies as lines in, events and the verdict out (a finished reply needs the provider's word for it:
-// see ProviderFaultTest for each way of saying it and of not saying it).
+// Replies as lines in, events and the verdict out. A reply counts only when the provider says it is finished.
 
 struct ReplyRow
 {
@@ -253,7 +258,35 @@ INSTANTIATE_TEST_SUITE_P(
                  500,
                  {"", "  Internal Server Error ", "data: [DONE]", "\t"},
                  {},
-                 ProviderError::http(500, "Internal Server Error \ndata: [DONE]")}),
+                 ProviderError::http(500, "Internal Server Error \ndata: [DONE]")},
+        ReplyRow{"HugeErrorBodyIsCut", ProviderID::openai, 500, {std::string(100'000, 'x')}, {},
+                 ProviderError::http(500, std::string(1000, 'x') + "\u2026")},
+        ReplyRow{"OpenAIWithoutFinishIsCutOff", ProviderID::openai, 200, {openAIText("Hi.")}, {delta("Hi.")},
+                 ProviderError::cutOff()},
+        ReplyRow{"OpenAILengthIsTooLong", ProviderID::openai, 200,
+                 {openAIText("Hi."), R"(data: {"choices":[{"delta":{},"finish_reason":"length"}]})", "data: [DONE]"},
+                 {delta("Hi.")}, ProviderError::replyTooLong()},
+        ReplyRow{"OpenAIErrorMidStreamIsMasked", ProviderID::openai, 200,
+                 {openAIText("Hi."), R"(data: {"error":{"message":"bad sk-secret"}})", "data: [DONE]"},
+                 {delta("Hi.")}, ProviderError::streamError("bad [redacted]")},
+        ReplyRow{"AnthropicWithoutStopIsCutOff", ProviderID::anthropic, 200, {anthropicText("Hi.")}, {delta("Hi.")},
+                 ProviderError::cutOff()},
+        ReplyRow{"AnthropicEndTurnWithoutMessageStop", ProviderID::anthropic, 200,
+                 {anthropicText("Hi."), R"(data: {"delta":{"stop_reason":"end_turn"},"usage":{"output_tokens":2}})"},
+                 {delta("Hi."), done(0, 2)}, std::nullopt},
+        ReplyRow{"AnthropicMaxTokensIsTooLong", ProviderID::anthropic, 200,
+                 {anthropicText("Hi."), R"(data: {"delta":{"stop_reason":"max_tokens"}})",
+                  R"(data: {"type":"message_stop"})"},
+                 {delta("Hi.")}, ProviderError::replyTooLong()},
+        ReplyRow{"AnthropicOverloaded", ProviderID::anthropic, 200,
+                 {anthropicText("Hi."), "event: error",
+                  R"(data: {"type":"error","error":{"type":"overloaded_error","message":"Overloaded"}})"},
+                 {delta("Hi.")}, ProviderError::streamError("Overloaded")},
+        // A body that is no event stream says what it was.
+        ReplyRow{"WebPageInsteadOfAStream", ProviderID::openai, 200, {"<html>", "<body>OK</body>", "</html>"}, {},
+                 ProviderError::invalidResponse("a web page instead of a stream of events")},
+        ReplyRow{"PlainJsonInsteadOfAStream", ProviderID::openai, 200, {R"({"error":"stream is not supported"})"}, {},
+                 ProviderError::invalidResponse("plain JSON instead of a stream of events: stream is not supported")}),
     test::ParamName());
 
 // Bounds
@@ -292,6 +325,17 @@ TEST_F(ProviderClientTest, TinyDeltasAreDeliveredInFewEvents)
         joined += event.text;
     }
     EXPECT_EQ(joined, reply);
+}
+
+// The reply may reach the cap but not pass it.
+TEST_F(ProviderClientTest, ReplyOverTheCapIsRefused)
+{
+    for (const std::size_t size : {limits::replyBytes, limits::replyBytes + 1}) {
+        transport().lines = {openAIText(std::string(size - 1, 'a')), openAIText("b"), "data: [DONE]"};
+        const auto outcome = run();
+        EXPECT_EQ(outcome.error,
+                  size > limits::replyBytes ? std::optional(ProviderError::replyTooLarge()) : std::nullopt);
+    }
 }
 
 // Failures
