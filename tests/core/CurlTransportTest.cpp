@@ -90,23 +90,7 @@ class CurlTransportTest : public ::testing::Test
 {
 protected:
     // The tests talk to 127.0.0.1 directly, whatever proxy the machine running them has configured.
-    void SetUp() override
-    {
-        for (const char* name : {"http_proxy", "HTTP_PROXY", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY",
-                                 "no_proxy", "NO_PROXY"}) {
-            if (const char* value = std::getenv(name)) {
-                m_savedProxies.emplace_back(name, value);
-            }
-            ::unsetenv(name);
-        }
-    }
-    void TearDown() override
-    {
-        ::unsetenv("http_proxy");
-        for (const auto& [name, value] : m_savedProxies) {
-            ::setenv(name.c_str(), value.c_str(), 1);
-        }
-    }
+    void SetUp() override { ::setenv("no_proxy", "127.0.0.1", 1); }
 
     HttpRequest request() const
     {
@@ -122,7 +106,6 @@ protected:
         return transport.send(built, recorder, std::move(stop));
     }
 
-    std::vector<std::pair<std::string, std::string>> m_savedProxies;
     ScriptedProviderServer server;
     CurlTransport transport;
 };
@@ -216,12 +199,12 @@ TEST_P(CurlTransportFraming, SplitsLinesAcrossChunks)
 }
 
 INSTANTIATE_TEST_SUITE_P(Framings, CurlTransportFraming,
-                         ::testing::Values(FramingCase{"Chunked", Framing::chunked},
-                                           FramingCase{"ContentLength", Framing::contentLength},
-                                           FramingCase{"CloseDelimited", Framing::closeDelimited},
-                                           FramingCase{"AfterContinue", Framing::chunked, Ending::complete, true},
-                                           FramingCase{"ChunkedCutOff", Framing::chunked, Ending::drop},
-                                           FramingCase{"ContentLengthCutOff", Framing::contentLength, Ending::drop}),
+                         ::testing::Values(FramingCase("Chunked", Framing::chunked),
+                                           FramingCase("ContentLength", Framing::contentLength),
+                                           FramingCase("CloseDelimited", Framing::closeDelimited),
+                                           FramingCase("AfterContinue", Framing::chunked, Ending::complete, true),
+                                           FramingCase("ChunkedCutOff", Framing::chunked, Ending::drop),
+                                           FramingCase("ContentLengthCutOff", Framing::contentLength, Ending::drop)),
                          test::ParamName());
 
 // What a server does wrong ends in its named failure within its limit; the limits are shortened to keep
@@ -232,7 +215,7 @@ constexpr auto shortDeadline = 1500ms;
 struct FaultCase
 {
     const char* name;
-    std::function<ScriptedResponse()> response;
+    ScriptedResponse response;
     ProviderError error;
     std::chrono::milliseconds atLeast{0}; // the failure must not come before this
 };
@@ -243,7 +226,7 @@ class CurlTransportFaults : public CurlTransportTest, public ::testing::WithPara
 
 TEST_P(CurlTransportFaults, EndAsNamed)
 {
-    server.enqueue(GetParam().response());
+    server.enqueue(GetParam().response);
     HttpRequest shortened = request();
     shortened.idleTimeout = shortIdle;
     shortened.deadline = shortDeadline;
@@ -264,31 +247,28 @@ ScriptedResponse stalledAfter(std::vector<std::string> events)
     return response;
 }
 
+ScriptedResponse withHeader(ScriptedResponse response, std::string name, std::string value)
+{
+    response.headers.emplace_back(std::move(name), std::move(value));
+    return response;
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Servers, CurlTransportFaults,
     ::testing::Values(
-        FaultCase{"StallsBeforeHead", [] { return ScriptedResponse::stallBeforeHead(); }, ProviderError::timeout(),
-                  shortIdle},
-        FaultCase{"StallsMidStream", [] { return stalledAfter({"data: {}\n\n"}); }, ProviderError::timeout(), shortIdle},
+        FaultCase("StallsBeforeHead", ScriptedResponse::stallBeforeHead(), ProviderError::timeout(), shortIdle),
+        FaultCase("StallsMidStream", stalledAfter({"data: {}\n\n"}), ProviderError::timeout(), shortIdle),
         // A keep-alive every 100 ms keeps the idle limit away but not the deadline.
-        FaultCase{"TricklesPastTheDeadline",
-                  [] { return ScriptedResponse::events(std::vector<std::string>(100, ":\n"), 100ms); },
-                  ProviderError::deadlineExceeded(), shortDeadline},
-        FaultCase{"Redirect",
-                  [] {
-                      ScriptedResponse r = ScriptedResponse::text(301, "text/html", "<html>Moved</html>");
-                      r.headers.emplace_back("Location", "https://api.example.com/v1/messages");
-                      return r;
-                  },
-                  ProviderError::redirect(301, "https://api.example.com/v1/messages")},
-        FaultCase{"OversizedHeader",
-                  [] {
-                      ScriptedResponse r = ScriptedResponse::events({"data: {}\n\n"});
-                      r.headers.emplace_back("X-Padding", std::string(300'000, 'p'));
-                      return r;
-                  },
-                  ProviderError::invalidResponse("a response header longer than 100 KB")},
-        FaultCase{"NotHttp", [] { return ScriptedResponse::garbage(); }, ProviderError::invalidResponse()}),
+        FaultCase("TricklesPastTheDeadline", ScriptedResponse::events(std::vector<std::string>(100, ":\n"), 100ms),
+                  ProviderError::deadlineExceeded(), shortDeadline),
+        FaultCase("Redirect",
+                  withHeader(ScriptedResponse::text(301, "text/html", "Moved"), "Location",
+                             "https://api.example.com/v1/messages"),
+                  ProviderError::redirect(301, "https://api.example.com/v1/messages")),
+        FaultCase("OversizedHeader",
+                  withHeader(ScriptedResponse::events({"data: {}\n\n"}), "X-Padding", std::string(300'000, 'p')),
+                  ProviderError::invalidResponse("a response header longer than 100 KB")),
+        FaultCase("NotHttp", ScriptedResponse::garbage(), ProviderError::invalidResponse())),
     test::ParamName());
 
 TEST_F(CurlTransportTest, ReusesTheConnectionAcrossTransports)
@@ -456,12 +436,14 @@ TEST_F(CurlTransportTest, RejectsWhatCannotBeSent)
 TEST_F(CurlTransportTest, HonoursTheHttpProxyVariable)
 {
     server.enqueue(ScriptedResponse::events({"via proxy\n"}));
+    const std::string saved = std::getenv("http_proxy") ? std::getenv("http_proxy") : "";
     ::setenv("http_proxy", server.url("").c_str(), 1);
     HttpRequest proxied = request();
     proxied.url = "http://api.vesk.invalid/v1/chat/completions";
     Recorder recorder;
 
     EXPECT_EQ(send(proxied, recorder), std::nullopt);
+    saved.empty() ? ::unsetenv("http_proxy") : ::setenv("http_proxy", saved.c_str(), 1);
 
     EXPECT_THAT(recorder.lines, ElementsAre("via proxy"));
     ASSERT_EQ(server.requests().size(), 1u);

@@ -123,14 +123,14 @@ TEST_P(Endpoints, AppendTheFixedPathToTheBase)
 
 INSTANTIATE_TEST_SUITE_P(
     ProviderRequest, Endpoints,
-    ::testing::Values(EndpointRow{"Ollama", ProviderID::openai, "http://localhost:11434",
-                                  "http://localhost:11434/v1/chat/completions"},
-                      EndpointRow{"BaseWithVersion", ProviderID::openai, "http://localhost:11434/v1/",
-                                  "http://localhost:11434/v1/chat/completions"},
-                      EndpointRow{"VersionInsideAWord", ProviderID::openai, "http://gw.example.com/openai-v1",
-                                  "http://gw.example.com/openai-v1/v1/chat/completions"},
-                      EndpointRow{"AnthropicProxy", ProviderID::anthropic, "https://gateway.example.com//",
-                                  "https://gateway.example.com/v1/messages"}),
+    ::testing::Values(EndpointRow("Ollama", ProviderID::openai, "http://localhost:11434",
+                                  "http://localhost:11434/v1/chat/completions"),
+                      EndpointRow("BaseWithVersion", ProviderID::openai, "http://localhost:11434/v1/",
+                                  "http://localhost:11434/v1/chat/completions"),
+                      EndpointRow("VersionInsideAWord", ProviderID::openai, "http://gw.example.com/openai-v1",
+                                  "http://gw.example.com/openai-v1/v1/chat/completions"),
+                      EndpointRow("AnthropicProxy", ProviderID::anthropic, "https://gateway.example.com//",
+                                  "https://gateway.example.com/v1/messages")),
     test::ParamName());
 
 struct MaxTokensRow
@@ -160,12 +160,12 @@ std::string repeated(std::string_view piece, std::size_t times)
 }
 
 INSTANTIATE_TEST_SUITE_P(ProviderRequest, AnthropicMaxTokens,
-                         ::testing::Values(MaxTokensRow{"Bytes512", repeated("a", 512), 256},
-                                           MaxTokensRow{"Bytes513RoundsDown", repeated("a", 513), 256},
-                                           MaxTokensRow{"Bytes600", repeated("a", 600), 300},
-                                           MaxTokensRow{"TwoByteCharacters300", repeated("\u00E9", 300), 300},
-                                           MaxTokensRow{"Bytes32767", repeated("a", 32767), 16383},
-                                           MaxTokensRow{"Bytes32768", repeated("a", 32768), 16384}),
+                         ::testing::Values(MaxTokensRow("Bytes512", repeated("a", 512), 256),
+                                           MaxTokensRow("Bytes513RoundsDown", repeated("a", 513), 256),
+                                           MaxTokensRow("Bytes600", repeated("a", 600), 300),
+                                           MaxTokensRow("TwoByteCharacters300", repeated("\u00E9", 300), 300),
+                                           MaxTokensRow("Bytes32767", repeated("a", 32767), 16383),
+                                           MaxTokensRow("Bytes32768", repeated("a", 32768), 16384)),
                          test::ParamName());
 
 // Stream payloads
@@ -231,39 +231,39 @@ TEST_P(AnthropicEvents, ReadTheirFields)
 INSTANTIATE_TEST_SUITE_P(
     ProviderEvents, AnthropicEvents,
     ::testing::Values(
-        EventRow{"MessageStartGivesOnlyThePromptCount",
+        EventRow("MessageStartGivesOnlyThePromptCount",
                  R"({"type":"message_start","message":{"id":"msg_01","type":"message","role":"assistant",)"
                  R"("content":[],"model":"claude-haiku-4-5-20251001","stop_reason":null,"stop_sequence":null,)"
                  R"("usage":{"input_tokens":25,"cache_creation_input_tokens":0,"output_tokens":1}}})",
-                 counts(25, std::nullopt)},
-        EventRow{"TextDelta", R"({"type":"content_block_delta","index":0,"delta":{"type":"text_delta","text":"Hi"}})",
-                 text("Hi")},
-        EventRow{"MessageDeltaGivesOnlyTheCompletionCount",
+                 counts(25, std::nullopt)),
+        EventRow("TextDelta", R"({"type":"content_block_delta","index":0,"delta":{"type":"text_delta","text":"Hi"}})",
+                 text("Hi")),
+        EventRow("MessageDeltaGivesOnlyTheCompletionCount",
                  R"({"type":"message_delta","delta":{"stop_reason":"end_turn","stop_sequence":null},)"
                  R"("usage":{"input_tokens":40,"cache_read_input_tokens":0,"output_tokens":12}})",
-                 counts(std::nullopt, 12, StopReason::finished)},
-        EventRow{"StopSequenceFinishes", R"({"delta":{"stop_reason":"stop_sequence"}})", stopped(StopReason::finished)},
-        EventRow{"MaxTokensIsTooLong", R"({"delta":{"stop_reason":"max_tokens"}})", stopped(StopReason::tooLong)},
-        EventRow{"RefusalIsAnotherStop", R"({"delta":{"stop_reason":"refusal"}})", stopped(StopReason::other)},
-        EventRow{"MessageStop", R"({"type":"message_stop"})", endOfMessage()},
-        EventRow{"PaddedTextDelta", R"(  {"delta":{"type":"text_delta","text":"ok"}      }  )", text("ok")},
-        EventRow{"ThinkingDeltaHasNoText",
+                 counts(std::nullopt, 12, StopReason::finished)),
+        EventRow("StopSequenceFinishes", R"({"delta":{"stop_reason":"stop_sequence"}})", stopped(StopReason::finished)),
+        EventRow("MaxTokensIsTooLong", R"({"delta":{"stop_reason":"max_tokens"}})", stopped(StopReason::tooLong)),
+        EventRow("RefusalIsAnotherStop", R"({"delta":{"stop_reason":"refusal"}})", stopped(StopReason::other)),
+        EventRow("MessageStop", R"({"type":"message_stop"})", endOfMessage()),
+        EventRow("PaddedTextDelta", R"(  {"delta":{"type":"text_delta","text":"ok"}      }  )", text("ok")),
+        EventRow("ThinkingDeltaHasNoText",
                  R"({"type":"content_block_delta","index":0,"delta":{"type":"thinking_delta","thinking":"Hmm"}})",
-                 nothing},
-        EventRow{"InBandError", R"({"type": "error", "error": {"type": "overloaded_error", "message": "Overloaded"}})",
-                 reportedError("Overloaded")},
-        EventRow{"NullFieldsAreAbsent", R"({"delta":{"text":"Hi"},"usage":null,"message":null})", text("Hi")},
-        EventRow{"TypeIsNotRead", R"({"type":42,"delta":{"text":"Hi"}})", text("Hi")},
-        EventRow{"NotJson", "not json", undecodable}, EventRow{"NotAnObject", R"(["Hi"])", undecodable},
-        EventRow{"InvalidUtf8", "{\"delta\":{\"text\":\"H\xC3\x28\"}}", undecodable},
-        EventRow{"TextOfWrongType", R"({"delta":{"text":5}})", undecodable},
-        EventRow{"StopReasonOfWrongType", R"({"delta":{"stop_reason":1}})", undecodable},
-        EventRow{"DeltaOfWrongType", R"({"delta":"Hi"})", undecodable},
-        EventRow{"MessageOfWrongType", R"({"message":[],"delta":{"text":"Hi"}})", undecodable},
-        EventRow{"FractionalCount", R"({"message":{"usage":{"input_tokens":2.5}}})", undecodable},
+                 nothing),
+        EventRow("InBandError", R"({"type": "error", "error": {"type": "overloaded_error", "message": "Overloaded"}})",
+                 reportedError("Overloaded")),
+        EventRow("NullFieldsAreAbsent", R"({"delta":{"text":"Hi"},"usage":null,"message":null})", text("Hi")),
+        EventRow("TypeIsNotRead", R"({"type":42,"delta":{"text":"Hi"}})", text("Hi")),
+        EventRow("NotJson", "not json", undecodable), EventRow("NotAnObject", R"(["Hi"])", undecodable),
+        EventRow("InvalidUtf8", "{\"delta\":{\"text\":\"H\xC3\x28\"}}", undecodable),
+        EventRow("TextOfWrongType", R"({"delta":{"text":5}})", undecodable),
+        EventRow("StopReasonOfWrongType", R"({"delta":{"stop_reason":1}})", undecodable),
+        EventRow("DeltaOfWrongType", R"({"delta":"Hi"})", undecodable),
+        EventRow("MessageOfWrongType", R"({"message":[],"delta":{"text":"Hi"}})", undecodable),
+        EventRow("FractionalCount", R"({"message":{"usage":{"input_tokens":2.5}}})", undecodable),
         // The ignored counts are still part of the shape: a wrong type there spoils the whole payload.
-        EventRow{"IgnoredCountOfWrongTypeLosesTheText",
-                 R"({"delta":{"text":"Hi"},"usage":{"input_tokens":"7","output_tokens":3}})", undecodable}),
+        EventRow("IgnoredCountOfWrongTypeLosesTheText",
+                 R"({"delta":{"text":"Hi"},"usage":{"input_tokens":"7","output_tokens":3}})", undecodable)),
     test::ParamName());
 
 class OpenAIEvents : public ::testing::TestWithParam<EventRow>
@@ -278,63 +278,63 @@ TEST_P(OpenAIEvents, ReadTheirFields)
 INSTANTIATE_TEST_SUITE_P(
     ProviderEvents, OpenAIEvents,
     ::testing::Values(
-        EventRow{"ContentChunk",
+        EventRow("ContentChunk",
                  R"({"id":"chatcmpl-B1","object":"chat.completion.chunk","created":1731000000,)"
                  R"("model":"gpt-4o-mini-2024-07-18","service_tier":"default","system_fingerprint":"fp_0ba0d124f1",)"
                  R"("choices":[{"index":0,"delta":{"content":"Hel"},"logprobs":null,"finish_reason":null}],)"
                  R"("usage":null,"obfuscation":"kx2"})",
-                 text("Hel")},
-        EventRow{"RoleOnlyFirstChunkGivesAnEmptyDelta",
+                 text("Hel")),
+        EventRow("RoleOnlyFirstChunkGivesAnEmptyDelta",
                  R"({"choices":[{"index":0,"delta":{"role":"assistant","content":"","refusal":null},)"
                  R"("logprobs":null,"finish_reason":null}],"usage":null})",
-                 text("")},
-        EventRow{"ContentNull", R"({"choices":[{"index":0,"delta":{"role":"assistant","content":null}}]})", nothing},
-        EventRow{"FinishChunk",
+                 text("")),
+        EventRow("ContentNull", R"({"choices":[{"index":0,"delta":{"role":"assistant","content":null}}]})", nothing),
+        EventRow("FinishChunk",
                  R"({"choices":[{"index":0,"delta":{},"logprobs":null,"finish_reason":"stop"}],"usage":null})",
-                 stopped(StopReason::finished)},
-        EventRow{"LengthIsTooLong", R"({"choices":[{"delta":{},"finish_reason":"length"}]})",
-                 stopped(StopReason::tooLong)},
-        EventRow{"ContentFilterIsAnotherStop", R"({"choices":[{"delta":{},"finish_reason":"content_filter"}]})",
-                 stopped(StopReason::other)},
-        EventRow{"UsageChunk",
+                 stopped(StopReason::finished)),
+        EventRow("LengthIsTooLong", R"({"choices":[{"delta":{},"finish_reason":"length"}]})",
+                 stopped(StopReason::tooLong)),
+        EventRow("ContentFilterIsAnotherStop", R"({"choices":[{"delta":{},"finish_reason":"content_filter"}]})",
+                 stopped(StopReason::other)),
+        EventRow("UsageChunk",
                  R"({"id":"chatcmpl-B1","choices":[],"usage":{"prompt_tokens":40,"completion_tokens":9,)"
                  R"("total_tokens":49,"prompt_tokens_details":{"cached_tokens":0},)"
                  R"("completion_tokens_details":{"reasoning_tokens":0}}})",
-                 counts(40, 9)},
-        EventRow{"UsageOnTheFinishChunk",
+                 counts(40, 9)),
+        EventRow("UsageOnTheFinishChunk",
                  R"({"choices":[{"index":0,"delta":{"content":"."},"finish_reason":"stop"}],)"
                  R"("usage":{"prompt_tokens":3,"completion_tokens":4}})",
                  [] {
                      ProviderEvent event = counts(3, 4, StopReason::finished);
                      event.delta = ".";
                      return event;
-                 }()},
-        EventRow{"AzureFirstChunk", R"({"id":"","model":"","choices":[],"prompt_filter_results":[]})", nothing},
-        EventRow{"OnlyTheFirstChoiceCounts", R"({"choices":[{"delta":{"content":"a"}},{"delta":{"content":"b"}}]})",
-                 text("a")},
-        EventRow{"Padded", R"(  {"choices":[{"delta":{"content":"x"}}]    }  )", text("x")},
-        EventRow{"InBandError", R"({"error":{"message":"The server experienced an error","type":"server_error"}})",
-                 reportedError("The server experienced an error")},
-        EventRow{"InBandErrorAsString", R"({"error":"Model not loaded"})", reportedError("Model not loaded")},
-        EventRow{"InBandErrorWithoutMessage", R"({"error":{"code":500}})", reportedError("Unknown error")},
-        EventRow{"NotJson", "[DONE]x", undecodable},
-        EventRow{"InvalidUtf8", "{\"choices\":[{\"delta\":{\"content\":\"H\xC3\x28\"}}]}", undecodable},
+                 }()),
+        EventRow("AzureFirstChunk", R"({"id":"","model":"","choices":[],"prompt_filter_results":[]})", nothing),
+        EventRow("OnlyTheFirstChoiceCounts", R"({"choices":[{"delta":{"content":"a"}},{"delta":{"content":"b"}}]})",
+                 text("a")),
+        EventRow("Padded", R"(  {"choices":[{"delta":{"content":"x"}}]    }  )", text("x")),
+        EventRow("InBandError", R"({"error":{"message":"The server experienced an error","type":"server_error"}})",
+                 reportedError("The server experienced an error")),
+        EventRow("InBandErrorAsString", R"({"error":"Model not loaded"})", reportedError("Model not loaded")),
+        EventRow("InBandErrorWithoutMessage", R"({"error":{"code":500}})", reportedError("Unknown error")),
+        EventRow("NotJson", "[DONE]x", undecodable),
+        EventRow("InvalidUtf8", "{\"choices\":[{\"delta\":{\"content\":\"H\xC3\x28\"}}]}", undecodable),
         // A chunk decodes as a whole or not at all, so the text in these is lost.
-        EventRow{"UsageWithOnlyThePromptCount",
-                 R"({"choices":[{"delta":{"content":"Hel"}}],"usage":{"prompt_tokens":40}})", undecodable},
-        EventRow{"UsageCountNull", R"({"choices":[],"usage":{"prompt_tokens":null,"completion_tokens":9}})",
-                 undecodable},
-        EventRow{"UsageCountOfWrongType", R"({"choices":[],"usage":{"prompt_tokens":"40","completion_tokens":9}})",
-                 undecodable},
+        EventRow("UsageWithOnlyThePromptCount",
+                 R"({"choices":[{"delta":{"content":"Hel"}}],"usage":{"prompt_tokens":40}})", undecodable),
+        EventRow("UsageCountNull", R"({"choices":[],"usage":{"prompt_tokens":null,"completion_tokens":9}})",
+                 undecodable),
+        EventRow("UsageCountOfWrongType", R"({"choices":[],"usage":{"prompt_tokens":"40","completion_tokens":9}})",
+                 undecodable),
         // Some servers' finish chunk has no delta.
-        EventRow{
+        EventRow(
             "ChoiceWithoutDelta",
             R"({"choices":[{"index":0,"finish_reason":"stop"}],"usage":{"prompt_tokens":1,"completion_tokens":2}})",
-            counts(1, 2, StopReason::finished)},
-        EventRow{"FinishReasonOfWrongType", R"({"choices":[{"delta":{},"finish_reason":1}]})", undecodable},
-        EventRow{"DeltaOfWrongType", R"({"choices":[{"delta":"Hel"}]})", undecodable},
-        EventRow{"ContentOfWrongType", R"({"choices":[{"delta":{"content":["Hel"]}}]})", undecodable},
-        EventRow{"ChoicesOfWrongType", R"({"choices":{"delta":{"content":"Hel"}}})", undecodable}),
+            counts(1, 2, StopReason::finished)),
+        EventRow("FinishReasonOfWrongType", R"({"choices":[{"delta":{},"finish_reason":1}]})", undecodable),
+        EventRow("DeltaOfWrongType", R"({"choices":[{"delta":"Hel"}]})", undecodable),
+        EventRow("ContentOfWrongType", R"({"choices":[{"delta":{"content":["Hel"]}}]})", undecodable),
+        EventRow("ChoicesOfWrongType", R"({"choices":{"delta":{"content":"Hel"}}})", undecodable)),
     test::ParamName());
 
 } // namespace

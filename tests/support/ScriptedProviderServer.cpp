@@ -177,7 +177,8 @@ void ScriptedProviderServer::serve(int socket)
         };
         const std::string_view requestLine = takeLine();
         request.method = requestLine.substr(0, requestLine.find(' '));
-        request.target = requestLine.substr(request.method.size() + 1, requestLine.rfind(' ') - request.method.size() - 1);
+        request.target =
+            requestLine.substr(request.method.size() + 1, requestLine.rfind(' ') - request.method.size() - 1);
         while (!head.empty()) {
             const std::string_view line = takeLine();
             const std::size_t colon = std::min(line.find(':'), line.size());
@@ -256,8 +257,7 @@ bool ScriptedProviderServer::respond(int socket, const ScriptedResponse& respons
         char size[24];
         std::snprintf(size, sizeof size, "%zx\r\n", piece.size());
         const bool chunked = response.framing == Framing::chunked;
-        if (!pause(response.gap) ||
-            (!piece.empty() && !sendAll(socket, chunked ? size + piece + "\r\n" : piece))) {
+        if (!pause(response.gap) || (!piece.empty() && !sendAll(socket, chunked ? size + piece + "\r\n" : piece))) {
             return false;
         }
     }
@@ -313,9 +313,9 @@ std::vector<std::string> anthropic(const std::vector<std::string>& pieces)
                                                        {"delta", {{"type", "text_delta"}, {"text", piece}}}}));
     }
     events.push_back(event("content_block_stop", {{"type", "content_block_stop"}, {"index", 0}}));
-    events.push_back(event("message_delta", {{"type", "message_delta"},
-                                             {"delta", {{"stop_reason", "end_turn"}}},
-                                             {"usage", {{"output_tokens", 9}}}}));
+    events.push_back(event(
+        "message_delta",
+        {{"type", "message_delta"}, {"delta", {{"stop_reason", "end_turn"}}}, {"usage", {{"output_tokens", 9}}}}));
     events.push_back(event("message_stop", {{"type", "message_stop"}}));
     return events;
 }

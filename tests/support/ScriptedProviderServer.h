@@ -43,12 +43,12 @@ struct ScriptedResponse
 
     int status = 200;
     Headers headers{};
-    std::vector<std::string> body{}; // one HTTP chunk each when chunked
+    std::vector<std::string> body{};        // one HTTP chunk each when chunked
     std::chrono::milliseconds gap{0};       // before each piece of the body
     std::chrono::milliseconds headDelay{0}; // before the head
     Framing framing = Framing::chunked;
     Ending ending = Ending::complete;
-    bool interimContinue = false;   // a "100 Continue" head before the real one
+    bool interimContinue = false;     // a "100 Continue" head before the real one
     std::optional<std::string> raw{}; // written instead of any HTTP (then `ending` applies)
 
     // 200 text/event-stream, one piece per event.
