@@ -1,6 +1,4 @@
-#include "core/AnthropicDialect.h"
 #include "core/Json.h"
-#include "core/OpenAIDialect.h"
 #include "core/ProviderClient.h"
 
 #include <benchmark/benchmark.h>

@@ -1,11 +1,9 @@
 #include "core/ProviderClient.h"
 
-#include "core/AnthropicDialect.h"
 #include "core/CorrectionValidator.h"
 #include "core/Json.h"
 #include "core/JsonFields.h"
 #include "core/Limits.h"
-#include "core/OpenAIDialect.h"
 #include "core/UnicodeText.h"
 
 #include <chrono>
@@ -325,11 +323,11 @@ std::shared_ptr<const ProviderDialect> makeDialect(ProviderID provider, std::str
 {
     switch (provider) {
     case ProviderID::anthropic:
-        return baseUrl.empty() ? std::make_shared<AnthropicDialect>() : std::make_shared<AnthropicDialect>(baseUrl);
+        return baseUrl.empty() ? makeAnthropicDialect() : makeAnthropicDialect(baseUrl);
     case ProviderID::openai:
         break;
     }
-    return baseUrl.empty() ? std::make_shared<OpenAIDialect>() : std::make_shared<OpenAIDialect>(baseUrl);
+    return baseUrl.empty() ? makeOpenAIDialect() : makeOpenAIDialect(baseUrl);
 }
 
 } // namespace vesk

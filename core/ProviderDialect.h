@@ -4,8 +4,10 @@
 
 #include "core/Expected.h"
 #include "core/HttpRequest.h"
+#include "core/Json.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -54,5 +56,37 @@ public:
     // Event kinds the dialect does not know decode to nothing and are not undecodable.
     virtual ProviderEvent parseEvent(std::string_view payload) const = 0;
 };
+
+// What both APIs share: a fixed path under a base address; a streamed JSON POST of the model, a low
+// temperature and the wrapped text; payloads that are JSON objects, with an error reported in the stream
+// read the same way. Each API adds its own body fields and headers, and reads its own fields.
+class StreamedJsonDialect : public ProviderDialect
+{
+public:
+    Expected<HttpRequest, std::string> makeRequest(std::string_view system, std::string_view text,
+                                                   std::string_view model, std::string_view apiKey) const final;
+    ProviderEvent parseEvent(std::string_view payload) const final;
+
+protected:
+    StreamedJsonDialect(std::string_view baseUrl, std::string_view path);
+
+    using Headers = std::vector<std::pair<std::string, std::string>>;
+    // Adds the API's own fields to a body that has "model", "temperature" and "stream".
+    virtual void completeBody(Json& body, std::string_view system, std::string userMessage,
+                              std::size_t textBytes) const = 0;
+    virtual Headers headers(std::string_view apiKey) const = 0;
+    // Reads the API's fields of one payload into `result`; false when they are not of the API's shape.
+    virtual bool read(const Json& event, ProviderEvent& result) const = 0;
+
+private:
+    std::string m_endpoint;
+};
+
+// `baseUrl` is scheme, host and optional port, as a local server, a proxy or a gateway is addressed.
+// Anthropic's Messages API, streamed as server-sent events.
+std::shared_ptr<const ProviderDialect> makeAnthropicDialect(std::string_view baseUrl = "https://api.anthropic.com");
+// OpenAI's Chat Completions API, streamed with usage. OpenAI-compatible servers (Ollama, LM Studio, vLLM) speak
+// it too, e.g. at "http://localhost:11434" for a local Ollama.
+std::shared_ptr<const ProviderDialect> makeOpenAIDialect(std::string_view baseUrl = "https://api.openai.com");
 
 } // namespace vesk

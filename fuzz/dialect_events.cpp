@@ -1,8 +1,7 @@
 // One stream payload through both dialects' event parsing: never a crash, and an undecodable payload
 // carries nothing else.
 
-#include "core/AnthropicDialect.h"
-#include "core/OpenAIDialect.h"
+#include "core/ProviderDialect.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -22,10 +21,10 @@ void check(const vesk::ProviderEvent& event)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const vesk::OpenAIDialect openAI;
-    static const vesk::AnthropicDialect anthropic;
+    static const auto openAI = vesk::makeOpenAIDialect();
+    static const auto anthropic = vesk::makeAnthropicDialect();
     const std::string_view payload(reinterpret_cast<const char*>(data), size);
-    check(openAI.parseEvent(payload));
-    check(anthropic.parseEvent(payload));
+    check(openAI->parseEvent(payload));
+    check(anthropic->parseEvent(payload));
     return 0;
 }

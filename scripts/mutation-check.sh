@@ -52,9 +52,9 @@ mutant openai-last-choice-shown core/OpenAIDialect.cpp "$dialect_tests" \
     'if (&choice == &choices->front()) {' \
     'if (&choice == &choices->back()) {'
 mutant openai-partial-usage-accepted core/OpenAIDialect.cpp "$dialect_tests" \
-    ' || !result.promptTokens ||
-            !result.completionTokens) {' \
-    ') {'
+    ' && result.promptTokens &&
+                result.completionTokens);' \
+    ');'
 mutant anthropic-max-tokens-halving core/AnthropicDialect.cpp "$dialect_tests" \
     'return static_cast<std::int64_t>(textBytes / 2);' \
     'return static_cast<std::int64_t>(textBytes);'

@@ -1,5 +1,3 @@
-#include "core/AnthropicDialect.h"
-#include "core/OpenAIDialect.h"
 #include "core/ProviderClient.h"
 #include "support/ParamName.h"
 
@@ -45,7 +43,7 @@ HttpRequest requestOf(const ProviderDialect& dialect, std::string_view text, std
 // The bodies are compared parsed: key order in the text carries no meaning, and no other key may be sent.
 TEST(AnthropicRequest, IsTheStreamedMessagesCall)
 {
-    const HttpRequest request = requestOf(AnthropicDialect(), "Hello \"world\"");
+    const HttpRequest request = requestOf(*makeDialect(ProviderID::anthropic), "Hello \"world\"");
 
     EXPECT_EQ(request.method, "POST");
     EXPECT_EQ(request.url, "https://api.anthropic.com/v1/messages");
@@ -64,7 +62,7 @@ TEST(AnthropicRequest, IsTheStreamedMessagesCall)
 // No max_tokens for this provider.
 TEST(OpenAIRequest, IsTheStreamedChatCompletionWithUsage)
 {
-    const HttpRequest request = requestOf(OpenAIDialect(), "Hello \"world\"");
+    const HttpRequest request = requestOf(*makeDialect(ProviderID::openai), "Hello \"world\"");
 
     EXPECT_EQ(request.method, "POST");
     EXPECT_EQ(request.url, "https://api.openai.com/v1/chat/completions");
@@ -82,8 +80,8 @@ TEST(OpenAIRequest, IsTheStreamedChatCompletionWithUsage)
 TEST(ProviderRequest, KeysAreSentExactlyAsStored)
 {
     const std::string key = "  sk-ant key with spaces ";
-    EXPECT_EQ(requestOf(AnthropicDialect(), "x", key).header("x-api-key"), key);
-    EXPECT_EQ(requestOf(OpenAIDialect(), "x", key).header("authorization"), "Bearer " + key);
+    EXPECT_EQ(requestOf(*makeDialect(ProviderID::anthropic), "x", key).header("x-api-key"), key);
+    EXPECT_EQ(requestOf(*makeDialect(ProviderID::openai), "x", key).header("authorization"), "Bearer " + key);
 }
 
 TEST(ProviderRequest, TextThatIsNotUtf8FailsWithoutQuotingIt)
@@ -147,7 +145,8 @@ class AnthropicMaxTokens : public ::testing::TestWithParam<MaxTokensRow>
 // Counted in UTF-8 bytes of the text alone, not of the wrapped message.
 TEST_P(AnthropicMaxTokens, FollowTheTextsByteCount)
 {
-    EXPECT_EQ(bodyOf(requestOf(AnthropicDialect(), GetParam().text))["max_tokens"], GetParam().maxTokens);
+    EXPECT_EQ(bodyOf(requestOf(*makeDialect(ProviderID::anthropic), GetParam().text))["max_tokens"],
+              GetParam().maxTokens);
 }
 
 std::string repeated(std::string_view piece, std::size_t times)
@@ -225,7 +224,7 @@ class AnthropicEvents : public ::testing::TestWithParam<EventRow>
 
 TEST_P(AnthropicEvents, ReadTheirFields)
 {
-    EXPECT_EQ(AnthropicDialect().parseEvent(GetParam().payload), GetParam().event);
+    EXPECT_EQ(makeDialect(ProviderID::anthropic)->parseEvent(GetParam().payload), GetParam().event);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -272,7 +271,7 @@ class OpenAIEvents : public ::testing::TestWithParam<EventRow>
 
 TEST_P(OpenAIEvents, ReadTheirFields)
 {
-    EXPECT_EQ(OpenAIDialect().parseEvent(GetParam().payload), GetParam().event);
+    EXPECT_EQ(makeDialect(ProviderID::openai)->parseEvent(GetParam().payload), GetParam().event);
 }
 
 INSTANTIATE_TEST_SUITE_P(
