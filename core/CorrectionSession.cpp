@@ -96,8 +96,16 @@ void CorrectionSession::start()
                     return;
                 }
                 session.m_reply += event.text;
-                if (!session.m_overlaying) {
+                if (session.m_overlaying) {
+                    return;
+                }
+                // The shown text grows by the delta: a copy of the whole reply per event would make a long reply
+                // cost its square.
+                if (auto* streaming = std::get_if<Streaming>(&session.m_state); streaming == nullptr) {
                     session.setState(Streaming{session.m_reply});
+                } else if (!event.text.empty()) {
+                    streaming->text += event.text;
+                    session.changed();
                 }
             });
         },

@@ -1,6 +1,5 @@
 #include "core/CorrectionSettings.h"
 
-
 namespace vesk {
 
 const CorrectionSettings& CorrectionSettings::standard()
@@ -11,14 +10,10 @@ const CorrectionSettings& CorrectionSettings::standard()
 
 Json toJson(const CorrectionSettings& settings)
 {
-    Json json = Json::object();
-    json["strength"] = rawValue(settings.strength);
-    json["tone"] = rawValue(settings.tone);
-    json["language"] = rawValue(settings.language);
-    json["meaningLock"] = settings.meaningLock;
-    json["preserveFormatting"] = settings.preserveFormatting;
-    json["customInstructions"] = settings.customInstructions;
-    return json;
+    return Json{
+        {"strength", rawValue(settings.strength)},           {"tone", rawValue(settings.tone)},
+        {"language", rawValue(settings.language)},           {"meaningLock", settings.meaningLock},
+        {"preserveFormatting", settings.preserveFormatting}, {"customInstructions", settings.customInstructions}};
 }
 
 } // namespace vesk
