@@ -6,79 +6,33 @@
 #   scripts/mutation-check.sh                 every mutant
 #   scripts/mutation-check.sh validator diff  only the mutants whose name contains "validator" or "diff"
 #
+# The mutants are the rows of scripts/mutants.json: a name, a file, the tests that guard it (a key of
+# `guards` below), an original snippet that must occur exactly once in the file and its mutated form.
 # Mutants are applied in place, one at a time, and the file is always put back, also on Ctrl-C. They are
 # built in their own build directory (VESK_MUTATION_BUILD_DIR, default build-mutation/) with ccache, so a
 # second run costs little more than the tests. A mutant whose original snippet is no longer in its file
-# is reported "not applicable": edit its row in the table below when the code moves.
+# is reported "not applicable": edit its row when the code moves.
 set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${VESK_MUTATION_BUILD_DIR:-$root/build-mutation}
 only=("$@")
 
 # Which tests stand guard over each area: a test binary and a gtest filter.
-diff_tests='vesk_core_tests *CorrectionDiff*'
-validator_tests='vesk_core_tests *CorrectionValidator*:*ProviderClient*'
-dialect_tests='vesk_core_tests *Anthropic*:*OpenAI*:*ProviderRequest*:*Endpoints*:*ProviderClient*'
-client_tests='vesk_core_tests *ProviderClient*:*Sentinels*:*ErrorMessages*'
-failure_tests='vesk_core_tests *FailureTexts*:*ProviderError*:*ProviderFailure*'
-history_tests='vesk_app_tests HistoryStoreTest.*'
+declare -A guards=(
+    [diff]='vesk_core_tests *CorrectionDiff*'
+    [validator]='vesk_core_tests *CorrectionValidator*:*ProviderClient*'
+    [dialect]='vesk_core_tests *Anthropic*:*OpenAI*:*ProviderRequest*:*Endpoints*:*ProviderClient*'
+    [client]='vesk_core_tests *ProviderClient*:*Sentinels*:*ErrorMessages*'
+    [failure]='vesk_core_tests *FailureTexts*:*ProviderError*:*ProviderFailure*'
+    [history]='vesk_app_tests HistoryStoreTest.*'
+)
 
-# The table: name, file, tests, original snippet, mutated snippet. The snippet must occur exactly once.
-mutants=()
-mutant() { mutants+=("$1"$'\x1f'"$2"$'\x1f'"$3"$'\x1f'"$4"$'\x1f'"$5"); }
-
-mutant diff-tie-prefers-insertion core/CorrectionDiff.cpp "$diff_tests" \
-    'if (below < right) {' \
-    'if (below <= right) {'
-mutant diff-empty-leading-token core/CorrectionDiff.cpp "$diff_tests" \
-    'if (begin > tokenBegin && word != tokenIsWord) {' \
-    'if (begin >= tokenBegin && word != tokenIsWord) {'
-mutant diff-pure-insertion-dropped core/CorrectionDiff.cpp "$diff_tests" \
-    'if (pending.original.empty() && pending.replacement.empty()) {' \
-    'if (pending.original.empty() || pending.replacement.empty()) {'
-mutant diff-carry-lost-between-words core/CorrectionDiff.cpp "$diff_tests" \
-    'carryOut |= sum < carry ? 1 : 0;' \
-    ''
-mutant validator-wrapper-in-original core/CorrectionValidator.cpp "$validator_tests" \
-    'return foldedReply.starts_with(start) && !foldedSent.starts_with(start);' \
-    'return foldedReply.starts_with(start);'
-mutant validator-delimiter-in-original core/CorrectionValidator.cpp "$validator_tests" \
-    'if (contains(reply, delimiter) && !contains(sent, delimiter)) {' \
-    'if (contains(reply, delimiter)) {'
-mutant validator-phrase-unfolded core/CorrectionValidator.cpp "$validator_tests" \
-    'if (contains(foldedReply, phrase) && !contains(foldedSent, phrase)) {' \
-    'if (contains(reply, phrase) && !contains(sent, phrase)) {'
-mutant openai-last-choice-shown core/OpenAIDialect.cpp "$dialect_tests" \
-    'if (&choice == &choices->front()) {' \
-    'if (&choice == &choices->back()) {'
-mutant openai-partial-usage-accepted core/OpenAIDialect.cpp "$dialect_tests" \
-    ' && result.promptTokens &&
-                result.completionTokens);' \
-    ');'
-mutant anthropic-max-tokens-halving core/AnthropicDialect.cpp "$dialect_tests" \
-    'return static_cast<std::int64_t>(textBytes / 2);' \
-    'return static_cast<std::int64_t>(textBytes);'
-mutant anthropic-bad-delta-accepted core/AnthropicDialect.cpp "$dialect_tests" \
-    'if (!delta->is_object() || !JsonFields::readString(*delta, "text", result.delta) ||' \
-    'if (!delta->is_object() || (JsonFields::readString(*delta, "text", result.delta), false) ||'
-mutant client-payload-last-byte-cut core/ProviderClient.cpp "$client_tests" \
-    'text.find_last_not_of(" \t") - first + 1);' \
-    'text.find_last_not_of(" \t") - first);'
-mutant client-key-masked-once core/ProviderClient.cpp "$client_tests" \
-    'at != std::string::npos; at = text.find(apiKey, at + redacted.size())) {' \
-    'at != std::string::npos; at = std::string::npos) {'
-mutant failure-403-not-a-key-problem core/ProviderFailure.cpp "$failure_tests" \
-    'if (error.status() == 401 || error.status() == 403) {' \
-    'if (error.status() == 401) {'
-mutant failure-rate-limit-range core/ProviderFailure.cpp "$failure_tests" \
-    'if (error.status() == 429) {' \
-    'if (error.status() >= 429) {'
-mutant history-newer-schema-opened app/services/HistoryDatabase.cpp "$history_tests" \
-    'return *version == schemaVersion || noteFailure();' \
-    'return *version >= schemaVersion || noteFailure();'
-mutant history-locale-change-not-refolded app/services/HistoryStore.cpp "$history_tests" \
-    'const bool refold = stored && *stored != currentLocale();' \
-    'const bool refold = false;'
+# One record a mutant: name, file, guard, original, mutated, separated by \x1f.
+mapfile -d '' mutants < <(python3 -c '
+import json, sys
+for row in json.load(open(sys.argv[1], encoding="utf-8")):
+    sys.stdout.write("\x1f".join([row["name"], row["file"], row["guard"], row["original"], row["mutated"]]) + "\0")
+' "$root/scripts/mutants.json")
 
 # ---------------------------------------------------------------------------------------------------------
 
@@ -137,8 +91,9 @@ selected()
 # The unmutated tree must pass every filter it uses, or a failure would prove nothing.
 declare -A checked=()
 for row in "${mutants[@]}"; do
-    IFS=$'\x1f' read -r -d '' name file tests old new < <(printf '%s\0' "$row")
+    IFS=$'\x1f' read -r -d '' name file guard old new < <(printf '%s\0' "$row")
     selected "$name" || continue
+    tests=${guards[$guard]}
     [[ -z ${checked[$tests]:-} ]] || continue
     checked[$tests]=1
     read -r binary filter <<<"$tests"
@@ -152,9 +107,9 @@ killed=0
 total=0
 lines=()
 for row in "${mutants[@]}"; do
-    IFS=$'\x1f' read -r -d '' name file tests old new < <(printf '%s\0' "$row")
+    IFS=$'\x1f' read -r -d '' name file guard old new < <(printf '%s\0' "$row")
     selected "$name" || continue
-    read -r binary filter <<<"$tests"
+    read -r binary filter <<<"${guards[$guard]}"
     target=$root/$file
     backup=$(mktemp)
     cp "$target" "$backup"

@@ -226,6 +226,18 @@ TEST(CorrectionDiffSegments, MatchTheFullTableWalkOnRandomTokenLists)
     }
 }
 
+// A carry out of one 64-bit word of a row passes through a word that is all ones and has no match (here the
+// second of three) to the word after it.
+TEST(CorrectionDiffSegments, CarryCrossesAWholeWord)
+{
+    Strings to(192, "f");
+    to[63] = "z";
+    to[128] = "w";
+    const Strings from{"w", "z"};
+    EXPECT_EQ(CorrectionDiff::segments(from, to), reference::segments(from, to));
+    EXPECT_EQ(CorrectionDiff::segments(to, from), reference::segments(to, from));
+}
+
 // Beyond 4,096 original tokens the blocks of recomputed rows grow beyond 64.
 TEST(CorrectionDiffSegments, MatchTheFullTableWalkOnALongOriginal)
 {
