@@ -3,8 +3,6 @@
 #include "core/PromptBuilder.h"
 #include "core/UnicodeText.h"
 
-#include <array>
-
 namespace vesk::CorrectionValidator {
 
 namespace {
@@ -14,53 +12,57 @@ constexpr std::string_view delimiterReason = "response included prompt delimiter
 constexpr std::string_view wrapperReason = "response included an explanatory wrapper";
 constexpr std::string_view metaReason = "response discussed the instructions instead of editing the text";
 
-// Lead-ins that models put before the text despite being told not to. The colon is part of each, so a
-// sentence that merely starts with the same words is not mistaken for one.
-constexpr std::array<std::string_view, 7> leadIns{
-    "corrected text:",
-    "corrected version:",
-    "edited text:",
-    "revised text:",
-    "output:",
-    "here is the corrected text:",
-    "here's the corrected text:",
+enum class Where { atStart, anywhere };
+
+// What a reply may not have unless the text it was sent has it too, matched folded. At the start: lead-ins
+// that models put before the text despite being told not to, their colon part of each so that a sentence
+// that merely starts with the same words is not mistaken for one, and a code fence; they name the wrapper
+// reason. Anywhere: phrases of replies that talk about the prompt or refuse instead of editing, named the
+// meta reason. Folding keeps ' and U+2019 apart, so the phrases models write both ways are listed twice.
+struct Telltale
+{
+    std::string_view text;
+    Where where;
 };
-
-constexpr std::string_view codeFence = "```";
-
-// Phrases of replies that talk about the prompt or refuse instead of editing. Folding keeps ' and U+2019
-// apart, so the phrases models write both ways are listed twice.
-constexpr std::array<std::string_view, 30> metaPhrases{
-    "i appreciate you testing my instructions",
-    "i notice the text between the delimiters",
-    "between the delimiters is itself an instruction",
-    "between the delimiters",
-    "between the text markers",
-    "text between the markers",
-    "text between the tags",
-    "there is no actual text",
-    "there's no actual text",
-    "no actual text to rewrite",
-    "no actual text to edit",
-    "nothing to output",
-    "nothing to edit",
-    "please provide the text",
-    "provide the text you would like me to",
-    "provide the text you'd like me to",
-    "if you'd like me to edit",
-    "if you would like me to edit",
-    "the text is itself an instruction",
-    "rather than content to edit",
-    "rather than text to edit",
-    "as an ai",
-    "i cannot follow instructions",
-    "i can't follow instructions",
-    "i can\u2019t follow instructions",
-    "i cannot comply",
-    "i can't comply",
-    "i can\u2019t comply",
-    "system prompt",
-    "developer instructions",
+constexpr Telltale telltales[] = {
+    {"corrected text:", Where::atStart},
+    {"corrected version:", Where::atStart},
+    {"edited text:", Where::atStart},
+    {"revised text:", Where::atStart},
+    {"output:", Where::atStart},
+    {"here is the corrected text:", Where::atStart},
+    {"here's the corrected text:", Where::atStart},
+    {"```", Where::atStart},
+    {"i appreciate you testing my instructions", Where::anywhere},
+    {"i notice the text between the delimiters", Where::anywhere},
+    {"between the delimiters is itself an instruction", Where::anywhere},
+    {"between the delimiters", Where::anywhere},
+    {"between the text markers", Where::anywhere},
+    {"text between the markers", Where::anywhere},
+    {"text between the tags", Where::anywhere},
+    {"there is no actual text", Where::anywhere},
+    {"there's no actual text", Where::anywhere},
+    {"no actual text to rewrite", Where::anywhere},
+    {"no actual text to edit", Where::anywhere},
+    {"nothing to output", Where::anywhere},
+    {"nothing to edit", Where::anywhere},
+    {"please provide the text", Where::anywhere},
+    {"provide the text you would like me to", Where::anywhere},
+    {"provide the text you'd like me to", Where::anywhere},
+    {"if you'd like me to edit", Where::anywhere},
+    {"if you would like me to edit", Where::anywhere},
+    {"the text is itself an instruction", Where::anywhere},
+    {"rather than content to edit", Where::anywhere},
+    {"rather than text to edit", Where::anywhere},
+    {"as an ai", Where::anywhere},
+    {"i cannot follow instructions", Where::anywhere},
+    {"i can't follow instructions", Where::anywhere},
+    {"i can\u2019t follow instructions", Where::anywhere},
+    {"i cannot comply", Where::anywhere},
+    {"i can't comply", Where::anywhere},
+    {"i can\u2019t comply", Where::anywhere},
+    {"system prompt", Where::anywhere},
+    {"developer instructions", Where::anywhere},
 };
 
 // Line breaks become plain line feeds before folding, so a lead-in or phrase split across a Windows line
@@ -113,21 +115,12 @@ Expected<std::string, ProviderError> validate(std::string_view original, std::st
         }
     }
 
-    const auto wrappedIn = [&](std::string_view start) {
-        return foldedReply.starts_with(start) && !foldedSent.starts_with(start);
+    const auto has = [](std::string_view text, const Telltale& telltale) {
+        return telltale.where == Where::atStart ? text.starts_with(telltale.text) : contains(text, telltale.text);
     };
-    for (const std::string_view leadIn : leadIns) {
-        if (wrappedIn(leadIn)) {
-            return rejected(wrapperReason);
-        }
-    }
-    if (wrappedIn(codeFence)) {
-        return rejected(wrapperReason);
-    }
-
-    for (const std::string_view phrase : metaPhrases) {
-        if (contains(foldedReply, phrase) && !contains(foldedSent, phrase)) {
-            return rejected(metaReason);
+    for (const Telltale& telltale : telltales) {
+        if (has(foldedReply, telltale) && !has(foldedSent, telltale)) {
+            return rejected(telltale.where == Where::atStart ? wrapperReason : metaReason);
         }
     }
 
