@@ -24,13 +24,13 @@ enum class StopReason {
 // What one "data:" payload of the stream carried.
 struct ProviderEvent
 {
-    std::optional<std::string> delta;
-    std::optional<std::int64_t> promptTokens;
-    std::optional<std::int64_t> completionTokens;
-    std::optional<StopReason> stopReason;
-    bool endOfMessage = false;        // the provider's own end of the reply (Anthropic's message_stop)
-    std::optional<std::string> error; // an error reported inside the stream: the provider's message
-    bool undecodable = false;         // not a payload of this dialect: whatever it carried is lost
+    std::optional<std::string> delta{};
+    std::optional<std::int64_t> promptTokens{};
+    std::optional<std::int64_t> completionTokens{};
+    std::optional<StopReason> stopReason{};
+    bool endOfMessage = false;          // the provider's own end of the reply (Anthropic's message_stop)
+    std::optional<std::string> error{}; // an error reported inside the stream: the provider's message
+    bool undecodable = false;           // not a payload of this dialect: whatever it carried is lost
 
     static ProviderEvent undecodablePayload()
     {

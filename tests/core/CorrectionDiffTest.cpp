@@ -41,27 +41,11 @@ using Strings = std::vector<std::string>;
 using Segments = std::vector<CorrectionDiff::Segment>;
 using Kind = CorrectionDiff::Segment::Kind;
 
-CorrectionDiff::Segment equal(std::string text)
-{
-    return {std::move(text), Kind::equal};
-}
-CorrectionDiff::Segment insert(std::string text)
-{
-    return {std::move(text), Kind::insert};
-}
-CorrectionDiff::Segment deletion(std::string text)
-{
-    return {std::move(text), Kind::deletion};
-}
-
-CorrectionDiffPiece text(std::string common)
-{
-    return CorrectionDiffPiece::text(std::move(common));
-}
-CorrectionDiffPiece change(int id)
-{
-    return CorrectionDiffPiece::change(id);
-}
+const auto equal = [](std::string text) { return CorrectionDiff::Segment{std::move(text), Kind::equal}; };
+const auto insert = [](std::string text) { return CorrectionDiff::Segment{std::move(text), Kind::insert}; };
+const auto deletion = [](std::string text) { return CorrectionDiff::Segment{std::move(text), Kind::deletion}; };
+const auto text = [](std::string common) { return CorrectionDiffPiece::text(std::move(common)); };
+const auto change = [](int id) { return CorrectionDiffPiece::change(id); };
 
 // Checks everything a consumer of a plan relies on, whatever the texts.
 void expectConsistent(const CorrectionDiffPlan& plan)
@@ -79,11 +63,11 @@ void expectConsistent(const CorrectionDiffPlan& plan)
         }
         ASSERT_GE(piece.changeId(), 0);
         ASSERT_LT(piece.changeId(), plan.changeCount());
-        const CorrectionDiffChange& change = plan.changes[static_cast<std::size_t>(piece.changeId())];
+        const CorrectionDiffChange& made = plan.changes[static_cast<std::size_t>(piece.changeId())];
         EXPECT_FALSE(previousWasChange) << "neighbouring changes should have been one";
-        EXPECT_FALSE(change.original.empty() && change.replacement.empty());
-        original += change.original;
-        corrected += change.replacement;
+        EXPECT_FALSE(made.original.empty() && made.replacement.empty());
+        original += made.original;
+        corrected += made.replacement;
         previousWasChange = true;
     }
     EXPECT_EQ(original, plan.original);
