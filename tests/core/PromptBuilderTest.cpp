@@ -38,7 +38,7 @@ TEST_P(GoldenPrompts, MatchTheirFilesExactly)
 using Strength = CorrectionStrength;
 
 // The light strengths get the correction prompt, the heavy ones the editor prompt; the settings lines at the
-// end follow the switches, and custom instructions are trimmed, or left out when blank.
+// end follow the switches.
 INSTANTIATE_TEST_SUITE_P(
     PromptBuilder, GoldenPrompts,
     testing::Values(
@@ -49,16 +49,24 @@ INSTANTIATE_TEST_SUITE_P(
         PromptCase{"FullRewriteIgnoresTheMeaningLock",
                    {Strength::fullRewrite, Tone::concise, LanguageMode::englishUK, true, true, ""}},
         PromptCase{"PolishWithoutMeaningLock",
-                   {Strength::clarityFlow, Tone::preserve, LanguageMode::automatic, false, false, ""}},
-        PromptCase{
-            "CustomInstructionsTrimmedForCorrection",
-            {Strength::spellingPunctuation, Tone::preserve, LanguageMode::automatic, false, false, "  keep emoji \n"}},
-        PromptCase{"CustomInstructionsKeepInnerLineBreaksForEditing",
-                   {Strength::fullRewrite, Tone::preserve, LanguageMode::automatic, false, false,
-                    "\tno slang\nkeep names\u3000"}},
-        PromptCase{"BlankCustomInstructionsAddNoLine",
-                   {Strength::spellingPunctuation, Tone::preserve, LanguageMode::automatic, false, false, " \n \n  "}}),
+                   {Strength::clarityFlow, Tone::preserve, LanguageMode::automatic, false, false, ""}}),
     test::ParamName{});
+
+// Custom instructions add a last line, trimmed but with their inner line breaks; blank ones add none.
+TEST(PromptBuilder, CustomInstructionsAddOneTrimmedLine)
+{
+    const auto prompt = [](Strength strength, std::string custom) {
+        return PromptBuilder::systemPrompt(
+            {strength, Tone::preserve, LanguageMode::automatic, false, false, std::move(custom)});
+    };
+    EXPECT_EQ(prompt(Strength::spellingPunctuation, "  keep emoji \n"),
+              prompt(Strength::spellingPunctuation, "") +
+                  "\nAdditional instructions (apply to how you correct only): keep emoji");
+    EXPECT_EQ(prompt(Strength::fullRewrite, "\tno slang\nkeep names\u3000"),
+              prompt(Strength::fullRewrite, "") +
+                  "\nAdditional instructions (apply to how you edit only): no slang\nkeep names");
+    EXPECT_EQ(prompt(Strength::spellingPunctuation, " \n \n  "), prompt(Strength::spellingPunctuation, ""));
+}
 
 TEST(PromptBuilder, UserMessageWrapsTheTextUntouched)
 {
