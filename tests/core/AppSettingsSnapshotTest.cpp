@@ -74,17 +74,17 @@ TEST_P(AppSettingsFlaw, CostsThatValueAloneAndIsKeptWhenStored)
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, AppSettingsFlaw,
-                         ::testing::Values(FlawCase{"UnknownProvider", "/selectedProvider", "mistral", true},
-                                           FlawCase{"ProviderNotAString", "/selectedProvider", 5, true},
-                                           FlawCase{"ModelsNotAnObject", "/models", "x", true},
-                                           FlawCase{"ModelNotAString", "/models/anthropic", Json::array(), true},
-                                           FlawCase{"UnknownTone", "/correction/tone", "loud", true},
-                                           FlawCase{"CorrectionNotAnObject", "/correction", 1, true},
-                                           FlawCase{"SwitchNotABoolean", "/hasOnboarded", "yes", true},
-                                           FlawCase{"EndpointsNotAnObject", "/endpoints", Json::array(), true},
-                                           FlawCase{"EndpointUnderAnUnknownProvider", "/endpoints/gemini", "http://x",
-                                                    false},
-                                           FlawCase{"KeyOfANewerVersion", "/theme", "dark", false}),
+                         ::testing::Values(FlawCase("UnknownProvider", "/selectedProvider", "mistral", true),
+                                           FlawCase("ProviderNotAString", "/selectedProvider", 5, true),
+                                           FlawCase("ModelsNotAnObject", "/models", "x", true),
+                                           FlawCase("ModelNotAString", "/models/anthropic", Json::array(), true),
+                                           FlawCase("UnknownTone", "/correction/tone", "loud", true),
+                                           FlawCase("CorrectionNotAnObject", "/correction", 1, true),
+                                           FlawCase("SwitchNotABoolean", "/hasOnboarded", "yes", true),
+                                           FlawCase("EndpointsNotAnObject", "/endpoints", Json::array(), true),
+                                           FlawCase("EndpointUnderAnUnknownProvider", "/endpoints/gemini", "http://x",
+                                                    false),
+                                           FlawCase("KeyOfANewerVersion", "/theme", "dark", false)),
                          test::ParamName());
 
 TEST(AppSettingsSnapshot, AChangedSettingReplacesWhatWasNotUnderstood)

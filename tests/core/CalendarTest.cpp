@@ -46,17 +46,17 @@ TEST_P(StartOfDay, IsTheFirstInstantOfTheLocalDay)
 
 INSTANTIATE_TEST_SUITE_P(
     Calendar, StartOfDay,
-    testing::Values(StartRow{"LocalMidnightNotUtcMidnight", "America/New_York", at(2026y / June / 1, 23h + 55min, -4h),
-                             at(2026y / June / 1, 0h, -4h)},
-                    StartRow{"MidnightItselfIsTheStart", "UTC", at(2026y / June / 1, 0h, 0h),
-                             at(2026y / June / 1, 0h, 0h)},
-                    StartRow{"DayThatSpringsForwardStartsBeforeTheChange", "America/New_York",
-                             at(2026y / March / 8, 23h + 55min, -4h), at(2026y / March / 8, 0h, -5h)},
-                    StartRow{"DayThatFallsBackStartsBeforeTheChange", "Europe/Berlin",
-                             at(2026y / October / 25, 23h, 1h), at(2026y / October / 25, 0h, 2h)},
+    testing::Values(StartRow("LocalMidnightNotUtcMidnight", "America/New_York", at(2026y / June / 1, 23h + 55min, -4h),
+                             at(2026y / June / 1, 0h, -4h)),
+                    StartRow("MidnightItselfIsTheStart", "UTC", at(2026y / June / 1, 0h, 0h),
+                             at(2026y / June / 1, 0h, 0h)),
+                    StartRow("DayThatSpringsForwardStartsBeforeTheChange", "America/New_York",
+                             at(2026y / March / 8, 23h + 55min, -4h), at(2026y / March / 8, 0h, -5h)),
+                    StartRow("DayThatFallsBackStartsBeforeTheChange", "Europe/Berlin",
+                             at(2026y / October / 25, 23h, 1h), at(2026y / October / 25, 0h, 2h)),
                     // Chile moves its clocks forward at midnight, so this day begins at 01:00.
-                    StartRow{"DayWithoutAMidnightStartsAtTheChange", "America/Santiago",
-                             at(2026y / September / 6, 12h, -3h), at(2026y / September / 6, 1h, -3h)}),
+                    StartRow("DayWithoutAMidnightStartsAtTheChange", "America/Santiago",
+                             at(2026y / September / 6, 12h, -3h), at(2026y / September / 6, 1h, -3h))),
     test::ParamName{});
 
 // Months are compared in the locale's calendar, with year and era. Tokyo (UTC+9) has no DST.

@@ -55,19 +55,19 @@ TEST_P(LineSplitterCase, GivesTheSameLinesForEveryChunking)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Bodies, LineSplitterCase,
-    ::testing::Values(
-        SplitCase{"Empty", "", {}}, SplitCase{"LineFeeds", "a\nbc\n", {"a", "bc"}},
-        SplitCase{"CarriageReturnLineFeeds", "a\r\nbc\r\n", {"a", "bc"}},
-        SplitCase{"CarriageReturns", "a\rbc\r", {"a", "bc"}},
-        SplitCase{"BlankLinesWithEveryTerminator", "a\r\n\r\nb\n\nc\r\rd\n", {"a", "", "b", "", "c", "", "d"}},
-        SplitCase{"LineFeedThenCarriageReturnIsTwoBreaks", "a\n\rb", {"a", "", "b"}},
-        SplitCase{"FinalLineWithoutTerminator", "data: x\n\ndata: [DONE]", {"data: x", "", "data: [DONE]"}},
-        SplitCase{"InvalidUtf8AndNulKeptAsSent",
-                  std::string("\xff\xfe caf\xc3\n\xe9\0z\r\n", 11),
-                  {"\xff\xfe caf\xc3", std::string("\xe9\0z", 3)}}),
-    test::ParamName());
+INSTANTIATE_TEST_SUITE_P(Bodies, LineSplitterCase,
+                         ::testing::Values(SplitCase("Empty", "", {}), SplitCase("LineFeeds", "a\nbc\n", {"a", "bc"}),
+                                           SplitCase("CarriageReturnLineFeeds", "a\r\nbc\r\n", {"a", "bc"}),
+                                           SplitCase("CarriageReturns", "a\rbc\r", {"a", "bc"}),
+                                           SplitCase("BlankLinesWithEveryTerminator", "a\r\n\r\nb\n\nc\r\rd\n",
+                                                     {"a", "", "b", "", "c", "", "d"}),
+                                           SplitCase("LineFeedThenCarriageReturnIsTwoBreaks", "a\n\rb", {"a", "", "b"}),
+                                           SplitCase("FinalLineWithoutTerminator", "data: x\n\ndata: [DONE]",
+                                                     {"data: x", "", "data: [DONE]"}),
+                                           SplitCase("InvalidUtf8AndNulKeptAsSent",
+                                                     std::string("\xff\xfe caf\xc3\n\xe9\0z\r\n", 11),
+                                                     {"\xff\xfe caf\xc3", std::string("\xe9\0z", 3)})),
+                         test::ParamName());
 
 TEST(LineSplitter, StopsWhenTheSinkSaysSo)
 {

@@ -41,15 +41,15 @@ using Strength = CorrectionStrength;
 // end follow the switches.
 INSTANTIATE_TEST_SUITE_P(
     PromptBuilder, GoldenPrompts,
-    testing::Values(
-        PromptCase{"StandardCorrection", CorrectionSettings::standard()},
-        PromptCase{"EditorInSpanish", {Strength::clarityFlow, Tone::friendly, LanguageMode::spanish, true, true, ""}},
-        PromptCase{"LightStrengthBothSwitchesOff",
-                   {Strength::spellingPunctuation, Tone::preserve, LanguageMode::automatic, false, false, ""}},
-        PromptCase{"FullRewriteIgnoresTheMeaningLock",
-                   {Strength::fullRewrite, Tone::concise, LanguageMode::englishUK, true, true, ""}},
-        PromptCase{"PolishWithoutMeaningLock",
-                   {Strength::clarityFlow, Tone::preserve, LanguageMode::automatic, false, false, ""}}),
+    testing::Values(PromptCase("StandardCorrection", CorrectionSettings::standard()),
+                    PromptCase("EditorInSpanish",
+                               {Strength::clarityFlow, Tone::friendly, LanguageMode::spanish, true, true, ""}),
+                    PromptCase("LightStrengthBothSwitchesOff", {Strength::spellingPunctuation, Tone::preserve,
+                                                                LanguageMode::automatic, false, false, ""}),
+                    PromptCase("FullRewriteIgnoresTheMeaningLock",
+                               {Strength::fullRewrite, Tone::concise, LanguageMode::englishUK, true, true, ""}),
+                    PromptCase("PolishWithoutMeaningLock",
+                               {Strength::clarityFlow, Tone::preserve, LanguageMode::automatic, false, false, ""})),
     test::ParamName{});
 
 // Custom instructions add a last line, trimmed but with their inner line breaks; blank ones add none.
