@@ -135,10 +135,11 @@ struct ReplyRow
 {
     const char* name;
     ProviderID provider;
-    int status;
+    std::optional<int> status; // nothing: the head never arrives
     std::vector<std::string> lines;
     std::vector<CorrectionEvent> events;
     std::optional<ProviderError> error;
+    std::optional<ProviderError> transportFailure = {}; // what the transport reports after the lines
 };
 
 class Replies : public ProviderClientTest, public ::testing::WithParamInterface<ReplyRow>
@@ -149,6 +150,7 @@ TEST_P(Replies, GiveTheirEventsAndVerdict)
 {
     transport().status = GetParam().status;
     transport().lines = GetParam().lines;
+    transport().failure = GetParam().transportFailure;
 
     const auto outcome = run(GetParam().provider);
 
@@ -248,14 +250,20 @@ INSTANTIATE_TEST_SUITE_P(
         ReplyRow("WebPageInsteadOfAStream", ProviderID::openai, 200, {"<html>", "<body>OK</body>", "</html>"}, {},
                  ProviderError::invalidResponse("a web page instead of a stream of events")),
         ReplyRow("PlainJsonInsteadOfAStream", ProviderID::openai, 200, {R"({"error":"stream is not supported"})"}, {},
-                 ProviderError::invalidResponse("plain JSON instead of a stream of events: stream is not supported"))),
+                 ProviderError::invalidResponse("plain JSON instead of a stream of events: stream is not supported")),
+        ReplyRow("TransportErrorIsPassedOnUnchanged", ProviderID::openai, 200, {openAIText("They're")},
+                 {delta("They're")}, ProviderError::timeout(), ProviderError::timeout()),
+        ReplyRow("TransferWithoutAHeadIsAnInvalidResponse", ProviderID::openai, std::nullopt, {}, {},
+                 ProviderError::invalidResponse())),
     test::ParamName());
 
 // Bounds
 
-TEST_F(ProviderClientTest, SelectionOverTheCapIsRefusedBeforeSending)
+TEST_F(ProviderClientTest, TooLongOrUnencodableTextIsRefusedBeforeSending)
 {
     EXPECT_EQ(run(ProviderID::openai, "k", std::string(100'001, 'a')).error, ProviderError::selectionTooLong());
+    EXPECT_EQ(run(ProviderID::openai, "k", "bad \xFF text").error,
+              ProviderError::transport("The text is not valid UTF-8."));
     EXPECT_FALSE(transport().request);
     // Characters, not bytes: an accented letter written with a combining mark is one.
     std::string accented;
@@ -301,32 +309,6 @@ TEST_F(ProviderClientTest, ReplyOverTheCapIsRefused)
 }
 
 // Failures
-
-TEST_F(ProviderClientTest, TransportErrorsArePassedOnUnchanged)
-{
-    transport().lines = {openAIText("They're")};
-    transport().failure = ProviderError::timeout();
-
-    const auto outcome = run();
-
-    EXPECT_THAT(outcome.events, ElementsAre(delta("They're")));
-    EXPECT_EQ(outcome.error, ProviderError::timeout());
-}
-
-TEST_F(ProviderClientTest, TransferWithoutAHeadIsAnInvalidResponse)
-{
-    transport().status = std::nullopt;
-
-    EXPECT_EQ(run().error, ProviderError::invalidResponse());
-}
-
-TEST_F(ProviderClientTest, UnencodableTextFailsBeforeSending)
-{
-    const auto outcome = run(ProviderID::openai, "sk-secret", "bad \xFF text");
-
-    EXPECT_EQ(outcome.error, ProviderError::transport("The text is not valid UTF-8."));
-    EXPECT_FALSE(transport().request);
-}
 
 TEST_F(ProviderClientTest, ThrowingConsumerEndsTheStreamWithAnError)
 {
