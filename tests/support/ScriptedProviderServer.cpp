@@ -86,6 +86,9 @@ ScriptedProviderServer::ScriptedProviderServer()
         for (;;) {
             const int socket = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
             if (m_stopping) {
+                if (socket >= 0) {
+                    ::close(socket);
+                }
                 break;
             }
             if (socket >= 0) {
