@@ -1,7 +1,8 @@
 // How quick the desktop flow feels, measured on the throwaway desktop against the scripted server:
 // from letting go of Alt+G to the request reaching the provider, and from Return in the panel to the
-// corrected text in the editor and the user's clipboard back; then the idle memory (after 20 corrections,
-// and after the last) and CPU of the running app. Run by hand:
+// corrected text in the editor and the user's clipboard back; then the memory of the running app (at the
+// start, and idle after 20 corrections: just after, and once the closed review panel has been released) and
+// its CPU while idle. Run by hand:
 //
 //   VESK_DESKTOP_TRAY=1 tests/support/with-desktop.sh build/bench/vesk_flow_bench [runs, default 20]
 //
@@ -25,6 +26,9 @@ using namespace vesk::bench;
 const std::string userClipboard = "what the user had copied";
 // The memory goal is stated for the idle app after this many corrections.
 constexpr int correctionsBeforeIdleMemory = 20;
+// The app keeps the closed review panel's window for the next press for this long (QmlWindow::idleRelease),
+// then lets it go.
+constexpr auto panelReleased = 10s;
 
 } // namespace
 
@@ -51,7 +55,7 @@ int main(int argc, char** argv)
     }
 
     std::this_thread::sleep_for(3s);
-    const auto startedRss = residentKiB(session.pid());
+    const auto startedRss = Resident::of(session.pid());
 
     // xdotool's own start-up sits between the two clocks: measured from before it starts and from after it
     // has sent the release, the true figure lies between.
@@ -60,7 +64,8 @@ int main(int argc, char** argv)
     std::vector<double> acceptToText;
     std::vector<double> acceptToClipboard;
     int failures = 0;
-    std::optional<long> rssAfterCorrections;
+    std::optional<Resident> rssAfterCorrections;
+    std::optional<Resident> rssIdleAfterCorrections;
     for (int run = 0; run < runs; ++run) {
         const std::size_t before = provider.count();
         pressKeys("ctrl+a");
@@ -109,12 +114,14 @@ int main(int argc, char** argv)
         }
         if (run + 1 == correctionsBeforeIdleMemory) {
             std::this_thread::sleep_for(3s);
-            rssAfterCorrections = residentKiB(session.pid());
+            rssAfterCorrections = Resident::of(session.pid());
+            std::this_thread::sleep_for(panelReleased);
+            rssIdleAfterCorrections = Resident::of(session.pid());
         }
     }
 
     std::this_thread::sleep_for(3s);
-    const auto idleRss = residentKiB(session.pid());
+    const auto idleRss = Resident::of(session.pid());
     const auto cpuBefore = cpuTime(session.pid());
     const auto idleStart = Clock::now();
     std::this_thread::sleep_for(10s);
@@ -126,14 +133,13 @@ int main(int argc, char** argv)
     printPercentiles("shortcut released -> request (from keyup end)", releasedToRequest);
     printPercentiles("Return -> corrected text in the editor", acceptToText);
     printPercentiles("Return -> user's clipboard back", acceptToClipboard);
-    std::printf("%-52s %ld KiB\n", "resident memory, 3 s after start", startedRss.value_or(-1));
+    printResident("resident memory, 3 s after start", startedRss);
     if (rssAfterCorrections) {
-        const std::string what =
-            "resident memory, idle after " + std::to_string(correctionsBeforeIdleMemory) + " corrections";
-        std::printf("%-52s %ld KiB (%.1f MB)\n", what.c_str(), *rssAfterCorrections,
-                    static_cast<double>(*rssAfterCorrections) / 1024.0);
+        const std::string after = std::to_string(correctionsBeforeIdleMemory) + " corrections";
+        printResident("resident memory, 3 s after " + after, rssAfterCorrections);
+        printResident("resident memory, idle after " + after, rssIdleAfterCorrections);
     }
-    std::printf("%-52s %ld KiB\n", "resident memory, idle after the runs", idleRss.value_or(-1));
+    printResident("resident memory, idle after the runs", idleRss);
     if (cpuBefore && cpuAfter) {
         const double cpuMs = static_cast<double>((*cpuAfter - *cpuBefore).count());
         std::printf("%-52s %.0f ms over %.1f s (%.2f%% of one core)\n", "CPU while idle", cpuMs, idleSeconds,

@@ -9,7 +9,9 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <fstream>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -68,6 +70,49 @@ inline void printPercentiles(const char* what, std::vector<double> values)
     };
     std::printf("%-52s n=%2zu  p50 %7.1f ms  p95 %7.1f ms  max %7.1f ms\n", what, values.size(), at(0.5), at(0.95),
                 values.back());
+}
+
+// A process's resident memory from /proc/<pid>/status (readable even when the process can't be traced): the
+// anonymous part (heaps, the QML engine's own pages) beside the pages of mapped files (mostly libraries' code).
+struct Resident
+{
+    long total = 0;
+    long anonymous = 0;
+    long files = 0;
+    long shared = 0;
+
+    static std::optional<Resident> of(int pid)
+    {
+        std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+        Resident resident;
+        bool found = false;
+        const auto read = [](const std::string& line, const char* key, long& into) {
+            if (!line.starts_with(key)) {
+                return false;
+            }
+            into = std::atol(line.c_str() + std::char_traits<char>::length(key));
+            return true;
+        };
+        for (std::string line; std::getline(status, line);) {
+            found = read(line, "VmRSS:", resident.total) || found;
+            read(line, "RssAnon:", resident.anonymous);
+            read(line, "RssFile:", resident.files);
+            read(line, "RssShmem:", resident.shared);
+        }
+        return found ? std::optional(resident) : std::nullopt;
+    }
+};
+
+// One line: the resident memory in MB, then its parts.
+inline void printResident(const std::string& what, const std::optional<Resident>& resident)
+{
+    if (!resident) {
+        std::printf("%-52s unknown\n", what.c_str());
+        return;
+    }
+    const auto mb = [](long kib) { return static_cast<double>(kib) / 1024.0; };
+    std::printf("%-52s %5.1f MB (anonymous %.1f, files %.1f, shared %.1f)\n", what.c_str(), mb(resident->total),
+                mb(resident->anonymous), mb(resident->files), mb(resident->shared));
 }
 
 } // namespace vesk::bench

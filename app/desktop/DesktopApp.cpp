@@ -21,6 +21,8 @@
 #include <QApplication>
 #include <QLoggingCategory>
 #include <QMenu>
+#include <QQuickWindow>
+#include <QSGRendererInterface>
 #include <QSystemTrayIcon>
 #include <QTimer>
 
@@ -29,6 +31,17 @@ namespace vesk::app {
 namespace {
 
 constexpr const char* fixGrammar = ShortcutSettings::fixGrammar;
+
+// The windows are small and mostly still, so Qt Quick's software renderer draws them: no GL driver is loaded
+// into the tray app for them (without a GPU, Mesa's llvmpipe alone kept ~95 MB resident after the first review
+// panel) and no render thread runs. QT_QUICK_BACKEND or QSG_RHI_BACKEND still choose another. Only before
+// the first window is built.
+void preferSoftwareRendering()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") && qEnvironmentVariableIsEmpty("QSG_RHI_BACKEND")) {
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    }
+}
 
 } // namespace
 
@@ -64,6 +77,7 @@ struct DesktopApp::Private
 
 DesktopApp::DesktopApp(QObject* parent) : QObject(parent), d(std::make_unique<Private>())
 {
+    preferSoftwareRendering(); // the windows are built on first open
     GrammarCoordinator::Panel panel{
         [this](CorrectionSession& session, PanelActions actions) { d->panel.show(session, std::move(actions)); },
         [this] { d->panel.hide(); }, [this] { d->panel.focus(); }};

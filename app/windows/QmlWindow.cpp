@@ -47,6 +47,13 @@ QUrl QmlWindow::viewUrl(const QString& viewName)
 QmlWindow::QmlWindow(QString viewName, Setup setup, Lifetime lifetime, QObject* parent)
     : QObject(parent), m_viewName(std::move(viewName)), m_setup(std::move(setup)), m_lifetime(lifetime)
 {
+    m_idle.setSingleShot(true);
+    m_idle.setInterval(idleRelease);
+    connect(&m_idle, &QTimer::timeout, this, [this] {
+        if (m_window != nullptr && !m_window->isVisible()) {
+            releaseWhenHidden();
+        }
+    });
 }
 
 QmlWindow::~QmlWindow()
@@ -59,6 +66,7 @@ QQuickView& QmlWindow::open(const QVariantMap& properties)
     if (m_window != nullptr && m_lifetime == Lifetime::whileOpen) {
         return *m_window;
     }
+    m_idle.stop();
     if (m_window != nullptr) {
         // A kept window gets a fresh view: nothing of the last one carries over.
         m_window->setSource(QUrl());
@@ -71,13 +79,16 @@ QQuickView& QmlWindow::open(const QVariantMap& properties)
         if (m_setup) {
             m_setup(*m_window);
         }
-        if (m_lifetime == Lifetime::whileOpen) {
-            connect(m_window, &QWindow::visibleChanged, this, [this](bool visible) {
-                if (!visible) {
-                    releaseWhenHidden();
-                }
-            });
-        }
+        connect(m_window, &QWindow::visibleChanged, this, [this](bool visible) {
+            if (visible) {
+                return;
+            }
+            if (m_lifetime == Lifetime::whileOpen) {
+                releaseWhenHidden();
+            } else {
+                m_idle.start();
+            }
+        });
         useModule(*m_window->engine());
     }
     m_window->setInitialProperties(properties);

@@ -1,12 +1,14 @@
 #pragma once
 
 // One view of the Vesk QML module in a window of its own, with a QML engine of its own. The window and its
-// engine exist only while open: `open` builds them, and hiding the window (closing it, or `close`) releases
-// both once control is back in the event loop.
+// engine exist only while in use: `open` builds them, and hiding the window (closing it, or `close`) releases
+// both once control is back in the event loop, or once it has stayed hidden a while.
 
 #include <QObject>
 #include <QString>
+#include <QTimer>
 #include <QVariantMap>
+#include <chrono>
 #include <functional>
 
 class QQmlEngine;
@@ -26,9 +28,13 @@ public:
     {
         // Built on open, released with its engine once hidden.
         whileOpen,
-        // Built on the first open and kept; every open loads a fresh view into it.
-        kept,
+        // Built on open and kept while in use, every open loading a fresh view into it; released with its
+        // engine once it has stayed hidden for `idleRelease`.
+        whileInUse,
     };
+
+    // How long a hidden `whileInUse` window waits for its next open: presses in quick succession reuse it.
+    static constexpr std::chrono::seconds idleRelease{10};
 
     // `viewName` names a view in the module (e.g. "HomeView").
     QmlWindow(QString viewName, Setup setup, Lifetime lifetime = Lifetime::whileOpen, QObject* parent = nullptr);
@@ -61,6 +67,7 @@ private:
     Setup m_setup;
     Lifetime m_lifetime;
     QQuickView* m_window = nullptr;
+    QTimer m_idle;
 };
 
 } // namespace vesk::app

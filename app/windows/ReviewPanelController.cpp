@@ -50,10 +50,11 @@ struct ReviewPanelController::Private
     SessionModel model;
     ReviewActions actions;
     // A fresh view for every correction, so nothing of the last one (scroll position, hover, focus) carries
-    // over, in a window kept for the app's life: a press of the shortcut does not wait for a new QML engine,
-    // and no window is destroyed under the paste that follows an accept (that broke the paste without review).
+    // over, in a window kept while corrections follow each other: a press of the shortcut then does not wait
+    // for a new QML engine, and no window is destroyed under the paste that follows an accept (that broke the
+    // paste without review). The idle app lets it go.
     QmlWindow window{QStringLiteral("ReviewView"), [this](QQuickView& view) { setUp(view); },
-                     QmlWindow::Lifetime::kept};
+                     QmlWindow::Lifetime::whileInUse};
     bool composited = true;
 };
 
