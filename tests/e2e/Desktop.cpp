@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
-#include <unistd.h>
 
 namespace vesk::e2e {
 
@@ -73,19 +72,14 @@ test::ProcessResult runTool(const std::string& name, const std::vector<std::stri
     return test::runProcess(name, args, options);
 }
 
-void pressKeys(const std::string& keys)
+void pressKeys(const std::string& keys, const std::string& action)
 {
-    runTool("xdotool", {"key", keys});
-}
-
-void keyDown(const std::string& keys)
-{
-    runTool("xdotool", {"keydown", keys});
-}
-
-void keyUp(const std::string& keys)
-{
-    runTool("xdotool", {"keyup", keys});
+    std::vector<std::string> args{action};
+    std::istringstream strokes(keys);
+    for (std::string stroke; strokes >> stroke;) {
+        args.push_back(stroke);
+    }
+    runTool("xdotool", args);
 }
 
 std::string activeWindowName()
@@ -144,7 +138,7 @@ std::string describeScreen()
         }
     }
     out << "clipboard targets:";
-    for (const std::string& target : clipboardTargets()) {
+    for (const std::string& target : lines(clipboard("TARGETS"))) {
         out << " " << target;
     }
     return out.str() + "\n";
@@ -153,11 +147,6 @@ std::string describeScreen()
 std::string clipboard(const std::string& target)
 {
     return runTool("xclip", {"-o", "-selection", "clipboard", "-t", target}, {}, 5s).out;
-}
-
-std::vector<std::string> clipboardTargets()
-{
-    return lines(clipboard("TARGETS"));
 }
 
 std::filesystem::path screenshot(const std::string& name)
@@ -178,37 +167,6 @@ std::string readFile(const std::filesystem::path& path)
 void writeFile(const std::filesystem::path& path, const std::string& bytes)
 {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
-
-std::optional<long> residentKiB(int pid)
-{
-    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with("VmRSS:")) {
-            return std::atol(line.c_str() + 6);
-        }
-    }
-    return std::nullopt;
-}
-
-std::optional<std::chrono::milliseconds> cpuTime(int pid)
-{
-    // Fields 14 and 15 of /proc/<pid>/stat, counted after the parenthesised command name (which may hold
-    // spaces).
-    const std::string stat = readFile("/proc/" + std::to_string(pid) + "/stat");
-    const auto close = stat.rfind(')');
-    if (close == std::string::npos) {
-        return std::nullopt;
-    }
-    std::istringstream fields(stat.substr(close + 2));
-    std::string field;
-    long ticks = 0;
-    for (int index = 3; index <= 15 && fields >> field; ++index) {
-        if (index >= 14) {
-            ticks += std::atol(field.c_str());
-        }
-    }
-    return std::chrono::milliseconds(ticks * 1000 / sysconf(_SC_CLK_TCK));
 }
 
 } // namespace vesk::e2e
