@@ -1,6 +1,6 @@
 #include "e2e/Desktop.h"
 
-#include <cstdlib>
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 
@@ -26,7 +26,7 @@ std::string firstLine(const std::string& text)
 }
 
 // The window's name, type (from _NET_WM_WINDOW_TYPE(ATOM) = _NET_WM_WINDOW_TYPE_UTILITY[, ...]) and
-// geometry (`xdotool getwindowgeometry --shell` prints X=, Y=, WIDTH=, HEIGHT= lines).
+// geometry (`xdotool getwindowgeometry --shell` prints WINDOW=, X=, Y=, WIDTH=, HEIGHT= lines, in that order).
 WindowInfo windowInfo(const std::string& id)
 {
     WindowInfo window;
@@ -38,16 +38,9 @@ WindowInfo windowInfo(const std::string& id)
         const auto begin = at + prefix.size();
         window.type = types.substr(begin, types.find_first_of(",\n", begin) - begin);
     }
-    for (const std::string& line : lines(runTool("xdotool", {"getwindowgeometry", "--shell", id}).out)) {
-        const std::string name = line.substr(0, line.find('='));
-        const int value = std::atoi(line.c_str() + name.size() + 1);
-        for (auto [field, target] : {std::pair{"X", &window.x}, std::pair{"Y", &window.y},
-                                     std::pair{"WIDTH", &window.width}, std::pair{"HEIGHT", &window.height}}) {
-            if (name == field) {
-                *target = value;
-            }
-        }
-    }
+    const std::string geometry = runTool("xdotool", {"getwindowgeometry", "--shell", id}).out;
+    std::sscanf(geometry.c_str(), "WINDOW=%*d X=%d Y=%d WIDTH=%d HEIGHT=%d", &window.x, &window.y, &window.width,
+                &window.height);
     return window;
 }
 
