@@ -71,15 +71,18 @@ int runCommandLine(int argc, char** argv, const std::vector<std::string>& args)
 int main(int argc, char** argv)
 {
     // A running correction holds the key and the user's text in memory: no core dump may keep them.
-    prctl(PR_SET_DUMPABLE, 0);
     const rlimit noCore{0, 0};
     setrlimit(RLIMIT_CORE, &noCore);
     QCoreApplication::setOrganizationName(vesk::app::organizationName);
     QCoreApplication::setApplicationName(vesk::app::applicationName);
     const std::vector<std::string> args(argv + 1, argv + argc);
     if (args.empty()) {
+        // The desktop app stays dumpable: the desktop portals tell a host app from a sandboxed one through
+        // /proc/<pid>/root, which a process that is not dumpable closes to them, and then refuse every call.
         return runDesktop(argc, argv);
     }
+    // The terminal's commands reach no portal, so they also close their memory to debuggers.
+    prctl(PR_SET_DUMPABLE, 0);
     if (args.size() == 1 && args[0] == "fix") {
         QCoreApplication application(argc, argv);
         return runFix();

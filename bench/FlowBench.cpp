@@ -15,8 +15,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <iostream>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -29,6 +32,38 @@ constexpr int correctionsBeforeIdleMemory = 20;
 // The app keeps the closed review panel's window for the next press for this long (QmlWindow::idleRelease),
 // then lets it go.
 constexpr auto panelReleased = 10s;
+
+// Resident memory (VmRSS, KiB) and CPU time (user + system) of a running process.
+std::optional<long> residentKiB(int pid)
+{
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("VmRSS:")) {
+            return std::atol(line.c_str() + 6);
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::chrono::milliseconds> cpuTime(int pid)
+{
+    // Fields 14 and 15 of /proc/<pid>/stat, counted after the parenthesised command name (which may hold
+    // spaces).
+    const std::string stat = readFile("/proc/" + std::to_string(pid) + "/stat");
+    const auto close = stat.rfind(')');
+    if (close == std::string::npos) {
+        return std::nullopt;
+    }
+    std::istringstream fields(stat.substr(close + 2));
+    std::string field;
+    long ticks = 0;
+    for (int index = 3; index <= 15 && fields >> field; ++index) {
+        if (index >= 14) {
+            ticks += std::atol(field.c_str());
+        }
+    }
+    return std::chrono::milliseconds(ticks * 1000 / sysconf(_SC_CLK_TCK));
+}
 
 } // namespace
 
@@ -69,9 +104,9 @@ int main(int argc, char** argv)
     for (int run = 0; run < runs; ++run) {
         const std::size_t before = provider.count();
         pressKeys("ctrl+a");
-        keyDown("alt+g");
+        pressKeys("alt+g", "keydown");
         const auto released = Clock::now();
-        keyUp("alt+g");
+        pressKeys("alt+g", "keyup");
         const auto releaseSent = Clock::now();
         if (!waitUntil([&] { return provider.count() > before; }, 5s, 1ms)) {
             std::cerr << "run " << run << ": no request\n";

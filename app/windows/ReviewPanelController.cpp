@@ -56,6 +56,7 @@ struct ReviewPanelController::Private
     QmlWindow window{QStringLiteral("ReviewView"), [this](QQuickView& view) { setUp(view); },
                      QmlWindow::Lifetime::whileInUse};
     bool composited = true;
+    bool waitsForFocus = false; // shown with the focus, once the text is in
 };
 
 void ReviewPanelController::Private::setUp(QQuickView& view)
@@ -152,20 +153,28 @@ void ReviewPanelController::show(CorrectionSession& session, PanelActions action
     d->place();
     d->fitContent();
     d->updateMask();
-    view.show();
-    view.raise();
+    d->waitsForFocus = !d->appearance.showsBesideTheFocus();
+    if (!d->waitsForFocus) {
+        view.show();
+        view.raise();
+    }
 }
 
 void ReviewPanelController::focus()
 {
+    QQuickWindow* view = d->window.window();
+    if (std::exchange(d->waitsForFocus, false) && view != nullptr) {
+        view->show();
+    }
     if (isVisible()) {
-        d->window.window()->raise();
-        d->window.window()->requestActivate();
+        view->raise();
+        view->requestActivate();
     }
 }
 
 void ReviewPanelController::hide()
 {
+    d->waitsForFocus = false;
     d->window.close();
     d->model.setSession(nullptr);
     d->actions.clear();

@@ -1,9 +1,8 @@
 #include "e2e/Desktop.h"
 
-#include <cstdlib>
+#include <cstdio>
 #include <fstream>
 #include <sstream>
-#include <unistd.h>
 
 namespace vesk::e2e {
 
@@ -27,7 +26,7 @@ std::string firstLine(const std::string& text)
 }
 
 // The window's name, type (from _NET_WM_WINDOW_TYPE(ATOM) = _NET_WM_WINDOW_TYPE_UTILITY[, ...]) and
-// geometry (`xdotool getwindowgeometry --shell` prints X=, Y=, WIDTH=, HEIGHT= lines).
+// geometry (`xdotool getwindowgeometry --shell` prints WINDOW=, X=, Y=, WIDTH=, HEIGHT= lines, in that order).
 WindowInfo windowInfo(const std::string& id)
 {
     WindowInfo window;
@@ -39,16 +38,9 @@ WindowInfo windowInfo(const std::string& id)
         const auto begin = at + prefix.size();
         window.type = types.substr(begin, types.find_first_of(",\n", begin) - begin);
     }
-    for (const std::string& line : lines(runTool("xdotool", {"getwindowgeometry", "--shell", id}).out)) {
-        const std::string name = line.substr(0, line.find('='));
-        const int value = std::atoi(line.c_str() + name.size() + 1);
-        for (auto [field, target] : {std::pair{"X", &window.x}, std::pair{"Y", &window.y},
-                                     std::pair{"WIDTH", &window.width}, std::pair{"HEIGHT", &window.height}}) {
-            if (name == field) {
-                *target = value;
-            }
-        }
-    }
+    const std::string geometry = runTool("xdotool", {"getwindowgeometry", "--shell", id}).out;
+    std::sscanf(geometry.c_str(), "WINDOW=%*d X=%d Y=%d WIDTH=%d HEIGHT=%d", &window.x, &window.y, &window.width,
+                &window.height);
     return window;
 }
 
@@ -73,19 +65,14 @@ test::ProcessResult runTool(const std::string& name, const std::vector<std::stri
     return test::runProcess(name, args, options);
 }
 
-void pressKeys(const std::string& keys)
+void pressKeys(const std::string& keys, const std::string& action)
 {
-    runTool("xdotool", {"key", keys});
-}
-
-void keyDown(const std::string& keys)
-{
-    runTool("xdotool", {"keydown", keys});
-}
-
-void keyUp(const std::string& keys)
-{
-    runTool("xdotool", {"keyup", keys});
+    std::vector<std::string> args{action};
+    std::istringstream strokes(keys);
+    for (std::string stroke; strokes >> stroke;) {
+        args.push_back(stroke);
+    }
+    runTool("xdotool", args);
 }
 
 std::string activeWindowName()
@@ -144,7 +131,7 @@ std::string describeScreen()
         }
     }
     out << "clipboard targets:";
-    for (const std::string& target : clipboardTargets()) {
+    for (const std::string& target : lines(clipboard("TARGETS"))) {
         out << " " << target;
     }
     return out.str() + "\n";
@@ -153,11 +140,6 @@ std::string describeScreen()
 std::string clipboard(const std::string& target)
 {
     return runTool("xclip", {"-o", "-selection", "clipboard", "-t", target}, {}, 5s).out;
-}
-
-std::vector<std::string> clipboardTargets()
-{
-    return lines(clipboard("TARGETS"));
 }
 
 std::filesystem::path screenshot(const std::string& name)
@@ -178,37 +160,6 @@ std::string readFile(const std::filesystem::path& path)
 void writeFile(const std::filesystem::path& path, const std::string& bytes)
 {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
-
-std::optional<long> residentKiB(int pid)
-{
-    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with("VmRSS:")) {
-            return std::atol(line.c_str() + 6);
-        }
-    }
-    return std::nullopt;
-}
-
-std::optional<std::chrono::milliseconds> cpuTime(int pid)
-{
-    // Fields 14 and 15 of /proc/<pid>/stat, counted after the parenthesised command name (which may hold
-    // spaces).
-    const std::string stat = readFile("/proc/" + std::to_string(pid) + "/stat");
-    const auto close = stat.rfind(')');
-    if (close == std::string::npos) {
-        return std::nullopt;
-    }
-    std::istringstream fields(stat.substr(close + 2));
-    std::string field;
-    long ticks = 0;
-    for (int index = 3; index <= 15 && fields >> field; ++index) {
-        if (index >= 14) {
-            ticks += std::atol(field.c_str());
-        }
-    }
-    return std::chrono::milliseconds(ticks * 1000 / sysconf(_SC_CLK_TCK));
 }
 
 } // namespace vesk::e2e

@@ -32,10 +32,9 @@ struct WindowInfo
 test::ProcessResult runTool(const std::string& name, const std::vector<std::string>& args,
                             const std::string& input = {}, std::chrono::milliseconds timeout = 10s);
 
-// Presses and releases `keys` ("alt+g", "ctrl+a", "Return") through XTest, to whatever has focus.
-void pressKeys(const std::string& keys);
-void keyDown(const std::string& keys);
-void keyUp(const std::string& keys);
+// Presses and releases `keys` ("ctrl+a alt+g", "Return") in turn through XTest, to whatever has focus;
+// `action` "keydown" or "keyup" only presses or only releases them.
+void pressKeys(const std::string& keys, const std::string& action = "key");
 
 [[nodiscard]] std::string activeWindowName();
 // Mapped windows whose _NET_WM_PID is `pid`.
@@ -49,16 +48,11 @@ bool waitForSettledPanel(int veskPid, std::chrono::milliseconds timeout = 5s);
 [[nodiscard]] std::string describeScreen();
 
 [[nodiscard]] std::string clipboard(const std::string& target = "UTF8_STRING");
-[[nodiscard]] std::vector<std::string> clipboardTargets();
 
 // Saves the whole screen as `<artifacts>/<name>.png` and returns the path.
 std::filesystem::path screenshot(const std::string& name);
 
 [[nodiscard]] std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, const std::string& bytes);
-
-// Resident memory (VmRSS, KiB) and CPU time (user + system) of a running process.
-[[nodiscard]] std::optional<long> residentKiB(int pid);
-[[nodiscard]] std::optional<std::chrono::milliseconds> cpuTime(int pid);
 
 } // namespace vesk::e2e

@@ -59,8 +59,7 @@ TEST_F(FirstLaunchTest, GuideVerifiesTheKeyPracticesAndIsNotShownAgain)
     shoot("onboarding-3-practice");
 
     // The practice field has the keyboard: select all, then the shortcut, as in any other app.
-    pressKeys("ctrl+a");
-    pressKeys("alt+g");
+    pressKeys("ctrl+a alt+g");
     ASSERT_TRUE(m_server.waitForRequests(2, 5s)) << "the practice correction never reached the provider";
     EXPECT_NE(m_server.requests()[1].body.find("libary tomorow"), std::string::npos);
     ASSERT_TRUE(waitForSettledPanel(m_vesk.pid())) << "the review panel did not show";

@@ -60,6 +60,9 @@ bool press(WaylandKeyboard& keyboard, const std::shared_ptr<WaylandConnection>& 
             std::fprintf(stderr, "can't press %s\n", qPrintable(stroke));
             return false;
         }
+        while (keyboard.isSending()) {
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
+        }
         connection->roundTrip();
         QThread::msleep(30);
     }

@@ -20,9 +20,6 @@ make_root kwin run
 mkdir "$root/bin"
 cp "$(command -v kwin_wayland)" "$root/bin/kwin_wayland"
 export XDG_CURRENT_DESKTOP=KDE KDE_FULL_SESSION=true KDE_SESSION_VERSION=5 XDG_SESSION_TYPE=wayland
-# Every new window gets the focus, as programs started from a launcher do; the tests start them from a
-# script, which KWin's focus stealing prevention would otherwise hold back behind Vesk's window.
-printf '[Windows]\nFocusStealingPreventionLevel=0\n' >"$root/config/kwinrc"
 "$root/bin/kwin_wayland" --virtual --width 1280 --height 720 --socket wayland-vesk --no-lockscreen \
     >"$root/kwin.log" 2>&1 &
 started=$!

@@ -144,7 +144,7 @@ WaylandKeyboard::WaylandKeyboard(std::shared_ptr<WaylandConnection> connection) 
             m_portal = new RemoteDesktopKeyboard(this);
             m_portal->start([this](bool granted) {
                 if (granted) {
-                    releaseModifiers();
+                    m_portal->send({modifierReleases()});
                 }
             });
         }
@@ -227,17 +227,24 @@ void WaylandKeyboard::uploadKeymap()
     m_connection->flush();
 }
 
-void WaylandKeyboard::releaseModifiers()
+QList<RemoteDesktopKeyboard::KeyEvent> WaylandKeyboard::modifierReleases() const
 {
     // KWin can keep a modifier of an ended remote desktop session down; a release of each puts the seat's
     // keyboard back to no modifiers before the first stroke.
+    QList<RemoteDesktopKeyboard::KeyEvent> releases;
     for (const xkb_keysym_t keysym : {XKB_KEY_Control_L, XKB_KEY_Control_R, XKB_KEY_Shift_L, XKB_KEY_Shift_R,
                                       XKB_KEY_Alt_L, XKB_KEY_Alt_R, XKB_KEY_Super_L, XKB_KEY_Super_R}) {
         const KeyOnLayout key = findKey(m_keymap, keysym);
         if (key.keycode != XKB_KEYCODE_INVALID) {
-            m_portal->notifyKey(key.keycode - 8, false);
+            releases.append({key.keycode - 8, false});
         }
     }
+    return releases;
+}
+
+bool WaylandKeyboard::isSending() const
+{
+    return m_portal != nullptr && m_portal->isSending();
 }
 
 bool WaylandKeyboard::canPostInput() const
@@ -300,15 +307,13 @@ bool WaylandKeyboard::postKeys(const KeyCombination& keys)
         // The portal's keys join the seat's keyboard, whose own state tracks the modifiers; a modifier the
         // user still holds (the shortcut's Alt) would turn Ctrl+C into Ctrl+Alt+C, and the portal cannot
         // tell which are down, so all are released first.
-        releaseModifiers();
+        QList<RemoteDesktopKeyboard::KeyEvent> presses;
+        QList<RemoteDesktopKeyboard::KeyEvent> releases;
         for (const xkb_keycode_t modifier : std::as_const(modifiers)) {
-            m_portal->notifyKey(modifier - 8, true);
+            presses.append({modifier - 8, true});
+            releases.append({modifier - 8, false});
         }
-        m_portal->notifyKey(key.keycode - 8, true);
-        m_portal->notifyKey(key.keycode - 8, false);
-        for (auto it = modifiers.crbegin(); it != modifiers.crend(); ++it) {
-            m_portal->notifyKey(*it - 8, false);
-        }
+        m_portal->send({modifierReleases(), presses, {{key.keycode - 8, true}}, {{key.keycode - 8, false}}, releases});
         return true;
     }
     // The keymap's own state machine works out the modifier masks the keys produce; the group is the

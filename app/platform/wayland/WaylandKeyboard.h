@@ -7,6 +7,7 @@
 
 #include "app/platform/InputSynthesizer.h"
 #include "app/platform/KeyCombination.h"
+#include "app/platform/wayland/WaylandPortals.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -21,7 +22,6 @@ struct zwp_virtual_keyboard_v1;
 
 namespace vesk::app {
 
-class RemoteDesktopKeyboard;
 class WaylandConnection;
 
 // The keysym a Qt key stands for (letters as lower case, what the key gives without Shift); 0 for keys
@@ -45,6 +45,8 @@ public:
     bool post(Keystroke stroke, const std::optional<WindowRef>& target) override;
     // Presses and releases `keys` as one stroke. False when a key is on no key of the keymap.
     bool postKeys(const KeyCombination& keys);
+    // Whether keys posted through the portal are still on their way to the desktop.
+    [[nodiscard]] bool isSending() const;
     // Called after every paste stroke, so the clipboard knows when the target will come for the text.
     void setPasteObserver(std::function<void()> observer) { m_pasteObserver = std::move(observer); }
 
@@ -54,7 +56,7 @@ public:
 private:
     void useKeymap(const QByteArray& text);
     void uploadKeymap();
-    void releaseModifiers();
+    [[nodiscard]] QList<RemoteDesktopKeyboard::KeyEvent> modifierReleases() const;
 
 public:
     // Event handlers of the listener tables.

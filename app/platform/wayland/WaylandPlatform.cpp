@@ -106,11 +106,17 @@ QString limitationFor(const WaylandKeyboard& keyboard, bool clipboard)
     return {};
 }
 
-// Every Wayland compositor draws windows with transparency.
+// Every Wayland compositor draws windows with transparency. A new window takes the keyboard on every one
+// of them; only where Vesk knows the windows can it give the focus back to the source.
 class WaylandAppearance : public DesktopAppearance
 {
 public:
+    explicit WaylandAppearance(bool refocuses) : m_refocuses(refocuses) {}
     bool composites() override { return true; }
+    bool showsBesideTheFocus() override { return m_refocuses; }
+
+private:
+    bool m_refocuses;
 };
 
 } // namespace
@@ -168,8 +174,9 @@ std::unique_ptr<Platform> createWaylandPlatform()
         platform->clipboard = std::make_unique<SystemClipboard>();
     }
     platform->input = std::move(keyboard);
-    platform->windows = std::make_unique<WaylandWindows>(connection);
-    platform->appearance = std::make_unique<WaylandAppearance>();
+    auto windows = std::make_unique<WaylandWindows>(connection);
+    platform->appearance = std::make_unique<WaylandAppearance>(windows->knowsWindows());
+    platform->windows = std::move(windows);
     if (desktopHasShortcutPortal() && portalVersion(QStringLiteral("org.freedesktop.portal.GlobalShortcuts")) > 0) {
         platform->shortcut = std::make_unique<PortalGlobalShortcut>();
     } else {

@@ -317,16 +317,41 @@ void RemoteDesktopKeyboard::start(std::function<void(bool)> done)
             });
 }
 
-void RemoteDesktopKeyboard::notifyKey(uint32_t evdevCode, bool pressed)
+void RemoteDesktopKeyboard::send(const QList<QList<KeyEvent>>& steps)
 {
     if (!m_started) {
         return;
     }
-    QDBusMessage call = QDBusMessage::createMethodCall(portalService, portalPath, remoteDesktopInterface,
-                                                       QStringLiteral("NotifyKeyboardKeycode"));
-    call.setArguments({QVariant::fromValue(QDBusObjectPath(m_session)), QVariantMap(), static_cast<int>(evdevCode),
-                       pressed ? 1U : 0U});
-    bus().send(call);
+    m_steps.append(steps);
+    if (m_unanswered == 0) {
+        sendNextStep();
+    }
+}
+
+void RemoteDesktopKeyboard::sendNextStep()
+{
+    // xdg-desktop-portal handles every call on a thread of its own and passes it on from there: calls sent
+    // without waiting for their answers reach the compositor in any order (C before Ctrl, a release before
+    // its press). The portal has passed a call on when it answers, so each step waits for the last one's.
+    while (m_unanswered == 0 && !m_steps.isEmpty()) {
+        for (const KeyEvent& event : m_steps.takeFirst()) {
+            QDBusMessage call = QDBusMessage::createMethodCall(portalService, portalPath, remoteDesktopInterface,
+                                                               QStringLiteral("NotifyKeyboardKeycode"));
+            call.setArguments({QVariant::fromValue(QDBusObjectPath(m_session)), QVariantMap(),
+                               static_cast<int>(event.evdevCode), event.pressed ? 1U : 0U});
+            auto* watcher = new QDBusPendingCallWatcher(bus().asyncCall(call), this);
+            ++m_unanswered;
+            connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* answered) {
+                answered->deleteLater();
+                if (answered->isError()) {
+                    qCWarning(lcPlatform) << "A key event was refused:" << answered->error().message();
+                }
+                if (--m_unanswered == 0) {
+                    sendNextStep();
+                }
+            });
+        }
+    }
 }
 
 } // namespace vesk::app

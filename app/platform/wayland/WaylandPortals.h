@@ -65,11 +65,24 @@ public:
     void start(std::function<void(bool)> done);
     [[nodiscard]] bool isStarted() const { return m_started; }
     // An evdev key code pressed or released, on the user's own keymap.
-    void notifyKey(uint32_t evdevCode, bool pressed);
+    struct KeyEvent
+    {
+        uint32_t evdevCode;
+        bool pressed;
+    };
+    // Sends the steps' key events in order: a step's events all reach the desktop before any of the next
+    // step's. Within a step the order is open (releases of several modifiers, say).
+    void send(const QList<QList<KeyEvent>>& steps);
+    // Whether key events are still on their way.
+    [[nodiscard]] bool isSending() const { return m_unanswered > 0 || !m_steps.isEmpty(); }
 
 private:
+    void sendNextStep();
+
     QString m_session;
     bool m_started = false;
+    QList<QList<KeyEvent>> m_steps;
+    int m_unanswered = 0;
 };
 
 } // namespace vesk::app
