@@ -8,7 +8,7 @@
 #include "app/windows/OnboardingWindow.h"
 #include "app/models/ProviderConnection.h"
 #include "support/InMemoryKeyStore.h"
-#include "support/fake/FakeDesktopAppearance.h"
+#include "support/fake/FakePlatform.h"
 
 #include <QQuickWindow>
 #include <QSignalSpy>

@@ -3,7 +3,7 @@
 #include "ViewTesting.h"
 #include "app/services/ShortcutSettings.h"
 #include "support/SettingsFile.h"
-#include "support/fake/FakeGlobalShortcut.h"
+#include "support/fake/FakePlatform.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>

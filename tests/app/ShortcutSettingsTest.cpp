@@ -1,6 +1,6 @@
 #include "app/services/ShortcutSettings.h"
 
-#include "support/fake/FakeGlobalShortcut.h"
+#include "support/fake/FakePlatform.h"
 #include "support/ParamName.h"
 #include "support/SettingsFile.h"
 
