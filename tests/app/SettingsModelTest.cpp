@@ -1,13 +1,10 @@
 #include "app/models/SettingsModel.h"
 
-#include "ViewTesting.h"
 #include "app/services/AppSettings.h"
 #include "app/services/ShortcutSettings.h"
 #include "support/InMemoryKeyStore.h"
 #include "support/SettingsFile.h"
 
-#include <QQuickItem>
-#include <QQuickView>
 #include <gtest/gtest.h>
 
 namespace vesk::app {
@@ -16,16 +13,11 @@ namespace {
 class SettingsModelTest : public ::testing::Test
 {
 protected:
-    static void SetUpTestSuite() { test::useSoftwareRendering(); }
-
     test::SettingsFile m_file;
     AppSettings m_settings{m_file.open()};
     ShortcutSettings m_shortcuts{m_file.open()};
-    std::shared_ptr<InMemoryKeyStore> m_keys = std::make_shared<InMemoryKeyStore>();
-    ProviderConnection m_connection{
-        m_settings, m_keys, [](const ProviderConnection::Probe&, std::stop_token) -> std::optional<ProviderError> {
-            return ProviderError::http(401, "Incorrect API key");
-        }};
+    ProviderConnection m_connection{m_settings, std::make_shared<InMemoryKeyStore>(),
+                                    ProviderConnection::correctionProbe(nullptr)};
     SettingsModel m_model{m_settings, m_connection, m_shortcuts};
 };
 
@@ -80,34 +72,6 @@ TEST_F(SettingsModelTest, UnusableBaseAddressIsKeptInTheFieldButNotStored)
     EXPECT_EQ(m_settings.endpoint(ProviderID::openai), "");
     EXPECT_EQ(m_model.privacyNote(), "Your text goes straight to OpenAI over an encrypted connection. Nothing passes "
                                      "through Vesk's servers or is used for training.");
-}
-
-// The section with a rejected key and a bad address, then with a saved key (the home view's screenshots show
-// it without a key), as PNG files for a look by eye.
-TEST_F(SettingsModelTest, ViewShowsTheKeysStatesWithoutQmlWarnings)
-{
-    const test::WarningRecorder recorder;
-    QQuickView view;
-    view.setInitialProperties({{"settings", QVariant::fromValue(&m_model)}});
-    view.setResizeMode(QQuickView::SizeRootObjectToView);
-    view.resize(700, 1400);
-    QmlWindow::useModule(*view.engine());
-    view.setSource(QmlWindow::viewUrl("SettingsView"));
-    view.show();
-    const auto shoot = [&view](const char* name) {
-        test::settle(&view);
-        EXPECT_TRUE(view.grabWindow().save(test::artifactsDir().filePath(name)));
-    };
-    m_connection.setDraft("sk-typed");
-    m_connection.verifyAndSave();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_connection.status() == ProviderConnection::Status::failed; }));
-    m_model.setBaseAddress("localhost");
-    shoot("settings-rejected-key.png");
-    m_keys->save("sk-saved", ProviderID::anthropic);
-    m_connection.selectProvider("anthropic");
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_connection.hasSavedKey(); }));
-    shoot("settings-saved-key.png");
-    EXPECT_EQ(recorder.warnings(), "");
 }
 
 } // namespace
