@@ -1,19 +1,15 @@
 #include "app/services/AppSettings.h"
+
 #include "app/common/Logging.h"
 #include "app/services/PrivateFiles.h"
 
-#include "app/common/AppIdentity.h"
-
-#include <QFileInfo>
 #include <QLoggingCategory>
 #include <QSettings>
 
 namespace vesk::app {
 
-
 AppSettings::AppSettings(std::unique_ptr<QSettings> storage, QObject* parent)
-    : QObject(parent),
-      m_storage(storage ? std::move(storage) : std::make_unique<QSettings>(organizationName, applicationName))
+    : QObject(parent), m_storage(settingsStorage(std::move(storage)))
 {
     const QByteArray stored = m_storage->value(storageKey).toByteArray();
     if (stored.isEmpty()) {
@@ -55,23 +51,15 @@ void AppSettings::save()
     const Json document = storedAppSettings(m_stored, m_loaded, m_snapshot);
     // Never throws: text that is not UTF-8 (it cannot come from the settings pages) is stored replaced.
     const std::string encoded = document.dump(-1, ' ', false, Json::error_handler_t::replace);
-    // The folder and file are the user's alone; the file keeps its permissions when rewritten.
-    if (m_storage->format() != QSettings::InvalidFormat && !m_storage->fileName().isEmpty()) {
-        makePrivateDirectory(QFileInfo(m_storage->fileName()).path());
-        makePrivateFile(m_storage->fileName());
-    }
     if (!m_unreadable.isEmpty() && !m_storage->contains(unreadableKey)) {
         m_storage->setValue(unreadableKey, m_unreadable);
     }
     m_unreadable.clear();
     m_storage->setValue(storageKey, QByteArray::fromStdString(encoded));
-    m_storage->sync();
+    savePrivately(*m_storage);
     // What is still not understood stays so through later saves.
     m_stored = document;
     m_loaded = decodeAppSettings(document);
-    if (m_storage->status() != QSettings::NoError) {
-        qCWarning(lcSettings) << "Couldn't save settings to" << m_storage->fileName();
-    }
 }
 
 void AppSettings::setSelectedProvider(ProviderID provider)

@@ -19,15 +19,19 @@ struct CorrectionEnvironment::Gate
 CorrectionEnvironment::CorrectionEnvironment(AppSettings& settings, std::shared_ptr<APIKeyStore> keys,
                                              std::shared_ptr<ProviderTransport> transport,
                                              CorrectionEngine::Record record)
-    : m_settings(settings),
-      m_engine(CorrectionEngine::providers(
-          std::move(keys), std::move(transport),
-          [&settings] {
-              const AppSettingsSnapshot& s = settings.snapshot();
-              return CorrectionRun{s.selectedProvider, s.currentModel(), s.correction, s.endpoint(s.selectedProvider)};
-          },
-          std::move(record))),
-      m_gate(std::make_shared<Gate>())
+    : CorrectionEnvironment(settings, CorrectionEngine::providers(
+                                          std::move(keys), std::move(transport),
+                                          [&settings] {
+                                              const AppSettingsSnapshot& s = settings.snapshot();
+                                              return CorrectionRun{s.selectedProvider, s.currentModel(), s.correction,
+                                                                   s.endpoint(s.selectedProvider)};
+                                          },
+                                          std::move(record)))
+{
+}
+
+CorrectionEnvironment::CorrectionEnvironment(AppSettings& settings, CorrectionEngine engine)
+    : m_settings(settings), m_engine(std::move(engine)), m_gate(std::make_shared<Gate>())
 {
 }
 

@@ -20,6 +20,8 @@ class CorrectionEnvironment
 public:
     CorrectionEnvironment(AppSettings& settings, std::shared_ptr<APIKeyStore> keys,
                           std::shared_ptr<ProviderTransport> transport, CorrectionEngine::Record record = {});
+    // Runs on `engine` instead of the providers (tests).
+    CorrectionEnvironment(AppSettings& settings, CorrectionEngine engine);
     ~CorrectionEnvironment();
     CorrectionEnvironment(const CorrectionEnvironment&) = delete;
     CorrectionEnvironment& operator=(const CorrectionEnvironment&) = delete;

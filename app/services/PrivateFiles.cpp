@@ -1,7 +1,11 @@
 #include "app/services/PrivateFiles.h"
 
+#include "app/common/AppIdentity.h"
+#include "app/common/Logging.h"
+
 #include <QDir>
 #include <QFileInfo>
+#include <QSettings>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -49,6 +53,24 @@ bool makePrivateFile(const QString& path, bool create)
     restrictToOwner(fd);
     ::close(fd);
     return true;
+}
+
+std::unique_ptr<QSettings> settingsStorage(std::unique_ptr<QSettings> storage)
+{
+    return storage ? std::move(storage) : std::make_unique<QSettings>(organizationName, applicationName);
+}
+
+void savePrivately(QSettings& storage)
+{
+    // The file keeps its permissions when rewritten.
+    if (storage.format() != QSettings::InvalidFormat && !storage.fileName().isEmpty()) {
+        makePrivateDirectory(QFileInfo(storage.fileName()).path());
+        makePrivateFile(storage.fileName());
+    }
+    storage.sync();
+    if (storage.status() != QSettings::NoError) {
+        qCWarning(lcSettings) << "Couldn't save settings to" << storage.fileName();
+    }
 }
 
 } // namespace vesk::app

@@ -1,7 +1,7 @@
 #include "app/services/ShortcutSettings.h"
 
-#include "app/common/AppIdentity.h"
 #include "app/common/Logging.h"
+#include "app/services/PrivateFiles.h"
 
 #include <QJsonDocument>
 
@@ -75,9 +75,7 @@ bool isSwitchingVirtualTerminal(const KeyCombination& combination)
 } // namespace
 
 ShortcutSettings::ShortcutSettings(std::unique_ptr<QSettings> storage, GlobalShortcut* platform, QObject* parent)
-    : QObject(parent),
-      m_storage(storage ? std::move(storage) : std::make_unique<QSettings>(organizationName, applicationName)),
-      m_platform(platform)
+    : QObject(parent), m_storage(settingsStorage(std::move(storage))), m_platform(platform)
 {
     registerShortcut(fixGrammar);
 }
@@ -159,10 +157,7 @@ void ShortcutSettings::store(const QString& name, const std::optional<QByteArray
     } else {
         m_storage->remove(storagePrefix + name);
     }
-    m_storage->sync();
-    if (m_storage->status() != QSettings::NoError) {
-        qCWarning(lcPlatform) << "Couldn't save the shortcut to" << m_storage->fileName();
-    }
+    savePrivately(*m_storage);
     if (shortcut(name) != before) {
         registerShortcut(name);
         emit shortcutChanged(name);

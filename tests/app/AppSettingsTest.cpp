@@ -18,17 +18,8 @@ protected:
     test::SettingsFile m_file;
 };
 
-// How each field is written is the snapshot's business (core tests); here: what is set is kept.
-TEST_F(AppSettingsTest, ChangesPersistAcrossInstances)
-{
-    {
-        AppSettings settings(storage());
-        settings.setSelectedProvider(ProviderID::anthropic);
-        settings.setModel(ProviderID::anthropic, "claude-opus-4-8");
-    }
-    EXPECT_EQ(AppSettings(storage()).currentModel(), "claude-opus-4-8");
-}
-
+// How each field is written is the snapshot's business (core tests), and that every control is kept across
+// instances SettingsModelTest's.
 TEST_F(AppSettingsTest, SameValueSavesAgainButNotifiesOnce)
 {
     AppSettings settings(storage());

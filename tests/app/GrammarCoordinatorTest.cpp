@@ -1,25 +1,22 @@
-// The correction flow against the fake platform, with real HTTP to the scripted provider server.
+// The correction flow against the fake platform and the fake engine.
 
 #include "app/desktop/GrammarCoordinator.h"
 
 #include "app/desktop/AppRouter.h"
-#include "app/services/CorrectionEnvironment.h"
 #include "app/services/AppSettings.h"
-#include "core/CurlTransport.h"
-#include "support/InMemoryKeyStore.h"
-#include "support/ScriptedProviderServer.h"
+#include "app/services/CorrectionEnvironment.h"
+#include "support/FakeCorrectionEngine.h"
 #include "support/SettingsFile.h"
 #include "support/fake/FakePlatform.h"
 
 #include <QCoreApplication>
 #include <QTest>
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace vesk::app {
 namespace {
 
-using test::ScriptedResponse;
-namespace streams = test::streams;
 using QTest::qWaitFor;
 
 struct RecordingRouter final : AppRouter
@@ -39,9 +36,9 @@ class GrammarCoordinatorTest : public ::testing::Test
 protected:
     GrammarCoordinatorTest()
     {
-        m_settings.setEndpoint(ProviderID::openai, m_server.url(""));
         m_fake.windows.setActiveWindow(mousepad);
         m_fake.clipboard.setText("the user's clipboard");
+        QObject::connect(&m_coordinator, &GrammarCoordinator::pasted, [this] { m_pasted = true; });
     }
 
     GrammarCoordinator::Panel panel()
@@ -61,6 +58,13 @@ protected:
     // The focused app copies `selection` when asked, the way a text field with that selection does.
     void select(std::optional<QString> selection) { m_fake.input.copiesSelection(m_fake.clipboard, selection); }
 
+    // Waits for the `run`th run (counting from 1) to start, then plays its reply.
+    void reply(std::size_t run, const std::vector<std::string>& pieces)
+    {
+        ASSERT_TRUE(qWaitFor([&] { return m_engine.streams.size() == run; }));
+        m_engine.complete(pieces);
+    }
+
     // Waits until the panel shows a session in `State`.
     template <class State = CorrectionSession::Result> bool shown()
     {
@@ -70,51 +74,43 @@ protected:
     std::vector<Keystroke> strokes() const
     {
         std::vector<Keystroke> out;
-        for (const auto& posted : m_fake.input.posted()) {
-            out.push_back(posted.stroke);
-        }
+        std::ranges::transform(m_fake.input.posted(), std::back_inserter(out),
+                               &FakeInputSynthesizer::PostedStroke::stroke);
         return out;
     }
 
-    test::ScriptedProviderServer m_server;
     test::SettingsFile m_file;
     AppSettings m_settings{m_file.open()};
     FakePlatform m_fake = createFakePlatform();
-    std::vector<AcceptedCorrection> m_records;
-    CorrectionEnvironment m_environment{
-        m_settings,
-        std::make_shared<InMemoryKeyStore>(std::map<ProviderID, std::string>{{ProviderID::openai, "sk-test"}}),
-        std::make_shared<CurlTransport>(), [this](const AcceptedCorrection& a) { m_records.push_back(a); }};
+    test::FakeCorrectionEngine m_engine;
+    CorrectionEnvironment m_environment{m_settings, m_engine.engine()};
     RecordingRouter m_router;
     GrammarCoordinator m_coordinator{*m_fake.platform, m_environment, panel(), m_router};
     CorrectionSession* m_shown = nullptr;
     PanelActions m_actions;
     int m_shows = 0;
     int m_hides = 0;
+    bool m_pasted = false;
 };
 
 TEST_F(GrammarCoordinatorTest, ReviewedCorrectionIsPastedAndTheClipboardComesBack)
 {
     select("teh cat");
-    m_server.enqueue(ScriptedResponse::events(streams::openAI({"The", " cat."})));
     m_coordinator.correctSelection();
-    ASSERT_EQ(m_shows, 1);
-    EXPECT_TRUE(std::holds_alternative<CorrectionSession::Reading>(m_shown->state()));
-
+    ASSERT_EQ(m_shows, 1) << "the panel shows while the text is read";
+    reply(1, {"The", " cat."});
     ASSERT_TRUE(shown());
     EXPECT_EQ(m_shown->original(), "teh cat");
     EXPECT_EQ(m_fake.clipboard.text(), "the user's clipboard") << "restored right after the copy";
 
-    bool pasted = false;
-    QObject::connect(&m_coordinator, &GrammarCoordinator::pasted, [&] { pasted = true; });
     m_actions.accept();
     EXPECT_EQ(m_hides, 1);
-    ASSERT_TRUE(qWaitFor([&] { return pasted; }));
+    ASSERT_TRUE(qWaitFor([&] { return m_pasted; }));
     EXPECT_EQ(strokes(), (std::vector{Keystroke::copy, Keystroke::paste}));
     EXPECT_EQ(m_fake.input.posted().back().target, mousepad);
     EXPECT_EQ(m_fake.clipboard.text(), "the user's clipboard");
-    ASSERT_EQ(m_records.size(), 1U);
-    EXPECT_EQ(m_records[0].sourceApp, "Mousepad");
+    ASSERT_EQ(m_engine.records.size(), 1U);
+    EXPECT_EQ(m_engine.records[0].sourceApp, "Mousepad");
 }
 
 TEST_F(GrammarCoordinatorTest, NewestPressWins)
@@ -123,14 +119,13 @@ TEST_F(GrammarCoordinatorTest, NewestPressWins)
     m_coordinator.correctSelection();
     CorrectionSession* first = m_shown;
     select("second");
-    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Second."})));
     m_coordinator.correctSelection();
     EXPECT_NE(m_shown, first);
+    reply(1, {"Second."});
     ASSERT_TRUE(shown());
     EXPECT_EQ(m_shown->original(), "second");
-    ASSERT_TRUE(m_server.waitForRequests(1));
     QCoreApplication::processEvents();
-    EXPECT_EQ(m_server.requests().size(), 1U) << "the first capture's text was dropped";
+    EXPECT_EQ(m_engine.streams.size(), 1U) << "the first capture's text was dropped";
 }
 
 TEST_F(GrammarCoordinatorTest, CloseDuringCaptureDropsTheTextButRestoresTheClipboard)
@@ -143,7 +138,7 @@ TEST_F(GrammarCoordinatorTest, CloseDuringCaptureDropsTheTextButRestoresTheClipb
     EXPECT_EQ(m_fake.windows.activations().back(), mousepad) << "focus goes back where the user was";
     ASSERT_TRUE(qWaitFor([&] { return m_fake.clipboard.text() == "the user's clipboard"; }));
     QCoreApplication::processEvents();
-    EXPECT_TRUE(m_server.requests().empty());
+    EXPECT_TRUE(m_engine.streams.empty());
     EXPECT_TRUE(m_router.drafts.empty());
 }
 
@@ -151,16 +146,14 @@ TEST_F(GrammarCoordinatorTest, ReviewOffPastesAtOnceButNotAnUnchangedText)
 {
     m_settings.setReviewBeforeReplacing(false);
     select("teh cat");
-    m_server.enqueue(ScriptedResponse::events(streams::openAI({"The cat."})));
-    bool pasted = false;
-    QObject::connect(&m_coordinator, &GrammarCoordinator::pasted, [&] { pasted = true; });
     m_coordinator.correctSelection();
-    ASSERT_TRUE(qWaitFor([&] { return pasted; }));
+    reply(1, {"The cat."});
+    ASSERT_TRUE(qWaitFor([&] { return m_pasted; }));
     EXPECT_EQ(strokes().back(), Keystroke::paste);
 
     select("Fine.");
-    m_server.enqueue(ScriptedResponse::events(streams::openAI({"Fine."})));
     m_coordinator.correctSelection();
+    reply(2, {"Fine."});
     ASSERT_TRUE(shown());
     QCoreApplication::processEvents();
     EXPECT_TRUE(m_coordinator.isBusy()) << "the panel stays up saying no changes were needed";
@@ -186,8 +179,9 @@ TEST_F(GrammarCoordinatorTest, NothingSelectedOpensTheComposerAndNoInputPostingT
 TEST_F(GrammarCoordinatorTest, FailureOffersSettings)
 {
     select("helo");
-    m_server.enqueue(ScriptedResponse::text(401, "application/json", streams::openAIErrorBody("bad key")));
     m_coordinator.correctSelection();
+    ASSERT_TRUE(qWaitFor([&] { return !m_engine.streams.empty(); }));
+    m_engine.fail(ProviderError::http(401, "bad key"));
     ASSERT_TRUE(shown<CorrectionSession::Failed>());
     m_actions.accept(); // nothing to accept: the panel stays as it is
     EXPECT_TRUE(m_coordinator.isBusy());

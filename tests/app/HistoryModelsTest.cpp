@@ -6,6 +6,7 @@
 #include "app/models/OverviewModel.h"
 #include "app/services/ShortcutSettings.h"
 #include "support/CalendarTesting.h"
+#include "support/SettingsFile.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
@@ -47,19 +48,16 @@ TEST_F(HistoryModelsTest, ListFollowsTheStoreQueryAndLimitLive)
     HistoryListModel list(store, clock, test::pinned("UTC"));
     QAbstractItemModelTester tester(&list, QAbstractItemModelTester::FailureReportingMode::Fatal);
     QSignalSpy counted(&list, &HistoryListModel::countChanged);
-    EXPECT_EQ(list.countText(), "0 corrections");
 
     store.record(accepted("teh cat", "The cat.", 1, "Mousepad"));
     store.record(accepted("Café", "  \n ", 2));
     store.record(accepted("helo", "Hello.", 1, "Firefox"));
     EXPECT_EQ(counted.count(), 3) << "every record shows without a refresh";
+    // The labels themselves are the record's (core tests); here: each row shows its own record's.
     ASSERT_EQ(list.rowCount(), 3);
     EXPECT_EQ(role(list, 0, HistoryListModel::TitleRole), "Hello.") << "newest first";
-    EXPECT_EQ(role(list, 1, HistoryListModel::TitleRole), "Untitled correction");
     EXPECT_EQ(role(list, 1, HistoryListModel::SourceRole), "From Write");
     EXPECT_EQ(role(list, 1, HistoryListModel::FixesRole), "2 fixes");
-    EXPECT_TRUE(role(list, 0, HistoryListModel::TimeRole).startsWith("Today at "));
-    EXPECT_EQ(list.countText(), "3 corrections");
     EXPECT_EQ(list.clearMessage(), "This permanently removes all 3 saved corrections.");
 
     list.setQuery("  cafe ");
@@ -68,8 +66,6 @@ TEST_F(HistoryModelsTest, ListFollowsTheStoreQueryAndLimitLive)
     EXPECT_EQ(list.totalCount(), 3) << "the header counts the whole history";
     list.setQuery("write");
     EXPECT_EQ(list.rowCount(), 1) << "composer corrections match their source label";
-    list.setQuery("zebra");
-    EXPECT_EQ(list.rowCount(), 0);
     list.setQuery("   ");
     EXPECT_EQ(list.rowCount(), 3);
 
@@ -92,8 +88,8 @@ TEST_F(HistoryModelsTest, ListFollowsTheStoreQueryAndLimitLive)
 
 TEST_F(HistoryModelsTest, OverviewFiguresTitlesAndEmptyState)
 {
-    QTemporaryDir settingsDir;
-    ShortcutSettings shortcuts(std::make_unique<QSettings>(settingsDir.filePath("s.conf"), QSettings::IniFormat));
+    const test::SettingsFile file;
+    ShortcutSettings shortcuts(file.open());
     OverviewModel overview(store, &shortcuts, clock, test::pinned("UTC"));
     EXPECT_TRUE(overview.isEmpty());
     EXPECT_EQ(overview.emptyMessage(), "Select text in any app and press Alt+G to fix it.");

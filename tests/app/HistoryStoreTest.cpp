@@ -2,10 +2,13 @@
 
 #include "app/services/HistoryStore.h"
 
+#include "support/CalendarTesting.h"
+
 #include <QFile>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <set>
 #include <sqlite3.h>
@@ -27,9 +30,7 @@ AcceptedCorrection accepted(std::string original, std::string corrected, std::op
 std::vector<std::string> correctedTexts(const HistoryStore& store)
 {
     std::vector<std::string> texts;
-    for (const CorrectionRecord& record : store.records()) {
-        texts.push_back(record.corrected);
-    }
+    std::ranges::transform(store.records(), std::back_inserter(texts), &CorrectionRecord::corrected);
     return texts;
 }
 
@@ -68,15 +69,12 @@ TEST_F(HistoryStoreTest, RecordsPersistNewestFirstAndAreSearchedAndCleared)
     }
     HistoryStore reopened(path());
     EXPECT_EQ(correctedTexts(reopened), (std::vector<std::string>{"hello", "Café crème sat down."}));
-    EXPECT_EQ(reopened.records()[0].sourceApp, std::nullopt);
     EXPECT_EQ(reopened.records()[1].sourceApp, "Mousepad");
-    EXPECT_EQ(reopened.wordCounts(), (std::vector<int>{1, 4}));
-    EXPECT_EQ(reopened.stats(std::chrono::system_clock::now(), Calendar::create("UTC").value()).wordsPolished, 5)
+    EXPECT_EQ(reopened.stats(std::chrono::system_clock::now(), test::pinned("UTC")).wordsPolished, 5)
         << "from the stored word counts";
-
+    // How a query matches is the record's (core tests); here: the index holds every row's text and source.
     EXPECT_EQ(reopened.search(QStringLiteral("  CAFE ")), (std::vector<std::size_t>{1}));
     EXPECT_EQ(reopened.search(QStringLiteral("write")), (std::vector<std::size_t>{0}));
-    EXPECT_EQ(reopened.search(QStringLiteral("   ")).size(), 2U);
     reopened.clearAll();
     EXPECT_TRUE(reopened.records().empty());
     EXPECT_TRUE(HistoryStore(path()).records().empty()) << "cleared on disk too";
@@ -113,8 +111,7 @@ TEST_F(HistoryStoreTest, ALongHistoryOpensWhole)
     ASSERT_EQ(records.size(), 30'000U);
     EXPECT_EQ(records.front().id, 30'000);
     EXPECT_EQ(records.back().corrected, "First.");
-    EXPECT_TRUE(std::is_sorted(records.begin(), records.end(),
-                               [](const CorrectionRecord& a, const CorrectionRecord& b) { return a.id > b.id; }));
+    EXPECT_TRUE(std::ranges::is_sorted(records, std::greater<>(), &CorrectionRecord::id));
     EXPECT_EQ(store.search(QStringLiteral("<15001>")), (std::vector<std::size_t>{14'999}));
     EXPECT_EQ(store.search(QStringLiteral("<15000>")), (std::vector<std::size_t>{15'000}));
     EXPECT_EQ(store.wordCounts()[14'999], 15'001 % 7);
@@ -124,16 +121,13 @@ TEST_F(HistoryStoreTest, ALongHistoryOpensWhole)
 // Counts from a damaged file add up to the largest int at most (and never below zero) instead of overflowing.
 TEST_F(HistoryStoreTest, FiguresFromADamagedFileSaturate)
 {
-    {
-        HistoryStore store(path());
-        for (const char* text : {"One.", "Two.", "Three."}) {
-            store.record(accepted(text, text));
-        }
+    for (const char* text : {"One.", "Two.", "Three."}) {
+        HistoryStore(path()).record(accepted(text, text));
     }
     sql("UPDATE corrections SET change_count = 9223372036854775807, word_count = 2147483647 WHERE id > 1");
     sql("UPDATE corrections SET change_count = -5, word_count = -1 WHERE id = 1");
     const HistoryStore store(path());
-    const HistoryStats figures = store.stats(std::chrono::system_clock::now(), Calendar::create("UTC").value());
+    const HistoryStats figures = store.stats(std::chrono::system_clock::now(), test::pinned("UTC"));
     EXPECT_EQ(figures.mistakesFixed, std::numeric_limits<int>::max());
     EXPECT_EQ(figures.mistakesThisWeek, std::numeric_limits<int>::max());
     EXPECT_EQ(figures.wordsPolished, std::numeric_limits<int>::max());
@@ -215,7 +209,6 @@ TEST_F(HistoryStoreTest, WritesAndClearsFromAnotherProcessShowUp)
     app.refresh();
     EXPECT_EQ(correctedTexts(app), (std::vector<std::string>{"C.", "B.", "A.", "Theirs.", "Mine."}))
         << "interleaved rows each once, newest first";
-    EXPECT_EQ(app.wordCounts().size(), 5U);
     changed.clear();
     app.refresh();
     EXPECT_EQ(changed.count(), 0) << "nothing new, nothing emitted";
@@ -263,18 +256,14 @@ TEST_F(HistoryStoreTest, AKillDuringWritesKeepsTheFileWholeAndEveryCommittedRow)
 
 TEST_F(HistoryStoreTest, TerminalCommandsOnlyAddOrOnlyRead)
 {
-    {
-        HistoryStore app(path());
-        app.record(accepted("teh cat", "The cat."));
-    }
+    HistoryStore(path()).record(accepted("teh cat", "The cat."));
     {
         HistoryStore adding(path(), HistoryStore::Use::append);
         EXPECT_TRUE(adding.records().empty()) << "adding a row reads none of the others";
         EXPECT_TRUE(adding.record(accepted("helo", "Hello.", "Command line")));
     }
     HistoryStore reading(path(), HistoryStore::Use::read);
-    ASSERT_EQ(reading.records().size(), 2U);
-    EXPECT_EQ(reading.records()[0].sourceApp, "Command line");
+    EXPECT_EQ(correctedTexts(reading), (std::vector<std::string>{"Hello.", "The cat."}));
     EXPECT_EQ(reading.search(QStringLiteral("HELLO")).size(), 1U);
 }
 

@@ -1,159 +1,24 @@
+// The home window over a real history file: every section loads without a QML warning, empty and with
+// history, in the dark and the light palette. The screenshots are for a look by eye.
+
 #include "ViewTesting.h"
-#include "app/services/AppSettings.h"
 #include "app/models/Appearance.h"
-#include "app/models/ComposerModel.h"
-#include "app/services/CorrectionEnvironment.h"
-#include "app/models/HistoryActions.h"
-#include "app/models/HistoryListModel.h"
-#include "app/services/HistoryStore.h"
-#include "app/models/HomeModel.h"
-#include "app/windows/HomeWindow.h"
-#include "app/models/OverviewModel.h"
 #include "app/models/ProviderConnection.h"
-#include "app/models/SettingsModel.h"
+#include "app/services/AppSettings.h"
+#include "app/services/CorrectionEnvironment.h"
+#include "app/services/HistoryStore.h"
 #include "app/services/ShortcutSettings.h"
+#include "app/windows/HomeWindow.h"
 #include "support/InMemoryKeyStore.h"
-#include "support/fake/FakeDesktopAppearance.h"
-#include "support/CalendarTesting.h"
-#include "support/FakeCorrectionEngine.h"
-#include "support/ManualExecutor.h"
+#include "support/SettingsFile.h"
+#include "support/fake/FakePlatform.h"
 
 #include <QQuickItem>
 #include <QQuickView>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace vesk::app {
 namespace {
-
-using Session = CorrectionSession;
-
-class HomeViewTest : public ::testing::Test
-{
-protected:
-    static void SetUpTestSuite() { test::useSoftwareRendering(); }
-
-    QTemporaryDir dir;
-    AppSettings settings{std::make_unique<QSettings>(dir.filePath("vesk.conf"), QSettings::IniFormat)};
-    std::shared_ptr<InMemoryKeyStore> keys = std::make_shared<InMemoryKeyStore>();
-    ProviderConnection connection{settings, keys, ProviderConnection::correctionProbe(nullptr)};
-    ShortcutSettings shortcuts{std::make_unique<QSettings>(dir.filePath("shortcuts.conf"), QSettings::IniFormat)};
-};
-
-TEST_F(HomeViewTest, WindowShowsEverySectionWithoutQmlWarnings)
-{
-    const test::WarningRecorder recorder;
-    CorrectionEnvironment environment(settings, keys, nullptr);
-    HistoryStore history(dir.filePath("history.sqlite3"));
-    FakeDesktopAppearance appearance;
-    HomeWindow home(environment, history, connection, shortcuts, appearance);
-    EXPECT_FALSE(home.isVisible());
-
-    home.show(HomeSection::overview);
-    ASSERT_NE(home.window(), nullptr);
-    EXPECT_TRUE(home.isVisible());
-    EXPECT_EQ(home.window()->title(), "Vesk");
-    EXPECT_EQ(home.window()->size(), QSize(920, 620));
-    EXPECT_EQ(home.window()->minimumSize(), QSize(820, 540));
-    for (const HomeSection section : {HomeSection::composer, HomeSection::activity, HomeSection::settings}) {
-        home.show(section);
-        test::settle(home.window());
-    }
-    home.openComposer(ComposerDraft{QUuid::createUuid(), "Reused text", false});
-    test::settle(home.window());
-    const auto* view = qobject_cast<QQuickView*>(home.window());
-    EXPECT_EQ(view->rootObject()->property("selectedSection").toString(), "composer");
-
-    home.window()->close();
-    EXPECT_EQ(home.window(), nullptr) << "a closed window goes, with its QML engine";
-    home.show(HomeSection::activity);
-    test::settle(home.window());
-    EXPECT_EQ(qobject_cast<QQuickView*>(home.window())->rootObject()->property("selectedSection").toString(),
-              "activity");
-    EXPECT_EQ(recorder.warnings(), "");
-}
-
-// The home view on a fake engine and a real history file, with the clock pinned, for screenshots that
-// are looked at by eye and for checks through the view's own objects.
-class HomeScreenshotTest : public HomeViewTest
-{
-protected:
-    void SetUp() override
-    {
-        recent.setLimit(6);
-        view.setInitialProperties({{"home", QVariant::fromValue(&home)},
-                                   {"composer", QVariant::fromValue(&composer)},
-                                   {"overview", QVariant::fromValue(&overview)},
-                                   {"recent", QVariant::fromValue(&recent)},
-                                   {"activity", QVariant::fromValue(&activity)},
-                                   {"historyActions", QVariant::fromValue(&actions)},
-                                   {"settings", QVariant::fromValue(&settingsModel)}});
-        view.setResizeMode(QQuickView::SizeRootObjectToView);
-        view.resize(920, 620);
-        QmlWindow::useModule(*view.engine());
-        view.setSource(QmlWindow::viewUrl("HomeView"));
-        home.select(HomeSection::composer);
-        view.show();
-        test::settle(&view);
-    }
-
-    void screenshot(const QString& name)
-    {
-        test::settle(&view);
-        EXPECT_TRUE(view.grabWindow().save(test::artifactsDir().filePath(name)));
-    }
-
-    static TimePoint clock() { return std::chrono::system_clock::now(); }
-
-    test::FakeCorrectionEngine fake;
-    test::ManualExecutor executor;
-    HistoryStore history{dir.filePath("history.sqlite3")};
-    HomeModel home;
-    SettingsModel settingsModel{settings, connection, shortcuts};
-    ComposerModel composer{[this](std::string original) {
-        return std::make_unique<Session>(Session::Editing{}, std::move(original), "", std::nullopt, fake.engine(),
-                                         executor.executor());
-    }};
-    OverviewModel overview{history, nullptr, &clock, test::pinned("UTC")};
-    HistoryListModel recent{history, &clock, test::pinned("UTC")};
-    HistoryListModel activity{history, &clock, test::pinned("UTC")};
-    std::vector<ComposerDraft> drafts;
-    HistoryActions actions{history, home, [this](const ComposerDraft& draft) { drafts.push_back(draft); },
-                           [](const QString&) {}};
-    QQuickView view;
-};
-
-using ComposerScreenshotTest = HomeScreenshotTest;
-
-TEST_F(ComposerScreenshotTest, EveryState)
-{
-    const test::WarningRecorder recorder;
-    screenshot("composer-empty.png");
-
-    composer.setText("Their going too the libary tomorow, and they wants to borrow some book.");
-    screenshot("composer-text.png");
-
-    composer.fixGrammar();
-    fake.last().callbacks.onEvent(CorrectionEvent::makeDelta("They're going to the library"));
-    executor.drain();
-    screenshot("composer-writing.png");
-
-    fake.complete({" tomorrow, and they want to borrow some books."});
-    executor.drain();
-    screenshot("composer-result.png");
-
-    composer.fixGrammar();
-    fake.complete({"Their going too the libary tomorow, and they wants to borrow some book."});
-    executor.drain();
-    screenshot("composer-no-changes.png");
-
-    composer.fixGrammar();
-    fake.last().callbacks.onFinish(ProviderError::missingAPIKey(ProviderID::openai));
-    executor.drain();
-    screenshot("composer-error.png");
-
-    EXPECT_EQ(recorder.warnings(), "");
-}
 
 AcceptedCorrection accepted(const char* original, const char* corrected, int changes, const char* source)
 {
@@ -165,49 +30,69 @@ AcceptedCorrection accepted(const char* original, const char* corrected, int cha
             source ? std::optional<std::string>(source) : std::nullopt};
 }
 
-TEST_F(HomeScreenshotTest, OverviewAndActivityEmptyThenWithHistory)
+class HomeViewTest : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite() { test::useSoftwareRendering(); }
+
+    QQuickItem* root() const { return qobject_cast<QQuickView*>(home.window())->rootObject(); }
+    void shoot(HomeSection section, const QString& name)
+    {
+        home.show(section);
+        test::settle(home.window());
+        EXPECT_TRUE(home.window()->grabWindow().save(test::artifactsDir().filePath(name)));
+    }
+
+    test::SettingsFile file;
+    AppSettings settings{file.open()};
+    std::shared_ptr<InMemoryKeyStore> keys = std::make_shared<InMemoryKeyStore>();
+    ProviderConnection connection{settings, keys, ProviderConnection::correctionProbe(nullptr)};
+    ShortcutSettings shortcuts{file.open()};
+    CorrectionEnvironment environment{settings, keys, nullptr};
+    HistoryStore history{file.dir.filePath("history.sqlite3")};
+    FakeDesktopAppearance appearance;
+    HomeWindow home{environment, history, connection, shortcuts, appearance};
+};
+
+TEST_F(HomeViewTest, EverySectionLoadsEmptyAndWithHistoryInBothPalettes)
 {
     const test::WarningRecorder recorder;
-    home.select(HomeSection::overview);
-    screenshot("overview-empty.png");
-    home.select(HomeSection::activity);
-    screenshot("activity-empty.png");
+    shoot(HomeSection::overview, "overview-empty.png");
+    shoot(HomeSection::activity, "activity-empty.png");
+    shoot(HomeSection::composer, "composer-empty.png");
 
     history.record(accepted("teh meeting is moved too thursday", "The meeting is moved to Thursday.", 3, "Mousepad"));
     history.record(accepted("Their going to the libary", "They're going to the library.", 2, nullptr));
     history.record(accepted("i has a cafe creme", "I had a café crème.", 3, "Firefox"));
     history.record(accepted("   ", "   ", 0, "Terminal"));
-    home.select(HomeSection::overview);
-    screenshot("overview.png");
-
-    home.select(HomeSection::activity);
-    screenshot("activity-list.png");
-    actions.open(history.records()[1].id);
-    screenshot("activity-detail.png");
-    activity.setQuery("  CAFE ");
-    EXPECT_EQ(activity.count(), 1);
-    screenshot("activity-search.png");
-    activity.setQuery("zebra");
-    screenshot("activity-no-match.png");
-    activity.setQuery("");
-
-    auto* dialog = view.rootObject()->findChild<QObject*>("confirmClear");
+    shoot(HomeSection::overview, "overview.png");
+    shoot(HomeSection::activity, "activity-list.png");
+    auto* dialog = root()->findChild<QObject*>("confirmClear");
     ASSERT_NE(dialog, nullptr);
     QMetaObject::invokeMethod(dialog, "open");
-    screenshot("activity-clear-confirmation.png");
-    EXPECT_EQ(dialog->property("title").toString(), "Clear all activity?");
+    shoot(HomeSection::activity, "activity-clear-confirmation.png");
     QMetaObject::invokeMethod(dialog, "close");
-
-    home.select(HomeSection::settings);
-    screenshot("settings.png");
+    shoot(HomeSection::settings, "settings.png");
 
     // The light palette, switched live as when the desktop's preference changes.
     Appearance::instance().setScheme(ColorScheme::Scheme::light);
-    screenshot("settings-light.png");
-    home.select(HomeSection::overview);
-    screenshot("overview-light.png");
+    shoot(HomeSection::settings, "settings-light.png");
+    shoot(HomeSection::overview, "overview-light.png");
     Appearance::instance().setScheme(ColorScheme::Scheme::dark);
     EXPECT_EQ(recorder.warnings(), "");
+}
+
+TEST_F(HomeViewTest, DraftsSelectTheComposerAndAClosedWindowLetsGoOfItsEngine)
+{
+    home.show(HomeSection::overview);
+    home.openComposer(ComposerDraft{QUuid::createUuid(), "Reused text", false});
+    test::settle(home.window());
+    EXPECT_EQ(root()->property("selectedSection"), "composer");
+
+    home.window()->close();
+    EXPECT_EQ(home.window(), nullptr);
+    home.show(HomeSection::activity);
+    EXPECT_EQ(root()->property("selectedSection"), "activity");
 }
 
 } // namespace

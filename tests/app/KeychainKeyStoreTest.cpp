@@ -4,6 +4,8 @@
 
 #include "app/services/KeychainKeyStore.h"
 
+#include "support/ParamName.h"
+
 #include <QProcess>
 #include <QScopeGuard>
 #include <QTemporaryDir>
@@ -28,25 +30,20 @@ bool g_reachedKeyring = false;
 
 // Asks the Secret Service itself with secret-tool, by the attributes the store writes (server = service
 // name, user = provider).
-QString secretTool(QStringList args, const char* provider)
+QString secretTool(const QString& command, const char* provider)
 {
-    args << QStringLiteral("server") << QString::fromStdString(KeychainKeyStore::serviceName())
-         << QStringLiteral("user") << QString::fromLatin1(provider);
     QProcess process;
-    process.start(QStringLiteral("secret-tool"), args);
+    process.start(QStringLiteral("secret-tool"), {command, QStringLiteral("--all"), QStringLiteral("server"),
+                                                  QString::fromStdString(KeychainKeyStore::serviceName()),
+                                                  QStringLiteral("user"), QString::fromLatin1(provider)});
     EXPECT_TRUE(process.waitForFinished(10000)) << "secret-tool did not finish";
     return QString::fromUtf8(process.readAllStandardOutput());
 }
 
-QString storedKey(const char* provider)
-{
-    return secretTool({QStringLiteral("lookup")}, provider).trimmed();
-}
-
-// Each item is listed under a heading line such as "[/org/freedesktop/secrets/collection/login/3]".
+// Each item found is listed under a heading line such as "[/org/freedesktop/secrets/collection/login/3]".
 qsizetype storedItems(const char* provider)
 {
-    return ("\n" + secretTool({QStringLiteral("search"), QStringLiteral("--all")}, provider)).count("\n[/");
+    return ("\n" + secretTool(QStringLiteral("search"), provider)).count("\n[/");
 }
 
 class KeychainKeyStoreTest : public ::testing::Test
@@ -72,7 +69,7 @@ TEST_F(KeychainKeyStoreTest, SavingTrimsAndReplacesOneEntryPerProviderAndBlankRe
     ASSERT_TRUE(m_store.save("\u00a0sk-test-0123456789\r\n", ProviderID::openai));
     ASSERT_TRUE(m_store.save("sk-anthropic", ProviderID::anthropic));
     EXPECT_EQ(m_store.key(ProviderID::openai), "sk-test-0123456789");
-    EXPECT_EQ(storedKey("openai"), QStringLiteral("sk-test-0123456789"));
+    EXPECT_TRUE(secretTool(QStringLiteral("search"), "openai").contains("secret = sk-test-0123456789\n"));
     EXPECT_EQ(storedItems("openai"), 1);
 
     EXPECT_TRUE(m_store.save("   ", ProviderID::openai));
@@ -107,83 +104,66 @@ TEST_F(KeychainKeyStoreTest, WorkerThreadsReadWhetherTheMainThreadIsBlockedOrRun
     EXPECT_EQ(m_store.key(ProviderID::openai), "sk-openai");
 }
 
-// Sets an environment variable, or unsets it given nothing, until the end of the scope.
-[[nodiscard]] auto environmentVariable(const char* name, const std::optional<QByteArray>& value)
+// Sets an environment variable (a null value unsets it) until the end of the scope.
+[[nodiscard]] auto environmentVariable(const char* name, const QByteArray& value)
 {
-    const auto set = [name](const std::optional<QByteArray>& to) { to ? qputenv(name, *to) : qunsetenv(name); };
-    const std::optional<QByteArray> saved =
-        qEnvironmentVariableIsSet(name) ? std::optional(qgetenv(name)) : std::nullopt;
-    set(value);
-    return qScopeGuard([set, saved] { set(saved); });
+    const auto saved = qEnvironmentVariableIsSet(name) ? std::optional(qgetenv(name)) : std::nullopt;
+    value.isNull() ? qunsetenv(name) : qputenv(name, value);
+    return qScopeGuard([=] { saved ? qputenv(name, *saved) : qunsetenv(name); });
 }
 
-class KeychainKeyStoreUnavailableTest : public ::testing::Test
+struct UnavailableRow
 {
-protected:
-    void SetUp() override
-    {
-        if (g_reachedKeyring) {
-            GTEST_SKIP() << "this process already holds a session bus connection; run this suite on its own";
-        }
-        ASSERT_TRUE(m_dir.isValid());
-    }
-
-    // Every operation fails the way callers expect, and each returns within `limit`.
-    static void expectEveryOperationFails(KeychainKeyStore& store, std::chrono::milliseconds limit)
-    {
-        const auto timed = [limit](const char* operation, auto call) {
-            const auto start = std::chrono::steady_clock::now();
-            call();
-            const auto elapsed = std::chrono::steady_clock::now() - start;
-            EXPECT_LT(elapsed, limit) << operation << " took "
-                                      << std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count()
-                                      << " ms";
-        };
-        timed("key", [&] { EXPECT_EQ(store.key(ProviderID::openai), std::nullopt); });
-        timed("hasKey", [&] { EXPECT_FALSE(store.hasKey(ProviderID::openai)); });
-        timed("save", [&] { EXPECT_FALSE(store.save("sk-nowhere", ProviderID::openai)); });
-        timed("remove", [&] { EXPECT_FALSE(store.remove(ProviderID::openai)); });
-    }
-
-    QTemporaryDir m_dir;
+    const char* name;
+    const char* bus; // the socket in the test's folder that DBUS_SESSION_BUS_ADDRESS names; null: unset
+    bool listening;  // something accepts connections there and never answers
+    std::chrono::milliseconds timeout;
+    std::chrono::milliseconds limit; // every operation returns within it
 };
 
-TEST_F(KeychainKeyStoreUnavailableTest, WithoutASessionBusNothingIsAttempted)
+class KeychainKeyStoreUnavailableTest : public ::testing::TestWithParam<UnavailableRow>
 {
-    const auto bus = environmentVariable("DBUS_SESSION_BUS_ADDRESS", std::nullopt);
-    const auto runtime = environmentVariable("XDG_RUNTIME_DIR", m_dir.path().toUtf8());
-    KeychainKeyStore store(30s);
-    // Far below the timeout: no job ran, so no daemon or prompt could have been started.
-    expectEveryOperationFails(store, 1s);
-}
+};
 
-TEST_F(KeychainKeyStoreUnavailableTest, BusAddressWithNobodyListeningFailsFast)
+// Every operation fails the way callers expect, in time.
+TEST_P(KeychainKeyStoreUnavailableTest, EveryOperationFailsInTime)
 {
-    const auto bus = environmentVariable("DBUS_SESSION_BUS_ADDRESS",
-                                         "unix:path=" + m_dir.filePath(QStringLiteral("no-bus")).toUtf8());
-    KeychainKeyStore store(2s);
-    expectEveryOperationFails(store, 2s + 1s);
-}
-
-// A bus that accepts connections but never answers: each call gives up at its timeout. Run last, since the
-// hanging job holds QtKeychain's queue for the rest of the process.
-TEST_F(KeychainKeyStoreUnavailableTest, SilentBusTimesOut)
-{
-    const QByteArray path = m_dir.filePath(QStringLiteral("silent-bus")).toUtf8();
+    if (g_reachedKeyring) {
+        GTEST_SKIP() << "this process already holds a session bus connection; run this suite on its own";
+    }
+    const UnavailableRow& row = GetParam();
+    const QTemporaryDir dir;
+    const QByteArray path = dir.filePath(QString::fromLatin1(row.bus)).toUtf8();
     const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    ASSERT_GE(listener, 0);
     const auto closeListener = qScopeGuard([listener] { ::close(listener); });
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    ASSERT_LT(static_cast<std::size_t>(path.size()), sizeof(address.sun_path));
-    std::copy(path.begin(), path.end(), address.sun_path);
-    ASSERT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-    ASSERT_EQ(::listen(listener, 16), 0);
-
-    const auto bus = environmentVariable("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
-    KeychainKeyStore store(300ms);
-    expectEveryOperationFails(store, 300ms + 1s);
+    if (row.listening) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::copy(path.begin(), path.end(), address.sun_path);
+        ASSERT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+        ASSERT_EQ(::listen(listener, 16), 0);
+    }
+    const auto bus = environmentVariable("DBUS_SESSION_BUS_ADDRESS", row.bus ? "unix:path=" + path : QByteArray());
+    const auto runtime = environmentVariable("XDG_RUNTIME_DIR", dir.path().toUtf8());
+    KeychainKeyStore store(row.timeout);
+    const auto timed = [&row](const char* operation, auto call) {
+        const auto start = std::chrono::steady_clock::now();
+        call();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, row.limit) << operation;
+    };
+    timed("key", [&] { EXPECT_EQ(store.key(ProviderID::openai), std::nullopt); });
+    timed("hasKey", [&] { EXPECT_FALSE(store.hasKey(ProviderID::openai)); });
+    timed("save", [&] { EXPECT_FALSE(store.save("sk-nowhere", ProviderID::openai)); });
+    timed("remove", [&] { EXPECT_FALSE(store.remove(ProviderID::openai)); });
 }
+
+// Without a bus nothing is attempted: far below the timeout, so no daemon or prompt could have started. A
+// silent bus runs last, since its hanging job holds QtKeychain's queue for the rest of the process.
+INSTANTIATE_TEST_SUITE_P(, KeychainKeyStoreUnavailableTest,
+                         ::testing::Values(UnavailableRow{"WithoutASessionBus", nullptr, false, 30s, 1s},
+                                           UnavailableRow{"NobodyListening", "no-bus", false, 2s, 3s},
+                                           UnavailableRow{"SilentBus", "silent-bus", true, 300ms, 1300ms}),
+                         test::ParamName());
 
 } // namespace
 } // namespace vesk::app

@@ -1,14 +1,6 @@
 #include "app/windows/PanelGeometry.h"
 
 #include <gtest/gtest.h>
-#include <ostream>
-
-QT_BEGIN_NAMESPACE
-inline void PrintTo(const QRect& rect, std::ostream* os)
-{
-    *os << "(" << rect.x() << ", " << rect.y() << ") " << rect.width() << "x" << rect.height();
-}
-QT_END_NAMESPACE
 
 namespace vesk::app {
 namespace {

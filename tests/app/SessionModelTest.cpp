@@ -1,8 +1,9 @@
+// The session's model and the composer's over the fake engine; the texts themselves are ReviewTextsTest's.
+
 #include "app/models/SessionModel.h"
 
 #include "app/models/ComposerModel.h"
 #include "support/FakeCorrectionEngine.h"
-#include "support/ManualExecutor.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -12,47 +13,31 @@
 namespace vesk::app {
 namespace {
 
-using Session = CorrectionSession;
-
 QVariantMap run(const char* text, const char* kind)
 {
     return {{"text", QString::fromUtf8(text)}, {"kind", QString::fromUtf8(kind)}};
 }
 
-class SessionModelTest : public ::testing::Test
+struct SessionModelTest : ::testing::Test
 {
-protected:
-    std::unique_ptr<Session> makeSession(std::string original, std::optional<std::string> sourceApp = "Mousepad")
-    {
-        return std::make_unique<Session>(Session::Reading{}, std::move(original), "", std::move(sourceApp),
-                                         fake.engine(), executor.executor());
-    }
-
     test::FakeCorrectionEngine fake;
-    test::ManualExecutor executor;
     SessionModel model;
 };
 
 TEST_F(SessionModelTest, FollowsTheSessionThroughItsPhases)
 {
-    auto session = makeSession("teh cat sat");
+    auto session = fake.session("teh cat sat");
     model.setSession(session.get());
     QSignalSpy changed(&model, &SessionModel::changed);
-    EXPECT_EQ(model.phase(), "reading");
     EXPECT_EQ(model.statusLine(), "Reading selection Mousepad");
-
     session->start();
-    fake.last().callbacks.onEvent(CorrectionEvent::makeDelta("the cat"));
-    executor.drain();
+    fake.write({"the cat"});
     EXPECT_EQ(model.phase(), "writing");
     EXPECT_EQ(model.streamingText(), "the cat");
 
     fake.complete({" sat."});
-    executor.drain();
     EXPECT_EQ(model.phase(), "result");
-    EXPECT_EQ(model.changeCount(), 2);
     EXPECT_EQ(model.subtitle(), QString::fromUtf8("2 changes · Grammar · Preserve original · from Mousepad"));
-    EXPECT_EQ(model.primaryTitle(), "Replace in Mousepad");
     EXPECT_EQ(model.streamingText(), "");
     EXPECT_EQ(model.diffPieces(), (QVariantList{run("teh", "deleted"), run("the", "inserted"), run(" cat sat", "same"),
                                                 run(".", "inserted")}));
@@ -61,13 +46,11 @@ TEST_F(SessionModelTest, FollowsTheSessionThroughItsPhases)
 
 TEST_F(SessionModelTest, FailureShowsItsMessageAndRetryRunsAgain)
 {
-    auto session = makeSession("hello");
+    auto session = fake.session("hello");
     model.setSession(session.get());
     session->start();
-    fake.last().callbacks.onFinish(ProviderError::missingAPIKey(ProviderID::anthropic));
-    executor.drain();
+    fake.fail(ProviderError::missingAPIKey(ProviderID::anthropic));
     EXPECT_EQ(model.phase(), "error");
-    EXPECT_EQ(model.failureTitle(), "No Anthropic key yet");
     EXPECT_EQ(model.failureMessage(), "Add your API key in Settings.");
     EXPECT_TRUE(model.offersOpenSettings());
 
@@ -80,45 +63,35 @@ TEST_F(SessionModelTest, FailureShowsItsMessageAndRetryRunsAgain)
 
 TEST_F(SessionModelTest, RegenerateKeepsTheResultOnScreenUntilTheNewOneArrives)
 {
-    auto session = makeSession("teh cat");
+    auto session = fake.session("teh cat");
     model.setSession(session.get());
     session->start();
     fake.complete({"the cat"});
-    executor.drain();
-
     model.regenerate();
     EXPECT_EQ(fake.streams.size(), 2U);
     EXPECT_EQ(model.phase(), "result");
     EXPECT_TRUE(model.isOverlaying());
 
     fake.complete({"teh cat"});
-    executor.drain();
     EXPECT_FALSE(model.isOverlaying());
     EXPECT_EQ(model.phase(), "noChanges");
-    EXPECT_EQ(model.primaryTitle(), "Keep original");
     EXPECT_EQ(model.diffPieces(), (QVariantList{run("teh cat", "same")}));
 }
 
 TEST_F(SessionModelTest, SessionNoLongerFollowedIsNotListenedTo)
 {
-    auto first = makeSession("one");
-    auto second = makeSession("two", std::nullopt);
+    auto first = fake.session("one");
+    auto second = fake.session("two", std::nullopt);
     model.setSession(first.get());
     first->start();
     model.setSession(second.get());
     QSignalSpy changed(&model, &SessionModel::changed);
-
     fake.complete({"One."});
-    executor.drain();
     EXPECT_EQ(changed.count(), 0);
     EXPECT_EQ(model.phase(), "reading");
-    EXPECT_EQ(model.statusLine(), "Reading selection");
 
-    auto outlivesTheModel = makeSession("three");
-    {
-        SessionModel shortLived;
-        shortLived.setSession(outlivesTheModel.get());
-    }
+    auto outlivesTheModel = fake.session("three");
+    SessionModel(nullptr).setSession(outlivesTheModel.get());
     outlivesTheModel->start(); // would reach the destroyed model if the hook held it
     EXPECT_EQ(fake.streams.size(), 2U);
 }
@@ -127,21 +100,18 @@ TEST_F(SessionModelTest, SubtitleUsesTheRunsSettingsOnceThereIsARun)
 {
     fake.settings.strength = CorrectionStrength::fullRewrite;
     fake.settings.tone = Tone::concise;
-    auto session = makeSession("hello", std::nullopt);
+    auto session = fake.session("hello", std::nullopt);
     model.setSession(session.get());
     EXPECT_EQ(model.subtitle(), "") << "no settings known before the run";
     session->start();
     EXPECT_EQ(model.subtitle(), QString::fromUtf8("Rewrite · Concise"));
 }
 
-class ComposerModelTest : public ::testing::Test
+struct ComposerModelTest : ::testing::Test
 {
-protected:
     test::FakeCorrectionEngine fake;
-    test::ManualExecutor executor;
     ComposerModel composer{[this](std::string original) {
-        return std::make_unique<Session>(Session::Editing{}, std::move(original), "", std::nullopt, fake.engine(),
-                                         executor.executor());
+        return fake.session(std::move(original), std::nullopt, CorrectionSession::Editing{});
     }};
 };
 
@@ -156,9 +126,7 @@ TEST_F(ComposerModelTest, FixGrammarCorrectsTheEditorsText)
     composer.fixGrammar();
     ASSERT_EQ(fake.streams.size(), 1U);
     EXPECT_EQ(fake.last().text, "teh cat");
-    EXPECT_EQ(composer.session()->phase(), "writing");
     EXPECT_FALSE(composer.session()->isEditing());
-
     composer.session()->cancel();
     EXPECT_TRUE(composer.session()->isEditing());
     EXPECT_TRUE(fake.last().cancelled);
@@ -170,14 +138,11 @@ TEST_F(ComposerModelTest, CopyPutsTheCorrectionOnTheClipboardAndRecordsOnce)
     EXPECT_FALSE(composer.copyResult()) << "nothing to copy yet";
     composer.fixGrammar();
     fake.complete({"the cat"});
-    executor.drain();
-
     EXPECT_TRUE(composer.copyResult());
     EXPECT_TRUE(composer.copyResult());
     EXPECT_EQ(QGuiApplication::clipboard()->text(), "the cat");
     ASSERT_EQ(fake.records.size(), 1U);
     EXPECT_EQ(fake.records.front().sourceApp, std::nullopt);
-    EXPECT_EQ(fake.records.front().changeCount, 1);
 }
 
 TEST_F(ComposerModelTest, EveryNewDraftLoadsAndOnlyStartingDraftsCorrect)
@@ -186,7 +151,6 @@ TEST_F(ComposerModelTest, EveryNewDraftLoadsAndOnlyStartingDraftsCorrect)
     composer.load(reuse);
     EXPECT_EQ(composer.text(), "Reused text");
     EXPECT_TRUE(fake.streams.empty());
-
     composer.setText("edited since");
     composer.load(reuse);
     EXPECT_EQ(composer.text(), "edited since") << "a draft loads once";
@@ -195,15 +159,12 @@ TEST_F(ComposerModelTest, EveryNewDraftLoadsAndOnlyStartingDraftsCorrect)
     composer.load(ComposerDraft{QUuid::createUuid(), "teh original", true});
     EXPECT_EQ(fake.streams.size(), 2U) << "the same text rerun twice runs twice";
     EXPECT_TRUE(fake.streams.front()->cancelled) << "the newer run replaces the older";
-    EXPECT_EQ(composer.text(), "teh original");
 }
 
 TEST_F(ComposerModelTest, CounterCountsUserPerceivedCharacters)
 {
     composer.setText(QString::fromUtf8("e\xCC\x81"));
     EXPECT_EQ(composer.characterCountText(), "1 character");
-    composer.setText(QString(1234, 'x'));
-    EXPECT_EQ(composer.characterCountText(), QLocale().toString(1234) + " characters");
 }
 
 } // namespace

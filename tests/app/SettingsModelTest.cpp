@@ -1,14 +1,10 @@
 #include "app/models/SettingsModel.h"
 
-#include "ViewTesting.h"
 #include "app/services/AppSettings.h"
 #include "app/services/ShortcutSettings.h"
 #include "support/InMemoryKeyStore.h"
+#include "support/SettingsFile.h"
 
-#include <QQuickItem>
-#include <QQuickView>
-#include <QSettings>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace vesk::app {
@@ -17,21 +13,11 @@ namespace {
 class SettingsModelTest : public ::testing::Test
 {
 protected:
-    static void SetUpTestSuite() { test::useSoftwareRendering(); }
-
-    std::unique_ptr<QSettings> storage(const char* name) const
-    {
-        return std::make_unique<QSettings>(m_dir.filePath(name), QSettings::IniFormat);
-    }
-
-    QTemporaryDir m_dir;
-    AppSettings m_settings{storage("vesk.conf")};
-    ShortcutSettings m_shortcuts{storage("shortcuts.conf")};
-    std::shared_ptr<InMemoryKeyStore> m_keys = std::make_shared<InMemoryKeyStore>();
-    ProviderConnection m_connection{
-        m_settings, m_keys, [](const ProviderConnection::Probe&, std::stop_token) -> std::optional<ProviderError> {
-            return ProviderError::http(401, "Incorrect API key");
-        }};
+    test::SettingsFile m_file;
+    AppSettings m_settings{m_file.open()};
+    ShortcutSettings m_shortcuts{m_file.open()};
+    ProviderConnection m_connection{m_settings, std::make_shared<InMemoryKeyStore>(),
+                                    ProviderConnection::correctionProbe(nullptr)};
     SettingsModel m_model{m_settings, m_connection, m_shortcuts};
 };
 
@@ -47,7 +33,7 @@ TEST_F(SettingsModelTest, EveryControlIsStoredAtOnce)
     m_connection.selectProvider("anthropic");
     m_model.setModel("claude-sonnet-4-6");
 
-    const AppSettings reloaded(storage("vesk.conf"));
+    const AppSettings reloaded(m_file.open());
     const CorrectionSettings& c = reloaded.correction();
     EXPECT_EQ(c.strength, CorrectionStrength::clarityFlow);
     EXPECT_EQ(c.tone, Tone::friendly);
@@ -86,37 +72,6 @@ TEST_F(SettingsModelTest, UnusableBaseAddressIsKeptInTheFieldButNotStored)
     EXPECT_EQ(m_settings.endpoint(ProviderID::openai), "");
     EXPECT_EQ(m_model.privacyNote(), "Your text goes straight to OpenAI over an encrypted connection. Nothing passes "
                                      "through Vesk's servers or is used for training.");
-}
-
-// The whole section in its states, as PNG files for a look by eye.
-TEST_F(SettingsModelTest, ViewLoadsWithoutQmlWarnings)
-{
-    const test::WarningRecorder recorder;
-    QQuickView view;
-    view.setInitialProperties({{"settings", QVariant::fromValue(&m_model)}});
-    view.setResizeMode(QQuickView::SizeRootObjectToView);
-    view.setColor(QColor("#1c1c1e"));
-    view.resize(700, 1400);
-    QmlWindow::useModule(*view.engine());
-    view.setSource(QmlWindow::viewUrl("SettingsView"));
-    ASSERT_EQ(view.status(), QQuickView::Ready);
-    view.show();
-    test::settle(&view);
-    EXPECT_TRUE(view.grabWindow().save(test::artifactsDir().filePath("settings-no-key.png")));
-
-    m_connection.setDraft("sk-typed");
-    m_connection.verifyAndSave();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_connection.status() == ProviderConnection::Status::failed; }));
-    m_model.setBaseAddress("localhost");
-    test::settle(&view);
-    EXPECT_TRUE(view.grabWindow().save(test::artifactsDir().filePath("settings-rejected-key.png")));
-
-    m_keys->save("sk-saved", ProviderID::anthropic);
-    m_connection.selectProvider("anthropic");
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_connection.hasSavedKey(); }));
-    test::settle(&view);
-    EXPECT_TRUE(view.grabWindow().save(test::artifactsDir().filePath("settings-saved-key.png")));
-    EXPECT_EQ(recorder.warnings(), "");
 }
 
 } // namespace

@@ -1,12 +1,9 @@
 #include "app/models/ShortcutRecorder.h"
 
-#include "ViewTesting.h"
 #include "app/services/ShortcutSettings.h"
 #include "support/SettingsFile.h"
-#include "support/fake/FakeGlobalShortcut.h"
+#include "support/fake/FakePlatform.h"
 
-#include <QQmlComponent>
-#include <QQmlEngine>
 #include <gtest/gtest.h>
 
 namespace vesk::app {
@@ -56,21 +53,6 @@ TEST_F(ShortcutRecorderTest, EscapeStopsAndClearRemovesTheShortcut)
     m_recorder.clear();
     EXPECT_EQ(m_recorder.shortcutText(), "");
     EXPECT_EQ(m_settings.shortcut(ShortcutSettings::fixGrammar), std::nullopt);
-}
-
-TEST_F(ShortcutRecorderTest, FieldLoadsAndFollowsTheRecorder)
-{
-    const test::WarningRecorder warnings;
-    QQmlEngine engine;
-    QmlWindow::useModule(engine);
-    QQmlComponent component(&engine, QmlWindow::viewUrl("ShortcutRecorderField"));
-    std::unique_ptr<QObject> field(
-        component.createWithInitialProperties({{QStringLiteral("recorder"), QVariant::fromValue(&m_recorder)}}));
-    ASSERT_NE(field, nullptr) << component.errorString().toStdString();
-    m_recorder.start();
-    m_recorder.keyPressed(Qt::Key_J, Qt::MetaModifier);
-    QCoreApplication::processEvents();
-    EXPECT_EQ(warnings.warnings(), "");
 }
 
 } // namespace

@@ -20,12 +20,8 @@ namespace vesk::test {
 class WarningRecorder
 {
 public:
-    WarningRecorder() : m_previous(qInstallMessageHandler(&WarningRecorder::handle)) { current() = this; }
-    ~WarningRecorder()
-    {
-        qInstallMessageHandler(m_previous);
-        current() = nullptr;
-    }
+    WarningRecorder() : m_previous(qInstallMessageHandler(&WarningRecorder::handle)) { s_current = this; }
+    ~WarningRecorder() { qInstallMessageHandler(m_previous), s_current = nullptr; }
     WarningRecorder(const WarningRecorder&) = delete;
     WarningRecorder& operator=(const WarningRecorder&) = delete;
 
@@ -37,27 +33,21 @@ public:
     }
 
 private:
-    static WarningRecorder*& current()
-    {
-        static WarningRecorder* recorder = nullptr;
-        return recorder;
-    }
-
     static void handle(QtMsgType type, const QMessageLogContext& context, const QString& message)
     {
-        WarningRecorder* recorder = current();
         const QLatin1String category(context.category != nullptr ? context.category : "");
-        const bool fromQml = category == QLatin1String("qml") || category == QLatin1String("js") ||
-                             category.startsWith(QLatin1String("qt.qml")) || message.contains(QLatin1String(".qml"));
-        if (recorder != nullptr && fromQml && type != QtDebugMsg && type != QtInfoMsg) {
-            const QMutexLocker lock(&recorder->m_mutex);
-            recorder->m_warnings << message;
+        if ((category == "qml" || category == "js" || category.startsWith(QLatin1String("qt.qml")) ||
+             message.contains(QLatin1String(".qml"))) &&
+            type != QtDebugMsg && type != QtInfoMsg) {
+            const QMutexLocker lock(&s_current->m_mutex);
+            s_current->m_warnings << message;
         }
-        if (recorder != nullptr && recorder->m_previous != nullptr) {
-            recorder->m_previous(type, context, message);
+        if (s_current->m_previous != nullptr) {
+            s_current->m_previous(type, context, message);
         }
     }
 
+    static inline WarningRecorder* s_current = nullptr;
     QtMessageHandler m_previous;
     mutable QMutex m_mutex;
     QStringList m_warnings;
@@ -72,11 +62,7 @@ inline void useSoftwareRendering()
 // Screenshots go to VESK_ARTIFACTS_DIR, or to artifacts/ beside the test binary's folder (the build dir).
 inline QDir artifactsDir()
 {
-    QString path = qEnvironmentVariable("VESK_ARTIFACTS_DIR");
-    if (path.isEmpty()) {
-        path = QCoreApplication::applicationDirPath() + QStringLiteral("/../artifacts");
-    }
-    QDir dir(path);
+    QDir dir(qEnvironmentVariable("VESK_ARTIFACTS_DIR", QCoreApplication::applicationDirPath() + "/../artifacts"));
     dir.mkpath(QStringLiteral("."));
     return QDir(dir.absolutePath());
 }
@@ -84,10 +70,7 @@ inline QDir artifactsDir()
 // Lets bindings, layout and a frame or two settle.
 inline void settle(QQuickWindow* window)
 {
-    for (int i = 0; i < 5; ++i) {
-        QCoreApplication::processEvents();
-        QTest::qWait(20);
-    }
+    QTest::qWait(100);
     if (window != nullptr && window->isVisible()) {
         std::ignore = QTest::qWaitForWindowExposed(window, 1000);
     }

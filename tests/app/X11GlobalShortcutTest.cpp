@@ -15,31 +15,11 @@ const KeyCombination altG{Qt::Key_G, Qt::AltModifier};
 constexpr const char* name = "fixGrammar";
 
 // A second X client, as another program holding keys would be.
-class OtherClient
+using OtherClient = std::unique_ptr<Display, int (*)(Display*)>;
+OtherClient otherClient()
 {
-public:
-    OtherClient() : m_display(XOpenDisplay(nullptr)) {}
-    ~OtherClient()
-    {
-        if (m_display) {
-            XCloseDisplay(m_display);
-        }
-    }
-    OtherClient(const OtherClient&) = delete;
-    OtherClient& operator=(const OtherClient&) = delete;
-
-    Display* display() const { return m_display; }
-    // Grabs Alt+G with exactly `modifiers` (no lock variants), as a careless program would.
-    void grabAltG(unsigned modifiers)
-    {
-        XGrabKey(m_display, XKeysymToKeycode(m_display, 'g'), modifiers, DefaultRootWindow(m_display), False,
-                 GrabModeAsync, GrabModeAsync);
-        XSync(m_display, False);
-    }
-
-private:
-    Display* m_display;
-};
+    return {XOpenDisplay(nullptr), XCloseDisplay};
+}
 
 class X11GlobalShortcutTest : public test::X11Test
 {
@@ -96,18 +76,21 @@ TEST_F(X11GlobalShortcutTest, HeldKeyFiresOnceDespiteAutoRepeat)
 TEST_F(X11GlobalShortcutTest, KeysHeldByAnotherProgramAreRefusedAndNothingStaysGrabbed)
 {
     {
-        OtherClient other;
-        ASSERT_NE(other.display(), nullptr);
-        // Only the Num Lock variant is taken: our other three grabs succeed and must be undone.
-        other.grabAltG(Mod1Mask | Mod2Mask);
+        const OtherClient other = otherClient();
+        ASSERT_NE(other, nullptr);
+        // Only the Num Lock variant is taken, as a careless program would: our other three grabs succeed and
+        // must be undone.
+        XGrabKey(other.get(), XKeysymToKeycode(other.get(), 'g'), Mod1Mask | Mod2Mask, DefaultRootWindow(other.get()),
+                 False, GrabModeAsync, GrabModeAsync);
+        XSync(other.get(), False);
         QString error;
         EXPECT_FALSE(m_shortcut->setShortcut(name, altG, &error));
         EXPECT_EQ(error, "Alt+G is already taken by another program. Choose another shortcut, or free it in that "
                          "program's or your desktop's keyboard settings.");
     }
     // With the other program gone, a newcomer gets every variant: none of ours was left behind.
-    OtherClient newcomer;
-    X11GlobalShortcut newcomerShortcut(newcomer.display());
+    const OtherClient newcomer = otherClient();
+    X11GlobalShortcut newcomerShortcut(newcomer.get());
     QString error;
     EXPECT_TRUE(newcomerShortcut.setShortcut("newcomer", altG, &error)) << error.toStdString();
 }
@@ -118,9 +101,9 @@ TEST_F(X11GlobalShortcutTest, PausingLetsTheKeysGoUntilResumed)
     m_shortcut->setPaused(true);
     {
         // While paused, the keys are free: another client can take them.
-        OtherClient other;
+        const OtherClient other = otherClient();
         QString error;
-        X11GlobalShortcut competitor(other.display());
+        X11GlobalShortcut competitor(other.get());
         EXPECT_TRUE(competitor.setShortcut("other", altG, &error)) << error.toStdString();
     }
     keys({"key", "alt+g"});

@@ -4,6 +4,7 @@
 
 #include "core/CorrectionEngine.h"
 #include "core/CorrectionSession.h"
+#include "support/ManualExecutor.h"
 
 #include <memory>
 #include <string>
@@ -42,19 +43,43 @@ public:
 
     Stream& last() { return *streams.back(); }
 
-    // Plays the pieces of a reply on the last stream, then its normal end.
+    // A session on this engine whose stream events wait in `mainThread` until the test plays them.
+    std::unique_ptr<CorrectionSession> session(std::string original, std::optional<std::string> sourceApp = "Mousepad",
+                                               CorrectionSession::State state = CorrectionSession::Reading{})
+    {
+        return std::make_unique<CorrectionSession>(std::move(state), std::move(original), "", std::move(sourceApp),
+                                                   engine(), mainThread.executor());
+    }
+
+    // Plays the pieces of a reply on the last stream, then its normal end; then runs what reached
+    // `mainThread`.
     void complete(const std::vector<std::string>& pieces, TokenUsage usage = {10, 3})
+    {
+        write(pieces);
+        last().callbacks.onEvent(CorrectionEvent::makeDone(usage));
+        last().callbacks.onFinish(std::nullopt);
+        mainThread.drain();
+    }
+
+    // Plays pieces of a reply that is still coming.
+    void write(const std::vector<std::string>& pieces)
     {
         for (const auto& piece : pieces) {
             last().callbacks.onEvent(CorrectionEvent::makeDelta(piece));
         }
-        last().callbacks.onEvent(CorrectionEvent::makeDone(usage));
-        last().callbacks.onFinish(std::nullopt);
+        mainThread.drain();
+    }
+
+    void fail(ProviderError error)
+    {
+        last().callbacks.onFinish(std::move(error));
+        mainThread.drain();
     }
 
     CorrectionSettings settings;
     std::vector<std::shared_ptr<Stream>> streams;
     std::vector<AcceptedCorrection> records;
+    ManualExecutor mainThread;
 };
 
 } // namespace vesk::test

@@ -1,6 +1,7 @@
 #pragma once
 
-// Keys kept in memory, for tests that need a key store without a keyring. Thread-safe.
+// Keys kept in memory, for tests that need a key store without a keyring. Thread-safe; keys are stored as
+// given, untrimmed, and an empty string counts as a key.
 
 #include "core/APIKeyStore.h"
 
@@ -14,10 +15,25 @@ class InMemoryKeyStore final : public APIKeyStore
 public:
     explicit InMemoryKeyStore(std::map<ProviderID, std::string> keys = {}) : m_keys(std::move(keys)) {}
 
-    std::optional<std::string> key(ProviderID provider) override;
-    bool hasKey(ProviderID provider) override;                     // an empty string counts as a key
-    bool save(std::string_view key, ProviderID provider) override; // stored as given, untrimmed
-    bool remove(ProviderID provider) override;
+    std::optional<std::string> key(ProviderID provider) override
+    {
+        const std::scoped_lock lock(m_mutex);
+        const auto found = m_keys.find(provider);
+        return found == m_keys.end() ? std::nullopt : std::optional(found->second);
+    }
+    bool hasKey(ProviderID provider) override { return key(provider).has_value(); }
+    bool save(std::string_view key, ProviderID provider) override
+    {
+        const std::scoped_lock lock(m_mutex);
+        m_keys[provider] = std::string(key);
+        return true;
+    }
+    bool remove(ProviderID provider) override
+    {
+        const std::scoped_lock lock(m_mutex);
+        m_keys.erase(provider);
+        return true;
+    }
 
 private:
     std::mutex m_mutex;
