@@ -31,8 +31,25 @@ public:
 
     [[nodiscard]] bool isDark() const { return m_colorScheme.scheme() == ColorScheme::Scheme::dark; }
     [[nodiscard]] bool reduceMotion() const;
-    // Where the wish for less motion comes from: the platform's appearance, which outlives every window.
-    void setDesktop(DesktopAppearance& desktop) { m_desktop = &desktop; }
+    // Where the wish for less motion comes from: the platform's appearance, pointed at while any window lives, so a
+    // desktop that has gone with its windows (a test's, say) is never asked.
+    class DesktopLink
+    {
+    public:
+        explicit DesktopLink(DesktopAppearance& desktop)
+        {
+            instance().m_desktop = &desktop;
+            ++instance().m_desktopLinks;
+        }
+        ~DesktopLink()
+        {
+            if (--instance().m_desktopLinks == 0) {
+                instance().m_desktop = nullptr;
+            }
+        }
+        DesktopLink(const DesktopLink&) = delete;
+        DesktopLink& operator=(const DesktopLink&) = delete;
+    };
     // For screenshots of both palettes; the desktop's next change of preference takes over again.
     void setScheme(ColorScheme::Scheme scheme) { m_colorScheme.setScheme(scheme); }
 
@@ -44,6 +61,7 @@ private:
 
     ColorScheme m_colorScheme;
     DesktopAppearance* m_desktop = nullptr;
+    int m_desktopLinks = 0;
 };
 
 } // namespace vesk::app

@@ -2,24 +2,24 @@
 
 #include "app/models/Appearance.h"
 #include "app/models/ComposerModel.h"
-#include "app/services/CorrectionEnvironment.h"
 #include "app/models/HistoryActions.h"
 #include "app/models/HistoryListModel.h"
 #include "app/models/HomeModel.h"
 #include "app/models/OverviewModel.h"
 #include "app/models/SettingsModel.h"
+#include "app/services/CorrectionEnvironment.h"
 #include "app/windows/QmlWindow.h"
 
 #include <QQuickView>
-
 
 namespace vesk::app {
 
 struct HomeWindow::Private
 {
     Private(HomeWindow& owner, CorrectionEnvironment& environment, HistoryStore& history,
-            ProviderConnection& connection, ShortcutSettings& shortcuts)
-        : composer(
+            ProviderConnection& connection, ShortcutSettings& shortcuts, DesktopAppearance& desktop)
+        : desktopLink(desktop),
+          composer(
               [&environment](std::string original) {
                   return environment.makeSession(CorrectionSession::Editing{}, std::move(original), std::nullopt);
               },
@@ -35,6 +35,7 @@ struct HomeWindow::Private
 
     QVariantMap viewProperties();
 
+    Appearance::DesktopLink desktopLink;
     HomeModel home;
     ComposerModel composer;
     OverviewModel overview;
@@ -62,9 +63,8 @@ QVariantMap HomeWindow::Private::viewProperties()
 
 HomeWindow::HomeWindow(CorrectionEnvironment& environment, HistoryStore& history, ProviderConnection& connection,
                        ShortcutSettings& shortcuts, DesktopAppearance& appearance, QObject* parent)
-    : QObject(parent), d(std::make_unique<Private>(*this, environment, history, connection, shortcuts))
+    : QObject(parent), d(std::make_unique<Private>(*this, environment, history, connection, shortcuts, appearance))
 {
-    Appearance::instance().setDesktop(appearance);
 }
 
 HomeWindow::~HomeWindow() = default;

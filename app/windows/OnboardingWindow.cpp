@@ -10,15 +10,15 @@ namespace vesk::app {
 OnboardingWindow::OnboardingWindow(AppSettings& settings, HistoryStore& history, ProviderConnection& connection,
                                    const ShortcutSettings* shortcuts, OnboardingModel::Desktop desktop,
                                    DesktopAppearance& appearance, QObject* parent)
-    : QObject(parent), m_settings(settings), m_history(history), m_connection(connection), m_shortcuts(shortcuts),
-      m_desktop(std::move(desktop)), m_window(QStringLiteral("OnboardingView"), [](QQuickView& view) {
+    : QObject(parent), m_desktopLink(appearance), m_settings(settings), m_history(history), m_connection(connection),
+      m_shortcuts(shortcuts), m_desktop(std::move(desktop)),
+      m_window(QStringLiteral("OnboardingView"), [](QQuickView& view) {
           view.setTitle(QStringLiteral("Welcome to Vesk"));
           view.setMinimumSize(QSize(560, 620));
           view.setMaximumSize(QSize(560, 620));
           view.resize(560, 620);
       })
 {
-    Appearance::instance().setDesktop(appearance);
 }
 
 OnboardingWindow::~OnboardingWindow() = default;

@@ -3,6 +3,7 @@
 // The first-launch window: a short guide from choosing a provider to a first correction. Each show starts
 // the guide afresh; finishing it closes the window and marks setup as done.
 
+#include "app/models/Appearance.h"
 #include "app/models/OnboardingModel.h"
 #include "app/windows/QmlWindow.h"
 
@@ -39,6 +40,7 @@ signals:
     void finished();
 
 private:
+    Appearance::DesktopLink m_desktopLink;
     AppSettings& m_settings;
     HistoryStore& m_history;
     ProviderConnection& m_connection;

@@ -1,11 +1,11 @@
 #include "app/windows/ReviewPanelController.h"
 
-#include "app/windows/PanelGeometry.h"
-#include "app/windows/QmlWindow.h"
+#include "app/models/Appearance.h"
 #include "app/models/ReviewActions.h"
 #include "app/models/SessionModel.h"
-#include "app/models/Appearance.h"
 #include "app/platform/DesktopAppearance.h"
+#include "app/windows/PanelGeometry.h"
+#include "app/windows/QmlWindow.h"
 
 #include <QCursor>
 #include <QGuiApplication>
@@ -16,7 +16,6 @@
 #include <QScreen>
 #include <QSurfaceFormat>
 #include <cmath>
-
 
 namespace vesk::app {
 
@@ -39,7 +38,10 @@ std::optional<QRect> availableAreaUnderPointer()
 
 struct ReviewPanelController::Private
 {
-    Private(AppSettings& settings, DesktopAppearance& desktop) : appearance(desktop), model(&settings) {}
+    Private(AppSettings& settings, DesktopAppearance& desktop)
+        : appearance(desktop), desktopLink(desktop), model(&settings)
+    {
+    }
 
     void setUp(QQuickView& view);
     void place();
@@ -47,6 +49,7 @@ struct ReviewPanelController::Private
     void updateMask();
 
     DesktopAppearance& appearance;
+    Appearance::DesktopLink desktopLink;
     SessionModel model;
     ReviewActions actions;
     // A fresh view for every correction, so nothing of the last one (scroll position, hover, focus) carries
@@ -124,7 +127,6 @@ void ReviewPanelController::Private::fitContent()
 ReviewPanelController::ReviewPanelController(AppSettings& settings, DesktopAppearance& appearance, QObject* parent)
     : QObject(parent), d(std::make_unique<Private>(settings, appearance))
 {
-    Appearance::instance().setDesktop(appearance);
 }
 
 ReviewPanelController::~ReviewPanelController()
