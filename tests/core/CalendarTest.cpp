@@ -15,10 +15,7 @@ using test::pinned;
 
 TEST(Calendar, AddingDaysKeepsTheWallClockTimeOrGivesNothingOutOfRange)
 {
-    // New York springs forward on 8 March 2026, so that week back is 167 hours. (The week's statistics pin both
-    // changes of the year to the second.)
-    EXPECT_EQ(pinned("America/New_York").addingDays(at(2026y / March / 10, 12h, -4h), -7),
-              at(2026y / March / 3, 12h, -5h));
+    // Across a change of the clocks, the week's statistics pin it to the second.
     const Calendar utc = pinned("UTC");
     EXPECT_EQ(utc.addingDays(at(2028y / March / 3, 8h, 0h), -7), at(2028y / February / 25, 8h, 0h)) << "leap day";
     const TimePoint now = at(2026y / January / 15, 0h, 0h) + 123'456'789ns;

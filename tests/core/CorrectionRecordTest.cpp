@@ -95,7 +95,6 @@ TEST(HistoryFormat, CostsTokensAndCounts)
     EXPECT_EQ(historyformat::costLabel(1234.5), "$1234.50");
     EXPECT_EQ(historyformat::tokensLabel(1234567, "de_DE"), "1.234.567 tokens");
     EXPECT_EQ(historyformat::countLabel(1), "1 correction");
-    EXPECT_EQ(historyformat::clearMessage(1), "This permanently removes all 1 saved corrections.");
 }
 
 } // namespace
