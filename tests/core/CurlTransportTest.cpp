@@ -232,42 +232,22 @@ TEST_P(CurlTransportFaults, EndAsNamed)
     EXPECT_LT(Clock::now() - started, shortDeadline + 1s);
 }
 
-ScriptedResponse stalledAfter(std::vector<std::string> events)
-{
-    ScriptedResponse response = ScriptedResponse::events(std::move(events));
-    response.ending = Ending::stall;
-    return response;
-}
-
-ScriptedResponse withDelay(ScriptedResponse response, std::chrono::milliseconds headDelay)
-{
-    response.headDelay = headDelay;
-    return response;
-}
-
-ScriptedResponse withHeader(ScriptedResponse response, std::string name, std::string value)
-{
-    response.headers.emplace_back(std::move(name), std::move(value));
-    return response;
-}
-
 INSTANTIATE_TEST_SUITE_P(
     Servers, CurlTransportFaults,
     ::testing::Values(
         FaultCase("StallsBeforeHead", ScriptedResponse::stallBeforeHead(), ProviderError::timeout(), shortIdle),
-        FaultCase("StallsMidStream", stalledAfter({"data: {}\n\n"}), ProviderError::timeout(), shortIdle),
+        FaultCase("StallsMidStream", {.body = {"data: {}\n\n"}, .ending = Ending::stall}, ProviderError::timeout(),
+                  shortIdle),
         // A keep-alive every 100 ms keeps the idle limit away but not the deadline.
         FaultCase("TricklesPastTheDeadline", ScriptedResponse::events(std::vector<std::string>(100, ":\n"), 100ms),
                   ProviderError::deadlineExceeded(), shortDeadline),
         FaultCase("Redirect",
-                  withHeader(ScriptedResponse::text(301, "text/html", "Moved"), "Location",
-                             "https://api.example.com/v1/messages"),
+                  {.status = 301, .headers = {{"Location", "https://api.example.com/v1/messages"}}, .body = {"Moved"}},
                   ProviderError::redirect(301, "https://api.example.com/v1/messages")),
-        FaultCase("OversizedHeader",
-                  withHeader(ScriptedResponse::events({"data: {}\n\n"}), "X-Padding", std::string(300'000, 'p')),
+        FaultCase("OversizedHeader", {.headers = {{"X-Padding", std::string(300'000, 'p')}}, .body = {"data: {}\n\n"}},
                   ProviderError::invalidResponse("a response header longer than 100 KB")),
         FaultCase("NotHttp", ScriptedResponse::garbage(), ProviderError::invalidResponse()),
-        FaultCase("SlowDrip", withDelay(ScriptedResponse::events(std::vector<std::string>(10, "data\n"), 100ms), 150ms),
+        FaultCase("SlowDrip", {.body = std::vector<std::string>(10, "data\n"), .gap = 100ms, .headDelay = 150ms},
                   std::nullopt, 1s)),
     test::ParamName());
 
@@ -291,7 +271,7 @@ TEST_F(CurlTransportTest, ReusesTheConnectionAcrossTransports)
 TEST_F(CurlTransportTest, StopsPromptlyWhenCancelled)
 {
     server.enqueue(ScriptedResponse::stallBeforeHead());
-    server.enqueue(stalledAfter({"data: first\n"}));
+    server.enqueue({.body = {"data: first\n"}, .ending = Ending::stall});
     server.enqueue(ScriptedResponse::events(std::vector<std::string>(2000, "data: drip\n"), 1ms));
     const std::function<bool(std::size_t)> stopWhen[] = {
         [&](std::size_t) { return server.requests().size() == 1u; },
