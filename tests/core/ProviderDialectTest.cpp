@@ -71,63 +71,34 @@ TEST(OpenAIRequest, IsTheStreamedChatCompletionWithUsage)
                                     R"({"role":"user","content":"\u27E6TEXT\u27E7\nHello\n\u27E6/TEXT\u27E7"}]})"));
 }
 
-struct EndpointRow
+// A base address, with or without the version and slashes, gets the provider's fixed path.
+TEST(ProviderRequest, EndpointsAppendTheFixedPathToTheBase)
 {
-    const char* name;
-    ProviderID provider;
-    std::string baseUrl;
-    std::string url;
-};
-
-class Endpoints : public ::testing::TestWithParam<EndpointRow>
-{
-};
-
-TEST_P(Endpoints, AppendTheFixedPathToTheBase)
-{
-    EXPECT_EQ(requestOf(*makeDialect(GetParam().provider, GetParam().baseUrl), "x").url, GetParam().url);
+    const auto url = [](ProviderID provider, std::string base) {
+        return requestOf(*makeDialect(provider, std::move(base)), "x").url;
+    };
+    EXPECT_EQ(url(ProviderID::openai, "http://localhost:11434"), "http://localhost:11434/v1/chat/completions");
+    EXPECT_EQ(url(ProviderID::openai, "http://localhost:11434/v1/"), "http://localhost:11434/v1/chat/completions");
+    EXPECT_EQ(url(ProviderID::openai, "http://gw.example.com/openai-v1"),
+              "http://gw.example.com/openai-v1/v1/chat/completions");
+    EXPECT_EQ(url(ProviderID::anthropic, "https://gateway.example.com//"), "https://gateway.example.com/v1/messages");
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    ProviderRequest, Endpoints,
-    ::testing::Values(EndpointRow("Ollama", ProviderID::openai, "http://localhost:11434",
-                                  "http://localhost:11434/v1/chat/completions"),
-                      EndpointRow("BaseWithVersion", ProviderID::openai, "http://localhost:11434/v1/",
-                                  "http://localhost:11434/v1/chat/completions"),
-                      EndpointRow("VersionInsideAWord", ProviderID::openai, "http://gw.example.com/openai-v1",
-                                  "http://gw.example.com/openai-v1/v1/chat/completions"),
-                      EndpointRow("AnthropicProxy", ProviderID::anthropic, "https://gateway.example.com//",
-                                  "https://gateway.example.com/v1/messages")),
-    test::ParamName());
-
-struct MaxTokensRow
-{
-    const char* name;
-    std::string_view piece;
-    std::size_t copies;
-    int maxTokens;
-};
-
-class AnthropicMaxTokens : public ::testing::TestWithParam<MaxTokensRow>
-{
-};
 
 // Half the UTF-8 bytes of the text alone, not of the wrapped message, between a floor and a cap.
-TEST_P(AnthropicMaxTokens, FollowTheTextsByteCount)
+TEST(AnthropicRequest, MaxTokensFollowTheTextsByteCount)
 {
-    std::string text;
-    for (std::size_t i = 0; i < GetParam().copies; ++i) {
-        text += GetParam().piece;
-    }
-    EXPECT_EQ(bodyOf(requestOf(*makeDialect(ProviderID::anthropic), text))["max_tokens"], GetParam().maxTokens);
+    const auto maxTokens = [](std::string_view piece, std::size_t copies) {
+        std::string text;
+        for (std::size_t i = 0; i < copies; ++i) {
+            text += piece;
+        }
+        return bodyOf(requestOf(*makeDialect(ProviderID::anthropic), text))["max_tokens"];
+    };
+    EXPECT_EQ(maxTokens("a", 511), 256) << "the floor";
+    EXPECT_EQ(maxTokens("\u00E9", 300), 300) << "bytes, not characters";
+    EXPECT_EQ(maxTokens("a", 32767), 16383);
+    EXPECT_EQ(maxTokens("a", 40000), 16384) << "the cap";
 }
-
-INSTANTIATE_TEST_SUITE_P(ProviderRequest, AnthropicMaxTokens,
-                         ::testing::Values(MaxTokensRow("FloorBelow512Bytes", "a", 511, 256),
-                                           MaxTokensRow("TwoByteCharactersCountTwice", "\u00E9", 300, 300),
-                                           MaxTokensRow("JustBelowTheCap", "a", 32767, 16383),
-                                           MaxTokensRow("CapFrom32768Bytes", "a", 40000, 16384)),
-                         test::ParamName());
 
 // Stream payloads
 
