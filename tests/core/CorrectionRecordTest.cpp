@@ -27,7 +27,6 @@ CorrectionRecord from(std::string model, std::optional<TokenUsage> usage)
 TEST(CorrectionRecord, FromAnAcceptedCorrection)
 {
     const CorrectionRecord priced = from("claude-haiku-4-5-20251001", TokenUsage{2000, 500});
-    EXPECT_EQ(priced.providerRaw, "anthropic");
     EXPECT_EQ(priced.settingsLabel(), "Polish \u00B7 Preserve original");
     EXPECT_EQ(historyformat::detailLine(priced, "en_US"),
               "claude-haiku-4-5-20251001 \u00B7 2,500 tokens \u00B7 $0.0045");
