@@ -3,7 +3,6 @@
 
 #include "core/CurlTransport.h"
 
-#include "support/ParamName.h"
 #include "support/Process.h"
 #include "support/ScriptedProviderServer.h"
 
@@ -29,7 +28,6 @@ namespace {
 using namespace std::chrono_literals;
 using test::ScriptedProviderServer;
 using test::ScriptedResponse;
-using test::operator<<;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -145,58 +143,47 @@ TEST_F(CurlTransportTest, ReportsTheHeadBeforeADelayedBody)
     EXPECT_THAT(recorder.lines, ElementsAre("data: late"));
 }
 
-struct FramingCase
+// Lines and line ends do not depend on where the chunks fall nor on how the body is delimited (chunked, by
+// length, by closing), bytes pass through undecoded (a character split between chunks, invalid UTF-8), and only
+// the final head is reported, not a "100 Continue" before it. A body cut off by a dropped connection keeps its
+// whole lines, not the unfinished one, and fails.
+TEST_F(CurlTransportTest, SplitsLinesAcrossChunksWhateverTheFraming)
 {
-    const char* name;
-    Framing framing;
-    Ending ending = Ending::complete;
-    bool interimContinue = false; // a "100 Continue" head first, which is not the response's head
-};
-
-class CurlTransportFraming : public CurlTransportTest, public ::testing::WithParamInterface<FramingCase>
-{
-};
-
-// Lines and line ends do not depend on where the chunks fall nor on how the body is delimited, bytes pass
-// through undecoded (a character split between chunks, invalid UTF-8), and only the final head is reported.
-// A body cut off by a dropped connection keeps its whole lines, not the unfinished one, and fails.
-TEST_P(CurlTransportFraming, SplitsLinesAcrossChunks)
-{
+    const std::tuple<Framing, Ending, bool> framings[] = {{Framing::chunked, Ending::complete, false},
+                                                          {Framing::contentLength, Ending::complete, false},
+                                                          {Framing::closeDelimited, Ending::complete, false},
+                                                          {Framing::chunked, Ending::complete, true},
+                                                          {Framing::chunked, Ending::drop, false},
+                                                          {Framing::contentLength, Ending::drop, false}};
     const std::string invalid("caf\xc3 \xff\xfe\x80 \xe2\x82", 11);
-    ScriptedResponse response = ScriptedResponse::events(
-        {"data: one\r", "\ndata: tw", "o\r\rdata: thr", "ee\n\n\xf0\x9f", "\x98\x80 " + invalid + "\ntail"}, 5ms);
-    response.status = 429;
-    response.framing = GetParam().framing;
-    response.ending = GetParam().ending;
-    response.interimContinue = GetParam().interimContinue;
-    server.enqueue(response);
-    Recorder recorder;
+    for (const auto& [framing, ending, interimContinue] : framings) {
+        SCOPED_TRACE(testing::Message() << "framing " << static_cast<int>(framing) << ", ending "
+                                        << static_cast<int>(ending) << (interimContinue ? ", after 100" : ""));
+        ScriptedResponse response = ScriptedResponse::events(
+            {"data: one\r", "\ndata: tw", "o\r\rdata: thr", "ee\n\n\xf0\x9f", "\x98\x80 " + invalid + "\ntail"}, 5ms);
+        response.status = 429;
+        response.framing = framing;
+        response.ending = ending;
+        response.interimContinue = interimContinue;
+        server.enqueue(response);
+        Recorder recorder;
 
-    const auto error = send(request(), recorder);
+        const auto error = send(request(), recorder);
 
-    std::vector<std::string> expected{"data: one", "data: two", "", "data: three", "", "\xf0\x9f\x98\x80 " + invalid};
-    if (GetParam().ending == Ending::complete) {
-        EXPECT_EQ(error, std::nullopt);
-        expected.emplace_back("tail");
-    } else {
-        ASSERT_TRUE(error.has_value());
-        EXPECT_EQ(error->kind(), ProviderError::Kind::transport);
-        EXPECT_FALSE(error->text().empty());
+        std::vector<std::string> expected{"data: one",   "data: two", "",
+                                          "data: three", "",          "\xf0\x9f\x98\x80 " + invalid};
+        if (ending == Ending::complete) {
+            EXPECT_EQ(error, std::nullopt);
+            expected.emplace_back("tail");
+        } else {
+            EXPECT_TRUE(error && error->kind() == ProviderError::Kind::transport && !error->text().empty());
+        }
+        EXPECT_EQ(recorder.status, 429);
+        EXPECT_EQ(recorder.heads, 1);
+        EXPECT_FALSE(recorder.lineBeforeHead);
+        EXPECT_EQ(recorder.lines, expected);
     }
-    EXPECT_EQ(recorder.status, 429);
-    EXPECT_EQ(recorder.heads, 1);
-    EXPECT_FALSE(recorder.lineBeforeHead);
-    EXPECT_EQ(recorder.lines, expected);
 }
-
-INSTANTIATE_TEST_SUITE_P(Framings, CurlTransportFraming,
-                         ::testing::Values(FramingCase("Chunked", Framing::chunked),
-                                           FramingCase("ContentLength", Framing::contentLength),
-                                           FramingCase("CloseDelimited", Framing::closeDelimited),
-                                           FramingCase("AfterContinue", Framing::chunked, Ending::complete, true),
-                                           FramingCase("ChunkedCutOff", Framing::chunked, Ending::drop),
-                                           FramingCase("ContentLengthCutOff", Framing::contentLength, Ending::drop)),
-                         test::ParamName());
 
 // What a server does wrong ends in its named failure within its limit; the limits are shortened to keep
 // the suite quick. Silence ends a few idle limits after the last byte, the deadline soon after it passed; a
@@ -212,29 +199,9 @@ struct FaultCase
     std::chrono::milliseconds atLeast{0}; // the failure must not come before this
 };
 
-class CurlTransportFaults : public CurlTransportTest, public ::testing::WithParamInterface<FaultCase>
+TEST_F(CurlTransportTest, FaultsEndAsNamed)
 {
-};
-
-TEST_P(CurlTransportFaults, EndAsNamed)
-{
-    server.enqueue(GetParam().response);
-    HttpRequest shortened = request();
-    shortened.idleTimeout = shortIdle;
-    shortened.deadline = shortDeadline;
-    Recorder recorder;
-    const auto started = Clock::now();
-
-    const auto error = send(shortened, recorder);
-
-    EXPECT_EQ(error, GetParam().error) << (error ? error->description() : "no error");
-    EXPECT_GE(Clock::now() - started, GetParam().atLeast);
-    EXPECT_LT(Clock::now() - started, shortDeadline + 1s);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Servers, CurlTransportFaults,
-    ::testing::Values(
+    const FaultCase faults[] = {
         FaultCase("StallsBeforeHead", ScriptedResponse::stallBeforeHead(), ProviderError::timeout(), shortIdle),
         FaultCase("StallsMidStream", {.body = {"data: {}\n\n"}, .ending = Ending::stall}, ProviderError::timeout(),
                   shortIdle),
@@ -248,8 +215,23 @@ INSTANTIATE_TEST_SUITE_P(
                   ProviderError::invalidResponse("a response header longer than 100 KB")),
         FaultCase("NotHttp", ScriptedResponse::garbage(), ProviderError::invalidResponse()),
         FaultCase("SlowDrip", {.body = std::vector<std::string>(10, "data\n"), .gap = 100ms, .headDelay = 150ms},
-                  std::nullopt, 1s)),
-    test::ParamName());
+                  std::nullopt, 1s)};
+    for (const FaultCase& fault : faults) {
+        SCOPED_TRACE(fault.name);
+        server.enqueue(fault.response);
+        HttpRequest shortened = request();
+        shortened.idleTimeout = shortIdle;
+        shortened.deadline = shortDeadline;
+        Recorder recorder;
+        const auto started = Clock::now();
+
+        const auto error = send(shortened, recorder);
+
+        EXPECT_EQ(error, fault.error) << (error ? error->description() : "no error");
+        EXPECT_GE(Clock::now() - started, fault.atLeast);
+        EXPECT_LT(Clock::now() - started, shortDeadline + 1s);
+    }
+}
 
 TEST_F(CurlTransportTest, ReusesTheConnectionAcrossTransports)
 {
