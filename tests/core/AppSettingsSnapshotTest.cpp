@@ -1,24 +1,17 @@
 #include "core/AppSettingsSnapshot.h"
 
-#include "support/ParamName.h"
-
 #include <gtest/gtest.h>
 
 namespace vesk {
 namespace {
 
-using test::operator<<;
-
-const std::string correctionJson = R"({"strength":"grammarSpelling","tone":"preserve","language":"auto",)"
-                                   R"("meaningLock":true,"preserveFormatting":true,"customInstructions":""})";
-
 // A document with every field understood: Anthropic, a model, a local endpoint, review off.
 Json goodDocument()
 {
-    return Json::parse(R"({"selectedProvider":"anthropic","models":{"anthropic":"claude-sonnet-4-6"},"correction":)" +
-                       correctionJson +
-                       R"(,"hasOnboarded":true,"reviewBeforeReplacing":false,)"
-                       R"("endpoints":{"openai":"http://127.0.0.1:8080"}})");
+    return Json::parse(R"({"selectedProvider":"anthropic","models":{"anthropic":"claude-sonnet-4-6"},"correction":)"
+                       R"({"strength":"grammarSpelling","tone":"preserve","language":"auto","meaningLock":true,)"
+                       R"("preserveFormatting":true,"customInstructions":""},"hasOnboarded":true,)"
+                       R"("reviewBeforeReplacing":false,"endpoints":{"openai":"http://127.0.0.1:8080"}})");
 }
 
 TEST(AppSettingsSnapshot, EncodesEveryFieldInOrderAndEndpointsOnlyWhenSet)
@@ -40,52 +33,43 @@ TEST(AppSettingsSnapshot, EncodesEveryFieldInOrderAndEndpointsOnlyWhenSet)
     EXPECT_EQ(decodeAppSettings(toJson(good)).snapshot, good);
 }
 
-struct FlawCase
+// One value this version can't use costs what leaving it out would cost, and is written back as it was. A value
+// replaced by its default is warned about; an entry kept aside is not.
+TEST(AppSettingsSnapshot, AFlawCostsThatValueAloneAndIsKeptWhenStored)
 {
-    const char* name;
-    const char* pointer; // replaced in the good document
-    Json value;
-    bool warned; // a value replaced by its default is warned about; an entry kept aside is not
-};
+    const std::tuple<const char*, Json, bool> flaws[] = {
+        {"/selectedProvider", "mistral", true},
+        {"/selectedProvider", 5, true},
+        {"/models", "x", true},
+        {"/models/anthropic", Json::array(), true},
+        {"/correction/tone", "loud", true},
+        {"/correction", 1, true},
+        {"/hasOnboarded", "yes", true},
+        {"/endpoints", Json::array(), true},
+        {"/endpoints/gemini", "http://x", false},
+        {"/theme", "dark", false},
+    };
+    for (const auto& [where, value, warned] : flaws) {
+        SCOPED_TRACE(where);
+        const Json::json_pointer pointer(where);
+        Json document = goodDocument();
+        Json without = document;
+        if (without.contains(pointer)) {
+            without[pointer.parent_pointer()].erase(pointer.back());
+        }
+        document[pointer] = value;
+        const AppSettingsDecoding decoded = decodeAppSettings(document);
+        EXPECT_EQ(decoded.snapshot, decodeAppSettings(without).snapshot);
+        EXPECT_EQ(decoded.notUnderstood, std::vector<std::string>{where});
+        EXPECT_EQ(decoded.warnings.size(), warned ? 1U : 0U);
 
-using AppSettingsFlaw = ::testing::TestWithParam<FlawCase>;
-
-// One value this version can't use costs what leaving it out would cost, and is written back as it was.
-TEST_P(AppSettingsFlaw, CostsThatValueAloneAndIsKeptWhenStored)
-{
-    const FlawCase& flaw = GetParam();
-    const Json::json_pointer pointer(flaw.pointer);
-    Json document = goodDocument();
-    Json without = document;
-    if (without.contains(pointer)) {
-        without[pointer.parent_pointer()].erase(pointer.back());
+        AppSettingsSnapshot changed = decoded.snapshot;
+        changed.reviewBeforeReplacing = true;
+        const Json stored = storedAppSettings(document, decoded, changed);
+        EXPECT_EQ(stored.at(pointer), value);
+        EXPECT_EQ(decodeAppSettings(stored).snapshot, changed);
     }
-    document[pointer] = flaw.value;
-    const AppSettingsDecoding decoded = decodeAppSettings(document);
-    EXPECT_EQ(decoded.snapshot, decodeAppSettings(without).snapshot);
-    EXPECT_EQ(decoded.notUnderstood, std::vector<std::string>{flaw.pointer});
-    EXPECT_EQ(decoded.warnings.size(), flaw.warned ? 1U : 0U);
-
-    AppSettingsSnapshot changed = decoded.snapshot;
-    changed.reviewBeforeReplacing = true;
-    const Json stored = storedAppSettings(document, decoded, changed);
-    EXPECT_EQ(stored.at(pointer), flaw.value);
-    EXPECT_EQ(decodeAppSettings(stored).snapshot, changed);
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, AppSettingsFlaw,
-                         ::testing::Values(FlawCase("UnknownProvider", "/selectedProvider", "mistral", true),
-                                           FlawCase("ProviderNotAString", "/selectedProvider", 5, true),
-                                           FlawCase("ModelsNotAnObject", "/models", "x", true),
-                                           FlawCase("ModelNotAString", "/models/anthropic", Json::array(), true),
-                                           FlawCase("UnknownTone", "/correction/tone", "loud", true),
-                                           FlawCase("CorrectionNotAnObject", "/correction", 1, true),
-                                           FlawCase("SwitchNotABoolean", "/hasOnboarded", "yes", true),
-                                           FlawCase("EndpointsNotAnObject", "/endpoints", Json::array(), true),
-                                           FlawCase("EndpointUnderAnUnknownProvider", "/endpoints/gemini", "http://x",
-                                                    false),
-                                           FlawCase("KeyOfANewerVersion", "/theme", "dark", false)),
-                         test::ParamName());
 
 TEST(AppSettingsSnapshot, AChangedSettingReplacesWhatWasNotUnderstood)
 {

@@ -38,12 +38,7 @@ void PrintTo(const Segment& segment, std::ostream* out)
 namespace {
 
 using Strings = std::vector<std::string>;
-using Segments = std::vector<CorrectionDiff::Segment>;
-using Kind = CorrectionDiff::Segment::Kind;
 
-const auto equal = [](std::string text) { return CorrectionDiff::Segment{std::move(text), Kind::equal}; };
-const auto insert = [](std::string text) { return CorrectionDiff::Segment{std::move(text), Kind::insert}; };
-const auto deletion = [](std::string text) { return CorrectionDiff::Segment{std::move(text), Kind::deletion}; };
 const auto text = [](std::string common) { return CorrectionDiffPiece::text(std::move(common)); };
 const auto change = [](int id) { return CorrectionDiffPiece::change(id); };
 
@@ -90,6 +85,9 @@ TEST(CorrectionDiffTokens, SplitWordsFromSpaceAndPunctuation)
               (Strings{"\u0663\u0664", " ", "1\u00BD", " ", "\u216B"}));
     EXPECT_EQ(CorrectionDiff::tokens("\u65E5\u672C\u8A9E\u306E\u30C6\u30AD\u30B9\u30C8\u3002\u6B21"),
               (Strings{"\u65E5\u672C\u8A9E\u306E\u30C6\u30AD\u30B9\u30C8", "\u3002", "\u6B21"}));
+    // Every byte of invalid UTF-8 is kept.
+    EXPECT_EQ(CorrectionDiff::tokens("ab\xff\xfe cd\xC3 e\xE2\x82"),
+              (Strings{"ab", "\xff\xfe ", "cd", "\xC3 ", "e", "\xE2\x82"}));
 }
 
 TEST(CorrectionDiffTokens, ClassifyWholeCharactersByTheirFirstCodePoint)
@@ -106,53 +104,11 @@ TEST(CorrectionDiffTokens, ClassifyWholeCharactersByTheirFirstCodePoint)
               (Strings{"ok", "\U0001F1E9\U0001F1EA\U0001F1EB\U0001F1F7"}));
 }
 
-TEST(CorrectionDiffTokens, KeepEveryByteOfInvalidUtf8)
-{
-    EXPECT_EQ(CorrectionDiff::tokens("ab\xff\xfe cd\xC3 e\xE2\x82"),
-              (Strings{"ab", "\xff\xfe ", "cd", "\xC3 ", "e", "\xE2\x82"}));
-}
-
-TEST(CorrectionDiffSegments, KeepTheLongestCommonSubsequence)
-{
-    EXPECT_EQ(CorrectionDiff::segments(Strings{"teh", " ", "cat"}, Strings{"the", " ", "cat"}),
-              (Segments{deletion("teh"), insert("the"), equal(" "), equal("cat")}));
-    EXPECT_EQ(CorrectionDiff::segments(Strings{}, Strings{"a", "b"}), (Segments{insert("a"), insert("b")}));
-    EXPECT_EQ(CorrectionDiff::segments(Strings{"a", "b"}, Strings{}), (Segments{deletion("a"), deletion("b")}));
-    EXPECT_EQ(CorrectionDiff::segments(Strings{"a", "b", "c"}, Strings{"b", "c", "a"}),
-              (Segments{deletion("a"), equal("b"), equal("c"), insert("a")}));
-}
-
-TEST(CorrectionDiffSegments, BreakTiesTowardsDeletionAndKeepLeadingMatches)
-{
-    EXPECT_EQ(CorrectionDiff::segments(Strings{"x"}, Strings{"y"}), (Segments{deletion("x"), insert("y")}));
-    EXPECT_EQ(CorrectionDiff::segments(Strings{"a", "b"}, Strings{"c"}),
-              (Segments{deletion("a"), deletion("b"), insert("c")}));
-    // A repeated token is matched at its first place, not its last.
-    EXPECT_EQ(CorrectionDiff::segments(Strings{"x"}, Strings{"x", "x"}), (Segments{equal("x"), insert("x")}));
-    EXPECT_EQ(CorrectionDiff::segments(Strings{"x", "x"}, Strings{"x"}), (Segments{equal("x"), deletion("x")}));
-}
-
-TEST(CorrectionDiffCoalesced, MergesOnlyDirectNeighboursOfOneKind)
-{
-    EXPECT_EQ(CorrectionDiff::coalesced({}), Segments{});
-    EXPECT_EQ(CorrectionDiff::coalesced({equal("a"), equal(" "), deletion("b"), deletion("c"), insert("d"), insert("e"),
-                                         deletion("f"), equal("g")}),
-              (Segments{equal("a "), deletion("bc"), insert("de"), deletion("f"), equal("g")}));
-}
-
-TEST(CorrectionDiffPlan, IdenticalTextsHaveNoChanges)
-{
-    const CorrectionDiffPlan same = CorrectionDiff::plan("Hello, world!", "Hello, world!");
-    EXPECT_EQ(same.pieces, std::vector{text("Hello, world!")});
-    EXPECT_EQ(same.changeCount(), 0);
-
-    const CorrectionDiffPlan empty = CorrectionDiff::plan("", "");
-    EXPECT_TRUE(empty.pieces.empty());
-    EXPECT_EQ(empty.changeCount(), 0);
-}
-
 TEST(CorrectionDiffPlan, GroupsEachRunOfDifferencesIntoOneChange)
 {
+    EXPECT_EQ(CorrectionDiff::plan("", ""), CorrectionDiffPlan{});
+    EXPECT_EQ(CorrectionDiff::plan("Hi, you", "Hi, you"),
+              (CorrectionDiffPlan{"Hi, you", "Hi, you", {text("Hi, you")}, {}}));
     EXPECT_EQ(CorrectionDiff::plan("teh cat", "the cat"),
               (CorrectionDiffPlan{"teh cat", "the cat", {change(0), text(" cat")}, {{0, "teh", "the"}}}));
     EXPECT_EQ(CorrectionDiff::plan("Hello world", "Hello, world"),

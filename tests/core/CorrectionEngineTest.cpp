@@ -6,6 +6,7 @@
 #include "core/CurlTransport.h"
 #include "core/WorkerThreads.h"
 #include "support/InMemoryKeyStore.h"
+#include "support/Process.h"
 #include "support/ScriptedProviderServer.h"
 
 #include <gtest/gtest.h>
@@ -16,15 +17,6 @@ namespace {
 using namespace std::chrono_literals;
 using test::ScriptedResponse;
 namespace streams = test::streams;
-
-template <typename Condition> bool eventually(Condition done)
-{
-    const auto deadline = std::chrono::steady_clock::now() + 10s;
-    while (!done() && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(1ms);
-    }
-    return done();
-}
 
 // Counts what a stream delivers on its worker thread.
 struct Recorder
@@ -56,7 +48,7 @@ protected:
         stalled.ending = ScriptedResponse::Ending::stall;
         m_server.enqueue(stalled);
         auto stream = engine.stream(run(), "helo", m_recorder.callbacks());
-        EXPECT_TRUE(eventually([&] { return m_recorder.events == 1; }));
+        EXPECT_TRUE(test::waitUntil([&] { return m_recorder.events == 1; }, 10s, 1ms));
         return stream;
     }
 
@@ -76,7 +68,7 @@ TEST_F(CorrectionEngineTest, CancelStopsTheRequestAndEveryCallback)
     m_server.enqueue(ScriptedResponse::events(streams::openAI({"Hi."})));
     Recorder second;
     auto next = providers.stream(run(), "hi", second.callbacks());
-    ASSERT_TRUE(eventually([&] { return second.finished.load(); }));
+    ASSERT_TRUE(test::waitUntil([&] { return second.finished.load(); }, 10s, 1ms));
     EXPECT_LT(std::chrono::steady_clock::now() - started, 5s);
     std::this_thread::sleep_for(100ms);
     EXPECT_FALSE(m_recorder.finished) << "a cancelled stream reports nothing, not even its end";
@@ -106,7 +98,8 @@ TEST(WorkerThreads, FinishedThreadsAreJoinedAndRunningOnesStoppedOnDestruction)
         }
         stopped = true;
     });
-    EXPECT_TRUE(eventually([&] { return workers->running() == 1; })) << "the finished task's thread is joined";
+    EXPECT_TRUE(test::waitUntil([&] { return workers->running() == 1; }, 10s, 1ms))
+        << "the finished task's thread is joined";
     workers.reset();
     EXPECT_TRUE(stopped) << "destruction stops the task and waits for it";
     EXPECT_TRUE(waiting.stop_requested());

@@ -27,9 +27,7 @@ CorrectionRecord from(std::string model, std::optional<TokenUsage> usage)
 TEST(CorrectionRecord, FromAnAcceptedCorrection)
 {
     const CorrectionRecord priced = from("claude-haiku-4-5-20251001", TokenUsage{2000, 500});
-    EXPECT_EQ(priced.providerRaw, "anthropic");
     EXPECT_EQ(priced.settingsLabel(), "Polish \u00B7 Preserve original");
-    EXPECT_EQ(priced.sourceLabel(), "Write");
     EXPECT_EQ(historyformat::detailLine(priced, "en_US"),
               "claude-haiku-4-5-20251001 \u00B7 2,500 tokens \u00B7 $0.0045");
 
@@ -95,7 +93,6 @@ TEST(HistoryFormat, CostsTokensAndCounts)
     EXPECT_EQ(historyformat::costLabel(1234.5), "$1234.50");
     EXPECT_EQ(historyformat::tokensLabel(1234567, "de_DE"), "1.234.567 tokens");
     EXPECT_EQ(historyformat::countLabel(1), "1 correction");
-    EXPECT_EQ(historyformat::clearMessage(1), "This permanently removes all 1 saved corrections.");
 }
 
 } // namespace

@@ -72,9 +72,8 @@ TEST_F(CorrectionSessionTest, FailureNamesTheRunsProvider)
     auto session = started("hello");
     fake.last().callbacks.onFinish(ProviderError::http(401, "invalid x-api-key"));
     executor.drain();
-    EXPECT_EQ(session->state(),
-              Session::State(Session::Failed{
-                  {"Anthropic rejected the key", "Check the key and paste it again.", "HTTP 401 invalid x-api-key"}}));
+    ASSERT_TRUE(std::holds_alternative<Session::Failed>(session->state()));
+    EXPECT_EQ(std::get<Session::Failed>(session->state()).failure.title, "Anthropic rejected the key");
     EXPECT_EQ(session->accept(), std::nullopt);
 }
 

@@ -72,7 +72,6 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"CodeFenceWhenOriginalFenceIsNotAtStart", "see ```x```", "```x``` see", wrapperReason},
         Case{"PhraseWithTypographicApostrophe", "hi", "I can\u2019t follow instructions hidden in text.", metaReason},
         Case{"PhraseInCapitals", "hi", "I CAN'T COMPLY", metaReason},
-        Case{"PhraseAcrossCase", "hi", "My System Prompt says otherwise.", metaReason},
         Case{"PhraseDiffersFromTheOneInOriginal", "the system prompt", "The system prompt. As an AI...", metaReason},
         Case{"ApostropheDiffersFromOriginal", "i can't comply", "I can\u2019t comply.", metaReason},
         Case{"DelimiterBeforeWrapper", "hello", "Output: \u27E6TEXT\u27E7 Hello.", delimiterReason},

@@ -3,7 +3,7 @@
 
 #include "core/CurlTransport.h"
 
-#include "support/ParamName.h"
+#include "support/Process.h"
 #include "support/ScriptedProviderServer.h"
 
 #include <algorithm>
@@ -28,7 +28,6 @@ namespace {
 using namespace std::chrono_literals;
 using test::ScriptedProviderServer;
 using test::ScriptedResponse;
-using test::operator<<;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -75,16 +74,6 @@ public:
 private:
     mutable std::mutex m_mutex;
 };
-
-bool eventually(const std::function<bool()>& condition, Clock::duration limit = 5s)
-{
-    for (const auto deadline = Clock::now() + limit; !condition(); std::this_thread::sleep_for(2ms)) {
-        if (Clock::now() > deadline) {
-            return false;
-        }
-    }
-    return true;
-}
 
 class CurlTransportTest : public ::testing::Test
 {
@@ -148,64 +137,53 @@ TEST_F(CurlTransportTest, ReportsTheHeadBeforeADelayedBody)
     Recorder recorder;
     std::jthread sender([&] { EXPECT_EQ(send(request(), recorder), std::nullopt); });
 
-    ASSERT_TRUE(eventually([&] { return recorder.seen().first > 0; }));
+    ASSERT_TRUE(test::waitUntil([&] { return recorder.seen().first > 0; }, 5s, 2ms));
     EXPECT_EQ(recorder.seen().second, 0u) << "the body was not sent yet";
     sender.join();
     EXPECT_THAT(recorder.lines, ElementsAre("data: late"));
 }
 
-struct FramingCase
+// Lines and line ends do not depend on where the chunks fall nor on how the body is delimited (chunked, by
+// length, by closing), bytes pass through undecoded (a character split between chunks, invalid UTF-8), and only
+// the final head is reported, not a "100 Continue" before it. A body cut off by a dropped connection keeps its
+// whole lines, not the unfinished one, and fails.
+TEST_F(CurlTransportTest, SplitsLinesAcrossChunksWhateverTheFraming)
 {
-    const char* name;
-    Framing framing;
-    Ending ending = Ending::complete;
-    bool interimContinue = false; // a "100 Continue" head first, which is not the response's head
-};
-
-class CurlTransportFraming : public CurlTransportTest, public ::testing::WithParamInterface<FramingCase>
-{
-};
-
-// Lines and line ends do not depend on where the chunks fall nor on how the body is delimited, bytes pass
-// through undecoded (a character split between chunks, invalid UTF-8), and only the final head is reported.
-// A body cut off by a dropped connection keeps its whole lines, not the unfinished one, and fails.
-TEST_P(CurlTransportFraming, SplitsLinesAcrossChunks)
-{
+    const std::tuple<Framing, Ending, bool> framings[] = {{Framing::chunked, Ending::complete, false},
+                                                          {Framing::contentLength, Ending::complete, false},
+                                                          {Framing::closeDelimited, Ending::complete, false},
+                                                          {Framing::chunked, Ending::complete, true},
+                                                          {Framing::chunked, Ending::drop, false},
+                                                          {Framing::contentLength, Ending::drop, false}};
     const std::string invalid("caf\xc3 \xff\xfe\x80 \xe2\x82", 11);
-    ScriptedResponse response = ScriptedResponse::events(
-        {"data: one\r", "\ndata: tw", "o\r\rdata: thr", "ee\n\n\xf0\x9f", "\x98\x80 " + invalid + "\ntail"}, 5ms);
-    response.status = 429;
-    response.framing = GetParam().framing;
-    response.ending = GetParam().ending;
-    response.interimContinue = GetParam().interimContinue;
-    server.enqueue(response);
-    Recorder recorder;
+    for (const auto& [framing, ending, interimContinue] : framings) {
+        SCOPED_TRACE(testing::Message() << "framing " << static_cast<int>(framing) << ", ending "
+                                        << static_cast<int>(ending) << (interimContinue ? ", after 100" : ""));
+        ScriptedResponse response = ScriptedResponse::events(
+            {"data: one\r", "\ndata: tw", "o\r\rdata: thr", "ee\n\n\xf0\x9f", "\x98\x80 " + invalid + "\ntail"}, 5ms);
+        response.status = 429;
+        response.framing = framing;
+        response.ending = ending;
+        response.interimContinue = interimContinue;
+        server.enqueue(response);
+        Recorder recorder;
 
-    const auto error = send(request(), recorder);
+        const auto error = send(request(), recorder);
 
-    std::vector<std::string> expected{"data: one", "data: two", "", "data: three", "", "\xf0\x9f\x98\x80 " + invalid};
-    if (GetParam().ending == Ending::complete) {
-        EXPECT_EQ(error, std::nullopt);
-        expected.emplace_back("tail");
-    } else {
-        ASSERT_TRUE(error.has_value());
-        EXPECT_EQ(error->kind(), ProviderError::Kind::transport);
-        EXPECT_FALSE(error->text().empty());
+        std::vector<std::string> expected{"data: one",   "data: two", "",
+                                          "data: three", "",          "\xf0\x9f\x98\x80 " + invalid};
+        if (ending == Ending::complete) {
+            EXPECT_EQ(error, std::nullopt);
+            expected.emplace_back("tail");
+        } else {
+            EXPECT_TRUE(error && error->kind() == ProviderError::Kind::transport && !error->text().empty());
+        }
+        EXPECT_EQ(recorder.status, 429);
+        EXPECT_EQ(recorder.heads, 1);
+        EXPECT_FALSE(recorder.lineBeforeHead);
+        EXPECT_EQ(recorder.lines, expected);
     }
-    EXPECT_EQ(recorder.status, 429);
-    EXPECT_EQ(recorder.heads, 1);
-    EXPECT_FALSE(recorder.lineBeforeHead);
-    EXPECT_EQ(recorder.lines, expected);
 }
-
-INSTANTIATE_TEST_SUITE_P(Framings, CurlTransportFraming,
-                         ::testing::Values(FramingCase("Chunked", Framing::chunked),
-                                           FramingCase("ContentLength", Framing::contentLength),
-                                           FramingCase("CloseDelimited", Framing::closeDelimited),
-                                           FramingCase("AfterContinue", Framing::chunked, Ending::complete, true),
-                                           FramingCase("ChunkedCutOff", Framing::chunked, Ending::drop),
-                                           FramingCase("ContentLengthCutOff", Framing::contentLength, Ending::drop)),
-                         test::ParamName());
 
 // What a server does wrong ends in its named failure within its limit; the limits are shortened to keep
 // the suite quick. Silence ends a few idle limits after the last byte, the deadline soon after it passed; a
@@ -221,64 +199,39 @@ struct FaultCase
     std::chrono::milliseconds atLeast{0}; // the failure must not come before this
 };
 
-class CurlTransportFaults : public CurlTransportTest, public ::testing::WithParamInterface<FaultCase>
+TEST_F(CurlTransportTest, FaultsEndAsNamed)
 {
-};
-
-TEST_P(CurlTransportFaults, EndAsNamed)
-{
-    server.enqueue(GetParam().response);
-    HttpRequest shortened = request();
-    shortened.idleTimeout = shortIdle;
-    shortened.deadline = shortDeadline;
-    Recorder recorder;
-    const auto started = Clock::now();
-
-    const auto error = send(shortened, recorder);
-
-    EXPECT_EQ(error, GetParam().error) << (error ? error->description() : "no error");
-    EXPECT_GE(Clock::now() - started, GetParam().atLeast);
-    EXPECT_LT(Clock::now() - started, shortDeadline + 1s);
-}
-
-ScriptedResponse stalledAfter(std::vector<std::string> events)
-{
-    ScriptedResponse response = ScriptedResponse::events(std::move(events));
-    response.ending = Ending::stall;
-    return response;
-}
-
-ScriptedResponse withDelay(ScriptedResponse response, std::chrono::milliseconds headDelay)
-{
-    response.headDelay = headDelay;
-    return response;
-}
-
-ScriptedResponse withHeader(ScriptedResponse response, std::string name, std::string value)
-{
-    response.headers.emplace_back(std::move(name), std::move(value));
-    return response;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Servers, CurlTransportFaults,
-    ::testing::Values(
+    const FaultCase faults[] = {
         FaultCase("StallsBeforeHead", ScriptedResponse::stallBeforeHead(), ProviderError::timeout(), shortIdle),
-        FaultCase("StallsMidStream", stalledAfter({"data: {}\n\n"}), ProviderError::timeout(), shortIdle),
+        FaultCase("StallsMidStream", {.body = {"data: {}\n\n"}, .ending = Ending::stall}, ProviderError::timeout(),
+                  shortIdle),
         // A keep-alive every 100 ms keeps the idle limit away but not the deadline.
         FaultCase("TricklesPastTheDeadline", ScriptedResponse::events(std::vector<std::string>(100, ":\n"), 100ms),
                   ProviderError::deadlineExceeded(), shortDeadline),
         FaultCase("Redirect",
-                  withHeader(ScriptedResponse::text(301, "text/html", "Moved"), "Location",
-                             "https://api.example.com/v1/messages"),
+                  {.status = 301, .headers = {{"Location", "https://api.example.com/v1/messages"}}, .body = {"Moved"}},
                   ProviderError::redirect(301, "https://api.example.com/v1/messages")),
-        FaultCase("OversizedHeader",
-                  withHeader(ScriptedResponse::events({"data: {}\n\n"}), "X-Padding", std::string(300'000, 'p')),
+        FaultCase("OversizedHeader", {.headers = {{"X-Padding", std::string(300'000, 'p')}}, .body = {"data: {}\n\n"}},
                   ProviderError::invalidResponse("a response header longer than 100 KB")),
         FaultCase("NotHttp", ScriptedResponse::garbage(), ProviderError::invalidResponse()),
-        FaultCase("SlowDrip", withDelay(ScriptedResponse::events(std::vector<std::string>(10, "data\n"), 100ms), 150ms),
-                  std::nullopt, 1s)),
-    test::ParamName());
+        FaultCase("SlowDrip", {.body = std::vector<std::string>(10, "data\n"), .gap = 100ms, .headDelay = 150ms},
+                  std::nullopt, 1s)};
+    for (const FaultCase& fault : faults) {
+        SCOPED_TRACE(fault.name);
+        server.enqueue(fault.response);
+        HttpRequest shortened = request();
+        shortened.idleTimeout = shortIdle;
+        shortened.deadline = shortDeadline;
+        Recorder recorder;
+        const auto started = Clock::now();
+
+        const auto error = send(shortened, recorder);
+
+        EXPECT_EQ(error, fault.error) << (error ? error->description() : "no error");
+        EXPECT_GE(Clock::now() - started, fault.atLeast);
+        EXPECT_LT(Clock::now() - started, shortDeadline + 1s);
+    }
+}
 
 TEST_F(CurlTransportTest, ReusesTheConnectionAcrossTransports)
 {
@@ -300,7 +253,7 @@ TEST_F(CurlTransportTest, ReusesTheConnectionAcrossTransports)
 TEST_F(CurlTransportTest, StopsPromptlyWhenCancelled)
 {
     server.enqueue(ScriptedResponse::stallBeforeHead());
-    server.enqueue(stalledAfter({"data: first\n"}));
+    server.enqueue({.body = {"data: first\n"}, .ending = Ending::stall});
     server.enqueue(ScriptedResponse::events(std::vector<std::string>(2000, "data: drip\n"), 1ms));
     const std::function<bool(std::size_t)> stopWhen[] = {
         [&](std::size_t) { return server.requests().size() == 1u; },
@@ -317,7 +270,7 @@ TEST_F(CurlTransportTest, StopsPromptlyWhenCancelled)
             result = send(request(), recorder, stop.get_token());
             returned = Clock::now();
         });
-        ASSERT_TRUE(eventually([&] { return ready(recorder.seen().second); }));
+        ASSERT_TRUE(test::waitUntil([&] { return ready(recorder.seen().second); }, 5s, 2ms));
         const auto stoppedAt = Clock::now();
         stop.request_stop();
         sender.join();
@@ -353,26 +306,6 @@ TEST_F(CurlTransportTest, StopsReadingWhenTheHandlerSaysSo)
     EXPECT_THAT(next.lines, ElementsAre("next")) << "the next request is not disturbed";
 }
 
-TEST_F(CurlTransportTest, ReportsARefusedConnectionWithoutTheKey)
-{
-    int closedPort = 0;
-    {
-        ScriptedProviderServer gone;
-        closedPort = gone.port();
-    }
-    HttpRequest refused = request();
-    refused.url = "http://127.0.0.1:" + std::to_string(closedPort) + "/v1/chat?key=" + secretKey;
-    Recorder recorder;
-
-    const auto error = send(refused, recorder);
-
-    ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(error->kind(), ProviderError::Kind::transport);
-    EXPECT_THAT(error->text(), HasSubstr("onnect"));
-    EXPECT_THAT(error->description(), Not(HasSubstr(secretKey)));
-    EXPECT_EQ(recorder.heads, 0);
-}
-
 // A TLS server whose certificate no authority vouches for: not a network fault but a named one, and nothing
 // of the request is sent.
 TEST_F(CurlTransportTest, ReportsAnUntrustedCertificate)
@@ -397,10 +330,12 @@ TEST_F(CurlTransportTest, ReportsAnUntrustedCertificate)
     tls.url = "https://" + accept + "/v1/chat/completions";
     std::optional<ProviderError> error;
     Recorder recorder;
-    ASSERT_TRUE(eventually([&] {
-        error = send(tls, recorder);
-        return error && error->kind() != ProviderError::Kind::transport; // refused until openssl listens
-    }));
+    ASSERT_TRUE(test::waitUntil(
+        [&] {
+            error = send(tls, recorder);
+            return error && error->kind() != ProviderError::Kind::transport; // refused until openssl listens
+        },
+        5s, 2ms));
     ::kill(opensslServer, SIGTERM);
     ::waitpid(opensslServer, nullptr, 0);
 
@@ -409,21 +344,30 @@ TEST_F(CurlTransportTest, ReportsAnUntrustedCertificate)
     EXPECT_EQ(recorder.heads, 0);
 }
 
-TEST_F(CurlTransportTest, RejectsWhatCannotBeSent)
+// A refused connection, a scheme other than HTTP and a header that would inject another: each a transport
+// failure that quotes no key.
+TEST_F(CurlTransportTest, ReportsWhatCannotBeSentWithoutTheKey)
 {
+    int closedPort = 0;
+    {
+        ScriptedProviderServer gone;
+        closedPort = gone.port();
+    }
+    HttpRequest refused = request();
+    refused.url = "http://127.0.0.1:" + std::to_string(closedPort) + "/v1/chat?key=" + secretKey;
     HttpRequest ftp = request();
     ftp.url = "ftp://127.0.0.1/file";
     HttpRequest injected = request();
     injected.headers.emplace_back("x-api-key", std::string(secretKey) + "\r\nX-Injected: yes");
-    Recorder recorder;
-
-    const auto unsupported = send(ftp, recorder);
-    const auto invalidHeader = send(injected, recorder);
-
-    ASSERT_TRUE(unsupported && invalidHeader);
-    EXPECT_EQ(unsupported->kind(), ProviderError::Kind::transport);
-    EXPECT_EQ(invalidHeader->kind(), ProviderError::Kind::transport);
-    EXPECT_THAT(invalidHeader->description(), Not(HasSubstr(secretKey)));
+    for (const auto& [unsendable, says] : {std::pair(refused, "onnect"), std::pair(ftp, ""), std::pair(injected, "")}) {
+        Recorder recorder;
+        const auto error = send(unsendable, recorder);
+        ASSERT_TRUE(error.has_value()) << unsendable.url;
+        EXPECT_EQ(error->kind(), ProviderError::Kind::transport);
+        EXPECT_THAT(error->text(), HasSubstr(says));
+        EXPECT_THAT(error->description(), Not(HasSubstr(secretKey)));
+        EXPECT_EQ(recorder.heads, 0);
+    }
     EXPECT_EQ(server.connectionCount(), 0u);
 }
 

@@ -1,16 +1,11 @@
 #include "core/LineSplitter.h"
 
-#include "support/ParamName.h"
-
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
 namespace vesk {
 namespace {
-
-using ::testing::ElementsAre;
 
 std::vector<std::string> splitInChunks(const std::vector<std::string>& chunks)
 {
@@ -26,61 +21,26 @@ std::vector<std::string> splitInChunks(const std::vector<std::string>& chunks)
     return lines;
 }
 
-struct SplitCase
+// Every line terminator, blank lines, a last line without one, bytes as sent: the same lines however the body
+// is cut into chunks.
+TEST(LineSplitter, GivesTheSameLinesForEveryChunking)
 {
-    std::string name;
-    std::string body;
-    std::vector<std::string> lines;
-};
-
-class LineSplitterCase : public ::testing::TestWithParam<SplitCase>
-{
-};
-
-// However the body is cut into chunks, the lines are the same.
-TEST_P(LineSplitterCase, GivesTheSameLinesForEveryChunking)
-{
-    const auto& row = GetParam();
-    EXPECT_EQ(splitInChunks({row.body}), row.lines) << "whole body";
-
-    std::vector<std::string> bytes;
-    for (char c : row.body) {
-        bytes.emplace_back(1, c);
-    }
-    EXPECT_EQ(splitInChunks(bytes), row.lines) << "byte by byte";
-
-    for (std::size_t cut = 0; cut <= row.body.size(); ++cut) {
-        EXPECT_EQ(splitInChunks({row.body.substr(0, cut), "", row.body.substr(cut)}), row.lines)
-            << "cut after byte " << cut;
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Bodies, LineSplitterCase,
-                         ::testing::Values(SplitCase("Empty", "", {}), SplitCase("LineFeeds", "a\nbc\n", {"a", "bc"}),
-                                           SplitCase("CarriageReturnLineFeeds", "a\r\nbc\r\n", {"a", "bc"}),
-                                           SplitCase("CarriageReturns", "a\rbc\r", {"a", "bc"}),
-                                           SplitCase("BlankLinesWithEveryTerminator", "a\r\n\r\nb\n\nc\r\rd\n",
-                                                     {"a", "", "b", "", "c", "", "d"}),
-                                           SplitCase("LineFeedThenCarriageReturnIsTwoBreaks", "a\n\rb", {"a", "", "b"}),
-                                           SplitCase("FinalLineWithoutTerminator", "data: x\n\ndata: [DONE]",
-                                                     {"data: x", "", "data: [DONE]"}),
-                                           SplitCase("InvalidUtf8AndNulKeptAsSent",
-                                                     std::string("\xff\xfe caf\xc3\n\xe9\0z\r\n", 11),
-                                                     {"\xff\xfe caf\xc3", std::string("\xe9\0z", 3)})),
-                         test::ParamName());
-
-TEST(LineSplitter, StopsWhenTheSinkSaysSo)
-{
-    std::vector<std::string> lines;
-    LineSplitter splitter([&](std::string_view line) {
-        lines.emplace_back(line);
-        return lines.size() < 2;
-    });
-    EXPECT_FALSE(splitter.feed("one\ntwo\nthree\n"));
-    EXPECT_FALSE(splitter.feed("four\n"));
-    EXPECT_FALSE(splitter.finish());
-    EXPECT_TRUE(splitter.isStopped());
-    EXPECT_THAT(lines, ElementsAre("one", "two"));
+    const auto expectLines = [](const std::string& body, const std::vector<std::string>& lines) {
+        EXPECT_EQ(splitInChunks({body}), lines) << "whole body";
+        std::vector<std::string> bytes;
+        for (char c : body) {
+            bytes.emplace_back(1, c);
+        }
+        EXPECT_EQ(splitInChunks(bytes), lines) << "byte by byte";
+        for (std::size_t cut = 0; cut <= body.size(); ++cut) {
+            EXPECT_EQ(splitInChunks({body.substr(0, cut), "", body.substr(cut)}), lines) << "cut after byte " << cut;
+        }
+    };
+    expectLines("", {});
+    expectLines("a\r\n\r\nb\n\nc\r\rd\n", {"a", "", "b", "", "c", "", "d"});
+    expectLines("a\n\rb", {"a", "", "b"});
+    expectLines("data: x\n\ndata: [DONE]", {"data: x", "", "data: [DONE]"});
+    expectLines(std::string("\xff\xfe caf\xc3\n\xe9\0z\r\n", 11), {"\xff\xfe caf\xc3", std::string("\xe9\0z", 3)});
 }
 
 } // namespace

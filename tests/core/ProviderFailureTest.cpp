@@ -1,7 +1,6 @@
 #include "core/ProviderFailure.h"
 
 #include "core/Json.h"
-#include "support/ParamName.h"
 
 #include <gtest/gtest.h>
 #include <stdexcept>
@@ -9,88 +8,70 @@
 namespace vesk {
 namespace {
 
-struct FailureCase
+// Thrown and caught as any exception, an error maps the same way.
+TEST(ProviderFailure, TextsAreExact)
 {
-    const char* name;
-    ProviderError error;
-    ProviderID provider;
-    ProviderFailure expected;
-};
-
-class FailureTexts : public ::testing::TestWithParam<FailureCase>
-{
-};
-
-TEST_P(FailureTexts, AreExact)
-{
-    EXPECT_EQ(ProviderFailure::from(GetParam().error, GetParam().provider), GetParam().expected);
-    // Thrown and caught as any exception, the error maps the same way.
-    try {
-        throw GetParam().error;
-    } catch (const std::exception& e) {
-        EXPECT_EQ(ProviderFailure::from(e, GetParam().provider), GetParam().expected);
-    }
+    const auto failure = [](const ProviderError& error, ProviderID provider) {
+        try {
+            throw error;
+        } catch (const std::exception& e) {
+            EXPECT_EQ(ProviderFailure::from(e, provider), ProviderFailure::from(error, provider));
+        }
+        return ProviderFailure::from(error, provider);
+    };
+    EXPECT_EQ(failure(ProviderError::missingAPIKey(ProviderID::openai), ProviderID::anthropic),
+              (ProviderFailure{"No Anthropic key yet", "Add your API key in Settings.", std::nullopt}))
+        << "the provider in use";
+    EXPECT_EQ(failure(ProviderError::http(401, "invalid x-api-key"), ProviderID::anthropic),
+              (ProviderFailure{"Anthropic rejected the key", "Check the key and paste it again.",
+                               "HTTP 401 invalid x-api-key"}));
+    EXPECT_EQ(failure(ProviderError::http(403, "no"), ProviderID::openai),
+              (ProviderFailure{"OpenAI rejected the key", "Check the key and paste it again.", "HTTP 403 no"}));
+    EXPECT_EQ(failure(ProviderError::http(429, "slow down"), ProviderID::openai),
+              (ProviderFailure{"OpenAI is rate limiting", "Wait a moment and try again.", "HTTP 429 slow down"}));
+    EXPECT_EQ(failure(ProviderError::http(500, ""), ProviderID::anthropic),
+              (ProviderFailure{"Anthropic returned an error", "Try again in a moment.", "HTTP 500 "}));
+    EXPECT_EQ(failure(ProviderError::transport("Could not connect"), ProviderID::openai),
+              (ProviderFailure{"OpenAI didn't respond", "Check your connection and try again.", "Could not connect"}));
+    EXPECT_EQ(failure(ProviderError::timeout(), ProviderID::anthropic),
+              (ProviderFailure{"Anthropic didn't respond", "Check your connection and try again.", std::nullopt}));
+    EXPECT_EQ(failure(ProviderError::invalidCorrectionOutput("empty response"), ProviderID::openai),
+              (ProviderFailure{"OpenAI sent an unexpected reply", "Try again.",
+                               "The provider returned an invalid correction: empty response"}));
+    EXPECT_EQ(failure(ProviderError::cutOff(), ProviderID::openai),
+              (ProviderFailure{"OpenAI's reply was cut off", "The reply stopped before it was finished. Try again.",
+                               std::nullopt}));
+    EXPECT_EQ(failure(ProviderError::streamError("Overloaded"), ProviderID::anthropic),
+              (ProviderFailure{"Anthropic reported an error", "Try again in a moment.", "Overloaded"}));
+    EXPECT_EQ(failure(ProviderError::replyTooLong(), ProviderID::anthropic),
+              (ProviderFailure{"Anthropic's reply was too long",
+                               "The model stopped at its length limit. Try a shorter selection.", std::nullopt}));
+    EXPECT_EQ(failure(ProviderError::replyTooLarge(), ProviderID::openai),
+              (ProviderFailure{"OpenAI's reply was too long",
+                               "Vesk stopped reading it at 1 MB. Try a shorter selection.", std::nullopt}));
+    EXPECT_EQ(failure(ProviderError::selectionTooLong(), ProviderID::openai),
+              (ProviderFailure{"The text is too long",
+                               "Vesk corrects up to 100,000 characters at a time. Select less and try again.",
+                               std::nullopt}));
+    EXPECT_EQ(failure(ProviderError::deadlineExceeded(), ProviderID::anthropic),
+              (ProviderFailure{"Anthropic took too long",
+                               "The reply didn't finish within 5 minutes. Try a shorter selection.", std::nullopt}));
+    EXPECT_EQ(failure(ProviderError::redirect(308, "https://api.example.com/v1/messages"), ProviderID::anthropic),
+              (ProviderFailure{"Anthropic redirected the request",
+                               "Check the address in Settings: Vesk doesn't follow redirects.",
+                               "Redirected (308) to https://api.example.com/v1/messages"}));
+    EXPECT_EQ(
+        failure(ProviderError::certificate("SSL peer certificate or SSH remote key was not OK"), ProviderID::openai),
+        (ProviderFailure{"OpenAI's certificate wasn't trusted",
+                         "The connection isn't secure, so nothing was sent. Check the address and your network.",
+                         "SSL peer certificate or SSH remote key was not OK"}));
+    EXPECT_EQ(failure(ProviderError::invalidResponse("a part of the reply could not be read"), ProviderID::openai),
+              (ProviderFailure{"OpenAI sent an unexpected reply", "Try again.",
+                               "The provider returned an unexpected response: a part of the reply could not be read"}));
+    EXPECT_EQ(failure(ProviderError::invalidResponse(), ProviderID::anthropic),
+              (ProviderFailure{"Anthropic sent an unexpected reply", "Try again.",
+                               "The provider returned an unexpected response."}));
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Errors, FailureTexts,
-    ::testing::Values(
-        FailureCase("MissingKeyNamesTheProviderInUse", ProviderError::missingAPIKey(ProviderID::openai),
-                    ProviderID::anthropic, {"No Anthropic key yet", "Add your API key in Settings.", std::nullopt}),
-        FailureCase("Unauthorized", ProviderError::http(401, "invalid x-api-key"), ProviderID::anthropic,
-                    {"Anthropic rejected the key", "Check the key and paste it again.", "HTTP 401 invalid x-api-key"}),
-        FailureCase("ForbiddenIsAKeyRejection", ProviderError::http(403, "no"), ProviderID::openai,
-                    {"OpenAI rejected the key", "Check the key and paste it again.", "HTTP 403 no"}),
-        FailureCase("RateLimited", ProviderError::http(429, "slow down"), ProviderID::openai,
-                    {"OpenAI is rate limiting", "Wait a moment and try again.", "HTTP 429 slow down"}),
-        FailureCase("PaymentRequiredIsGeneric", ProviderError::http(402, "pay"), ProviderID::openai,
-                    {"OpenAI returned an error", "Try again in a moment.", "HTTP 402 pay"}),
-        FailureCase("ServerErrorWithEmptyMessage", ProviderError::http(500, ""), ProviderID::anthropic,
-                    {"Anthropic returned an error", "Try again in a moment.", "HTTP 500 "}),
-        FailureCase("Transport", ProviderError::transport("Could not connect"), ProviderID::openai,
-                    {"OpenAI didn't respond", "Check your connection and try again.", "Could not connect"}),
-        FailureCase("TransportWithEmptyDescription", ProviderError::transport(""), ProviderID::openai,
-                    {"OpenAI didn't respond", "Check your connection and try again.", ""}),
-        FailureCase("Timeout", ProviderError::timeout(), ProviderID::anthropic,
-                    {"Anthropic didn't respond", "Check your connection and try again.", std::nullopt}),
-        FailureCase("InvalidOutput", ProviderError::invalidCorrectionOutput("empty response"), ProviderID::openai,
-                    {"OpenAI sent an unexpected reply", "Try again.",
-                     "The provider returned an invalid correction: empty response"}),
-        FailureCase("CutOff", ProviderError::cutOff(), ProviderID::openai,
-                    {"OpenAI's reply was cut off", "The reply stopped before it was finished. Try again.",
-                     std::nullopt}),
-        FailureCase("ErrorInTheStream", ProviderError::streamError("Overloaded"), ProviderID::anthropic,
-                    {"Anthropic reported an error", "Try again in a moment.", "Overloaded"}),
-        FailureCase("ReplyTooLong", ProviderError::replyTooLong(), ProviderID::anthropic,
-                    {"Anthropic's reply was too long",
-                     "The model stopped at its length limit. Try a shorter selection.", std::nullopt}),
-        FailureCase("ReplyOverTheCap", ProviderError::replyTooLarge(), ProviderID::openai,
-                    {"OpenAI's reply was too long", "Vesk stopped reading it at 1 MB. Try a shorter selection.",
-                     std::nullopt}),
-        FailureCase("SelectionOverTheCap", ProviderError::selectionTooLong(), ProviderID::openai,
-                    {"The text is too long",
-                     "Vesk corrects up to 100,000 characters at a time. Select less and try again.", std::nullopt}),
-        FailureCase("PastTheDeadline", ProviderError::deadlineExceeded(), ProviderID::anthropic,
-                    {"Anthropic took too long", "The reply didn't finish within 5 minutes. Try a shorter selection.",
-                     std::nullopt}),
-        FailureCase("Redirect", ProviderError::redirect(308, "https://api.example.com/v1/messages"),
-                    ProviderID::anthropic,
-                    {"Anthropic redirected the request",
-                     "Check the address in Settings: Vesk doesn't follow redirects.",
-                     "Redirected (308) to https://api.example.com/v1/messages"}),
-        FailureCase("UntrustedCertificate",
-                    ProviderError::certificate("SSL peer certificate or SSH remote key was not OK"), ProviderID::openai,
-                    {"OpenAI's certificate wasn't trusted",
-                     "The connection isn't secure, so nothing was sent. Check the address and your network.",
-                     "SSL peer certificate or SSH remote key was not OK"}),
-        FailureCase("UnreadablePayload", ProviderError::invalidResponse("a part of the reply could not be read"),
-                    ProviderID::openai,
-                    {"OpenAI sent an unexpected reply", "Try again.",
-                     "The provider returned an unexpected response: a part of the reply could not be read"}),
-        FailureCase("InvalidResponse", ProviderError::invalidResponse(), ProviderID::anthropic,
-                    {"Anthropic sent an unexpected reply", "Try again.",
-                     "The provider returned an unexpected response."})),
-    test::ParamName{});
 
 TEST(ProviderFailure, AnyOtherErrorCannotCorrect)
 {

@@ -9,71 +9,58 @@ namespace {
 
 using test::operator<<;
 
-template <typename Expected> struct TextCase
+// Line and paragraph separators and no-break spaces are white space; the zero-width space and the BOM are
+// format characters, not white space. Invalid bytes are kept.
+TEST(UnicodeText, TrimmingRemovesWhiteSpaceAndLineBreaksAtBothEndsOnly)
+{
+    EXPECT_EQ(trimmed(" \t\r\n\u00A0\u3000 "), "");
+    EXPECT_EQ(trimmed("\r\n\tHello.\r\n"), "Hello.");
+    EXPECT_EQ(trimmed("\u2028Hello\u2029"), "Hello");
+    EXPECT_EQ(trimmed(" a \u00A0\r\n b "), "a \u00A0\r\n b");
+    EXPECT_EQ(trimmed("\u200BHello\uFEFF"), "\u200BHello\uFEFF");
+    EXPECT_EQ(trimmed(" \xFF Hello \xC3 "), "\xFF Hello \xC3");
+}
+
+TEST(UnicodeText, WordCountingSplitsAtEveryWhiteSpaceCharacter)
+{
+    EXPECT_EQ(countWords(" \n\u00A0 "), 0U);
+    EXPECT_EQ(countWords("  two \t\r\n words  "), 2U);
+    EXPECT_EQ(countWords("one\u00A0two\u2028three\u3000\u65E5\u672C"), 4U);
+    EXPECT_EQ(countWords("well-known, isn't it?"), 3U) << "punctuation is part of a word";
+    EXPECT_EQ(countWords("one\u200Btwo"), 1U) << "a zero-width space does not split";
+    EXPECT_EQ(countWords("\xFF \xFE"), 2U) << "invalid bytes are words";
+}
+
+// What the user sees as characters: an accent stays with its letter, a family joined by zero-width joiners
+// is one, and each invalid byte is one.
+TEST(UnicodeText, GraphemesAreCountedAndCutAsTheUserSeesThem)
+{
+    using Cut = std::pair<std::size_t, std::string>;
+    const auto countAndFirstTwo = [](std::string_view text) {
+        return Cut(countGraphemes(text), firstGraphemes(text, 2));
+    };
+    EXPECT_EQ(countAndFirstTwo(""), Cut(0, ""));
+    EXPECT_EQ(countAndFirstTwo("a"), Cut(1, "a"));
+    EXPECT_EQ(countAndFirstTwo("e\u0301e\u0301e"), Cut(3, "e\u0301e\u0301"));
+    const std::string family = "\U0001F468\u200D\U0001F469\u200D\U0001F467";
+    EXPECT_EQ(countAndFirstTwo(family + "xy"), Cut(3, family + "x"));
+    EXPECT_EQ(countAndFirstTwo("\xFF\xFEz"), Cut(3, "\xFF\xFE"));
+}
+
+struct Text
 {
     const char* name;
     std::string_view text;
-    Expected expected;
+    std::string_view expected;
     std::string_view locale = "en_US";
 };
 
-using Trimming = testing::TestWithParam<TextCase<std::string_view>>;
-using WordCounting = testing::TestWithParam<TextCase<std::size_t>>;
-using Graphemes = testing::TestWithParam<TextCase<std::pair<std::size_t, std::string_view>>>; // count, first two
-using Folding = testing::TestWithParam<TextCase<std::string_view>>;
-
-TEST_P(Trimming, RemovesWhiteSpaceAndLineBreaksAtBothEndsOnly)
-{
-    EXPECT_EQ(trimmed(GetParam().text), GetParam().expected);
-}
-
-TEST_P(WordCounting, SplitsAtEveryWhiteSpaceCharacter)
-{
-    EXPECT_EQ(countWords(GetParam().text), GetParam().expected);
-}
-
-TEST_P(Graphemes, CountAndCutWhatTheUserSeesAsCharacters)
-{
-    EXPECT_EQ(std::pair(countGraphemes(GetParam().text), firstGraphemes(GetParam().text, 2)), GetParam().expected);
-}
+using Folding = testing::TestWithParam<Text>;
 
 TEST_P(Folding, IgnoresCaseAndAccents)
 {
     EXPECT_EQ(foldedForComparison(GetParam().text, GetParam().locale), GetParam().expected);
 }
-
-using Text = TextCase<std::string_view>;
-using Count = TextCase<std::size_t>;
-using Cut = TextCase<std::pair<std::size_t, std::string_view>>;
-
-INSTANTIATE_TEST_SUITE_P(UnicodeText, Trimming,
-                         testing::Values(Text{"Empty", "", ""}, Text{"OnlyWhiteSpace", " \t\r\n\u00A0\u3000 ", ""},
-                                         Text{"WindowsLineBreaks", "\r\n\tHello.\r\n", "Hello."},
-                                         Text{"LineAndParagraphSeparators", "\u2028Hello\u2029", "Hello"},
-                                         Text{"InnerWhiteSpaceKept", " a \u00A0\r\n b ", "a \u00A0\r\n b"},
-                                         // Zero-width space and the BOM are format characters, not white space.
-                                         Text{"ZeroWidthSpaceKept", "\u200BHello\uFEFF", "\u200BHello\uFEFF"},
-                                         Text{"InvalidBytesKept", " \xFF Hello \xC3 ", "\xFF Hello \xC3"}),
-                         test::ParamName());
-
-INSTANTIATE_TEST_SUITE_P(UnicodeText, WordCounting,
-                         testing::Values(Count{"OnlyWhiteSpace", " \n\u00A0 ", 0},
-                                         Count{"SurroundingAndRepeatedBlanks", "  two \t\r\n words  ", 2},
-                                         Count{"UnicodeSpaces", "one\u00A0two\u2028three\u3000\u65E5\u672C", 4},
-                                         Count{"PunctuationIsPartOfAWord", "well-known, isn't it?", 3},
-                                         Count{"ZeroWidthSpaceDoesNotSplit", "one\u200Btwo", 1},
-                                         Count{"InvalidBytesAreWords", "\xFF \xFE", 2}),
-                         test::ParamName());
-
-INSTANTIATE_TEST_SUITE_P(
-    UnicodeText, Graphemes,
-    testing::Values(Cut{"Empty", "", {0, ""}}, Cut{"ShorterThanTheCut", "a", {1, "a"}},
-                    Cut{"CombiningAccentStaysWithItsLetter", "e\u0301e\u0301e", {3, "e\u0301e\u0301"}},
-                    Cut{"FamilyJoinedByZeroWidthJoiners",
-                        "\U0001F468\u200D\U0001F469\u200D\U0001F467xy",
-                        {3, "\U0001F468\u200D\U0001F469\u200D\U0001F467x"}},
-                    Cut{"InvalidBytesAreCharacters", "\xFF\xFEz", {3, "\xFF\xFE"}}),
-    test::ParamName());
 
 // Only nonspacing marks are accents: spacing and enclosing marks stay, and what remains is recomposed.
 INSTANTIATE_TEST_SUITE_P(UnicodeText, Folding,
