@@ -80,8 +80,12 @@ SwayBindingShortcut::SwayBindingShortcut(Reason reason, const QString& socketPat
         m_socket->write(encode({subscribeType, QByteArrayLiteral("[\"binding\"]")}));
     });
     connect(m_socket, &QLocalSocket::readyRead, this, [this] { receive(m_socket->readAll()); });
-    connect(m_socket, &QLocalSocket::disconnected, this, &SwayBindingShortcut::lost);
-    connect(m_socket, &QLocalSocket::errorOccurred, this, &SwayBindingShortcut::lost);
+    // A refused connection, a closed socket and a stream given up on all end here.
+    connect(m_socket, &QLocalSocket::stateChanged, this, [this](QLocalSocket::LocalSocketState state) {
+        if (state == QLocalSocket::UnconnectedState) {
+            lost();
+        }
+    });
     m_retry.setSingleShot(true);
     connect(&m_retry, &QTimer::timeout, this, &SwayBindingShortcut::connectToCompositor);
     connectToCompositor();
@@ -102,8 +106,7 @@ void SwayBindingShortcut::connectToCompositor()
 
 void SwayBindingShortcut::lost()
 {
-    // Both `disconnected` and `errorOccurred` come for one loss; a retry is already waiting for the second.
-    if (m_retry.isActive() || m_socket->state() != QLocalSocket::UnconnectedState) {
+    if (m_retry.isActive()) {
         return;
     }
     if (m_subscribed) {
