@@ -1,17 +1,17 @@
 // How quick the desktop flow feels on a headless Wayland desktop, against the scripted server: from pressing
 // Alt+G to the request reaching the provider, and from Return in the panel to the corrected text in the
-// editor. On sway (mousepad) the key runs the bound `vesk fix`; on KWin (the Qt test editor, saving every
-// change, since KWin lists no windows) it is the GlobalShortcuts portal's, and the keys go through the
-// RemoteDesktop portal. Run by hand:
+// editor. On sway (mousepad) the key runs the bound `vesk fix`, which sway also reports over its IPC socket at
+// once; on KWin (the Qt test editor, saving every change, since KWin lists no windows) it is the
+// GlobalShortcuts portal's, and the keys go through the RemoteDesktop portal. Run by hand:
 //
 //   tests/support/with-sway.sh build/bench/vesk_wayland_flow_bench [runs]
 //   tests/support/with-kwin.sh build/bench/vesk_wayland_flow_bench [runs]
 //
 // Every run selects the whole document, corrects it, accepts, then undoes the paste and saves.
 
+#include "FlowBenchSupport.h"
 #include "e2e/VeskSession.h"
 #include "e2e/WaylandDesktop.h"
-#include "FlowBenchSupport.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -23,7 +23,6 @@ namespace {
 using namespace vesk::e2e;
 using namespace vesk::bench;
 namespace fs = std::filesystem;
-
 
 // mousepad's title in sway's tree starts with '*' while the document has unsaved changes.
 bool editorModified()
@@ -50,7 +49,8 @@ int main(int argc, char** argv)
 
     VeskSession session;
     const fs::path& dir = session.directory();
-    if (const std::string error = session.configure(provider.url()) + (sway ? bindFixInSway(dir) : ""); !error.empty()) {
+    if (const std::string error = session.configure(provider.url()) + (sway ? bindFixInSway(dir) : "");
+        !error.empty()) {
         std::cerr << error << "\n";
         return 1;
     }
@@ -122,9 +122,11 @@ int main(int argc, char** argv)
             std::cerr << "run " << run << ": couldn't put the original back\n";
             ++failures;
         }
+        // The correction gives the clipboard back a little after the paste; a person's next press is later.
+        std::this_thread::sleep_for(300ms);
     }
     std::printf("%d run(s), %d failure(s)\n", static_cast<int>(pressToRequest.size()), failures);
-    printPercentiles(sway ? "Alt+G (sway runs vesk fix) -> request" : "Alt+G (the portal shortcut) -> request",
+    printPercentiles(sway ? "Alt+G (sway binding) -> request" : "Alt+G (the portal shortcut) -> request",
                      pressToRequest);
     printPercentiles("Return -> corrected text in the editor", acceptToText);
     return failures == 0 ? 0 : 1;

@@ -127,7 +127,9 @@ void DesktopApp::refreshTrust()
 void DesktopApp::handleMessage(const QString& message)
 {
     if (message == QLatin1String("fix")) {
-        d->coordinator->correctSelection();
+        if (!d->platform->shortcut->claimFixRequest()) {
+            d->coordinator->correctSelection();
+        }
     } else if (message == QLatin1String("show")) {
         openHome(HomeSection::overview);
     } else {

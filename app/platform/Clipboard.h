@@ -7,6 +7,8 @@
 #include <QObject>
 #include <QPair>
 #include <QString>
+#include <chrono>
+#include <functional>
 #include <optional>
 
 namespace vesk::app {
@@ -21,6 +23,21 @@ struct ClipboardContents
 
     bool operator==(const ClipboardContents&) const = default;
 };
+
+// Reading a foreign clipboard waits for its owner, one format at a time: a snapshot reads no further formats
+// after this long, and leaves out formats that would take it past this many bytes.
+inline constexpr std::chrono::milliseconds snapshotTimeBudget{1000};
+inline constexpr qsizetype snapshotSizeBudget = 64 * 1024 * 1024;
+
+// Reads one format for a snapshot within the time and bytes the budget has left; nothing when it can't.
+using SnapshotReader = std::function<std::optional<QByteArray>(
+    const QString& format, std::chrono::milliseconds timeLeft, qsizetype bytesLeft)>;
+
+// The `items` snapshot of `formats`, each read through `read` within the budget; `empty` when none was read.
+ClipboardContents snapshotWithinBudget(const QStringList& formats, const SnapshotReader& read);
+
+// Whether `format` is plain text ("text/plain", with or without a charset).
+bool isPlainText(const QString& format);
 
 class Clipboard : public QObject
 {

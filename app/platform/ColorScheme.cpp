@@ -1,9 +1,9 @@
 #include "app/platform/ColorScheme.h"
 #include "app/common/Logging.h"
+#include "app/platform/DesktopPortal.h"
 
 #include <QColor>
 #include <QDBusConnection>
-#include <QDBusMessage>
 #include <QDBusVariant>
 #include <QLoggingCategory>
 #include <QProcess>
@@ -14,22 +14,11 @@ namespace vesk::app {
 
 namespace {
 
-const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString settingsInterface = QStringLiteral("org.freedesktop.portal.Settings");
 const QString appearanceGroup = QStringLiteral("org.freedesktop.appearance");
 const QString colorSchemeKey = QStringLiteral("color-scheme");
 // A missing portal answers at once; a hung one must not hold up the first window for long.
 constexpr int portalTimeoutMs = 500;
-
-// D-Bus hands variants over nested in QDBusVariant, twice for the older Read call.
-QVariant unwrapped(QVariant value)
-{
-    while (value.canConvert<QDBusVariant>() && value.metaType() == QMetaType::fromType<QDBusVariant>()) {
-        value = value.value<QDBusVariant>().variant();
-    }
-    return value;
-}
 
 std::optional<ColorScheme::Scheme> readGnome()
 {
@@ -94,20 +83,15 @@ void ColorScheme::setScheme(Scheme scheme)
 
 std::optional<ColorScheme::Scheme> ColorScheme::readPortal()
 {
-    QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected()) {
-        return std::nullopt;
-    }
     // ReadOne is the current call; portals before version 2 only have Read.
     for (const QString& method : {QStringLiteral("ReadOne"), QStringLiteral("Read")}) {
-        QDBusMessage call = QDBusMessage::createMethodCall(portalService, portalPath, settingsInterface, method);
-        call << appearanceGroup << colorSchemeKey;
-        const QDBusMessage reply = bus.call(call, QDBus::Block, portalTimeoutMs);
-        if (reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty()) {
-            return fromPortal(unwrapped(reply.arguments().constFirst()));
+        QString error;
+        if (const std::optional<QVariant> value =
+                callPortal(settingsInterface, method, {appearanceGroup, colorSchemeKey}, portalTimeoutMs, &error)) {
+            return fromPortal(*value);
         }
-        if (reply.errorName() != QLatin1String("org.freedesktop.DBus.Error.UnknownMethod")) {
-            qCDebug(lcUi) << "no colour scheme from the portal:" << reply.errorName();
+        if (error != QLatin1String("org.freedesktop.DBus.Error.UnknownMethod")) {
+            qCDebug(lcUi) << "no colour scheme from the portal:" << error;
             return std::nullopt;
         }
     }
@@ -119,7 +103,7 @@ void ColorScheme::onPortalSettingChanged(const QString& group, const QString& ke
     if (group != appearanceGroup || key != colorSchemeKey) {
         return;
     }
-    setScheme(fromPortal(unwrapped(value.variant())).value_or(Scheme::dark));
+    setScheme(fromPortal(unwrappedVariant(value.variant())).value_or(Scheme::dark));
 }
 
 std::optional<ColorScheme::Scheme> ColorScheme::fromPortal(const QVariant& value)

@@ -21,6 +21,10 @@ public:
     virtual bool setShortcut(const QString& name, const std::optional<KeyCombination>& combination, QString* error) = 0;
     // While paused, presses are not reported (the recorder is listening for a new shortcut).
     virtual void setPaused(bool paused) = 0;
+    // `vesk fix` asked the running app for a correction. True when that request is the command a compositor
+    // binding ran for a press already reported here (the compositor told of the binding before the command
+    // was up): the press has started the correction and the request must not start another.
+    virtual bool claimFixRequest() { return false; }
 
 signals:
     // A press of the shortcut; auto-repeat does not fire again until the key is released.

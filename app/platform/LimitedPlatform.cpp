@@ -1,6 +1,7 @@
 #include "app/platform/LimitedPlatform.h"
 
 #include "app/common/Logging.h"
+#include "app/platform/RefusingGlobalShortcut.h"
 #include "app/platform/SystemClipboard.h"
 
 #include <QCoreApplication>
@@ -10,27 +11,6 @@
 namespace vesk::app {
 
 namespace {
-
-class LimitedGlobalShortcut : public GlobalShortcut
-{
-public:
-    explicit LimitedGlobalShortcut(QString reason) : m_reason(std::move(reason)) {}
-
-    bool setShortcut(const QString&, const std::optional<KeyCombination>& combination, QString* error) override
-    {
-        if (!combination) {
-            return true;
-        }
-        if (error) {
-            *error = m_reason;
-        }
-        return false;
-    }
-    void setPaused(bool) override {}
-
-private:
-    QString m_reason;
-};
 
 class LimitedInputSynthesizer : public InputSynthesizer
 {
@@ -78,7 +58,8 @@ std::unique_ptr<Platform> createLimitedPlatform()
     auto platform = std::make_unique<Platform>();
     platform->limitation = limitationFor(QGuiApplication::platformName());
     qCInfo(lcPlatform) << "Limited platform:" << platform->limitation;
-    platform->shortcut = std::make_unique<LimitedGlobalShortcut>(platform->limitation);
+    platform->shortcut = std::make_unique<RefusingGlobalShortcut>(
+        [reason = platform->limitation](const KeyCombination&) { return reason; });
     platform->input = std::make_unique<LimitedInputSynthesizer>();
     platform->windows = std::make_unique<LimitedWindowSystem>();
     platform->clipboard = std::make_unique<SystemClipboard>();

@@ -3,7 +3,6 @@
 #include "app/common/Logging.h"
 
 #include <QClipboard>
-#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QImage>
 #include <QMimeData>
@@ -13,11 +12,6 @@ namespace {
 
 constexpr const char* passwordManagerHint = "x-kde-passwordManagerHint";
 constexpr const char* pngFormat = "image/png";
-
-bool isPlainText(const QString& format)
-{
-    return format == QLatin1String("text/plain") || format.startsWith(QLatin1String("text/plain;"));
-}
 
 QClipboard* clipboard()
 {
@@ -79,38 +73,28 @@ ClipboardContents SystemClipboard::snapshot()
         contents.strings.append(offer->text());
         return contents;
     }
-    contents.kind = ClipboardContents::Kind::items;
-    QElapsedTimer elapsed;
-    elapsed.start();
-    qsizetype total = 0;
-    for (const QString& format : formats) {
-        if (elapsed.elapsed() >= snapshotTimeBudget.count()) {
-            qCInfo(lcPlatform) << "Clipboard snapshot stopped after" << elapsed.elapsed() << "ms;"
-                               << formats.size() - contents.formats.size() << "formats not saved";
-            break;
-        }
-        // The offer is Qt's and may be replaced by the time a slow owner answers, so read through the
-        // clipboard each time rather than keeping the pointer across reads.
-        const QMimeData* current = clipboard()->mimeData(QClipboard::Clipboard);
-        if (current != offer) {
-            qCInfo(lcPlatform) << "The clipboard changed while it was being saved";
-            break;
-        }
-        const QByteArray data = current->data(format);
-        if (data.isNull()) {
-            continue;
-        }
-        if (total + data.size() > snapshotSizeBudget) {
-            qCInfo(lcPlatform) << "Clipboard format of" << data.size() << "bytes left out of the snapshot";
-            continue;
-        }
-        total += data.size();
-        contents.formats.append({format, data});
-    }
-    if (contents.formats.isEmpty()) {
-        contents.kind = ClipboardContents::Kind::empty;
-    }
-    return contents;
+    // The offer is Qt's and may be replaced by the time a slow owner answers, so each read goes through the
+    // clipboard rather than keeping the pointer across reads.
+    bool replaced = false;
+    return snapshotWithinBudget(
+        formats, [&](const QString& format, auto, qsizetype bytesLeft) -> std::optional<QByteArray> {
+            const QMimeData* current = clipboard()->mimeData(QClipboard::Clipboard);
+            if (replaced || current != offer) {
+                if (!std::exchange(replaced, true)) {
+                    qCInfo(lcPlatform) << "The clipboard changed while it was being saved";
+                }
+                return std::nullopt;
+            }
+            QByteArray data = current->data(format);
+            if (data.isNull()) {
+                return std::nullopt;
+            }
+            if (data.size() > bytesLeft) {
+                qCInfo(lcPlatform) << "Clipboard format of" << data.size() << "bytes left out of the snapshot";
+                return std::nullopt;
+            }
+            return data;
+        });
 }
 
 void SystemClipboard::restore(const ClipboardContents& contents)

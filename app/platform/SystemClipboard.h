@@ -5,8 +5,6 @@
 
 #include "app/platform/Clipboard.h"
 
-#include <chrono>
-
 namespace vesk::app {
 
 class SystemClipboard : public Clipboard
@@ -14,11 +12,6 @@ class SystemClipboard : public Clipboard
     Q_OBJECT
 
 public:
-    // Reading a foreign clipboard blocks until its owner answers, one format at a time; a snapshot stops
-    // reading further formats after this long or this many bytes.
-    static constexpr std::chrono::milliseconds snapshotTimeBudget{1000};
-    static constexpr qsizetype snapshotSizeBudget = 64 * 1024 * 1024;
-
     explicit SystemClipboard(QObject* parent = nullptr);
 
     ClipboardContents snapshot() override;

@@ -1,8 +1,11 @@
-// The Wayland back end's pure parts: the bind line shown where a desktop won't register shortcuts, and
-// what an app id says about the window (which class names are terminals is TerminalKeysTest's).
+// The Wayland back end's pure parts: the bind line shown where a desktop won't register shortcuts, sway's
+// binding events read from its IPC stream, and what an app id says about the window (which class names are
+// terminals is TerminalKeysTest's).
+#include "app/platform/wayland/SwayBindingShortcut.h"
 #include "app/platform/wayland/WaylandPlatform.h"
 #include "app/platform/wayland/WaylandWindows.h"
 
+#include <QSignalSpy>
 #include <gtest/gtest.h>
 
 namespace vesk::app {
@@ -17,6 +20,48 @@ TEST(WaylandDesktopTest, BindLineUsesEachCompositorsOwnKeyNames)
     EXPECT_TRUE(compositorBindInstructions("Hyprland", altG).endsWith("\nbind = ALT, g, exec, vesk fix"));
     EXPECT_TRUE(compositorBindInstructions("ubuntu:GNOME", altG).contains("\"vesk fix\" and the keys Alt+G"));
     EXPECT_TRUE(compositorBindInstructions("", altG).contains("Bind Alt+G to the command \"vesk fix\""));
+}
+
+TEST(WaylandDesktopTest, SwayBindingRunsVeskFixWhateverTheExecLooksLike)
+{
+    for (const char* command : {"exec vesk fix", "exec --no-startup-id /usr/local/bin/vesk fix",
+                                "exec env XDG_RUNTIME_DIR=/run/user/1000 '/opt/my apps/vesk' fix",
+                                "mode default; EXEC \"vesk\" fix"}) {
+        EXPECT_TRUE(SwayBindingShortcut::runsVeskFix(command)) << command;
+    }
+    for (const char* command : {"exec vesk fixup", "exec vesk correct", "exec notvesk fix", "exec 'vesk fix'",
+                                "exec vesk fix --now", "vesk fix", "exec vesk; exec fix"}) {
+        EXPECT_FALSE(SwayBindingShortcut::runsVeskFix(command)) << command;
+    }
+}
+
+TEST(WaylandDesktopTest, SwayBindingEventIsThePressAndClaimsTheFixRequestItStarted)
+{
+    SwayBindingShortcut shortcut([](const KeyCombination&) { return QString(); }, QString());
+    shortcut.setShortcut("fixGrammar", std::nullopt, nullptr);
+    QSignalSpy released(&shortcut, &GlobalShortcut::released);
+    const auto binding = [](const char* command) {
+        return SwayBindingShortcut::encode(
+            {SwayBindingShortcut::bindingEvent,
+             QByteArray(R"({"change":"run","binding":{"command":")") + command + R"(","symbol":"g"}})"});
+    };
+    const QByteArray fix = binding("exec vesk fix");
+    // A frame split over three reads, then one read with a frame of another binding and a whole one.
+    shortcut.receive(fix.left(4));
+    shortcut.receive(fix.mid(4, 10));
+    EXPECT_EQ(released.count(), 0);
+    shortcut.receive(fix.mid(14) + binding("exec foot") + fix);
+    EXPECT_EQ(released.count(), 2);
+    EXPECT_EQ(released.at(0).at(0).toString(), "fixGrammar");
+    EXPECT_TRUE(shortcut.claimFixRequest());
+    EXPECT_TRUE(shortcut.claimFixRequest());
+    EXPECT_FALSE(shortcut.claimFixRequest()) << "a `vesk fix` of the user's own starts a correction";
+
+    for (QByteArray corrupt : {QByteArray("i3-ipX"), SwayBindingShortcut::encode({2, QByteArray(2 << 20, ' ')})}) {
+        bool isCorrupt = false;
+        EXPECT_FALSE(SwayBindingShortcut::takeFrame(corrupt, isCorrupt));
+        EXPECT_TRUE(isCorrupt) << corrupt.left(6).toStdString();
+    }
 }
 
 TEST(WaylandDesktopTest, AppIdNamesTheTerminalAndTheApp)

@@ -23,11 +23,6 @@ const std::array<const char*, 5> textFormats = {"text/plain;charset=utf-8", "tex
 constexpr const char* passwordManagerHint = "x-kde-passwordManagerHint";
 constexpr std::chrono::milliseconds writeLimit{3000};
 
-bool isPlainText(const QString& format)
-{
-    return format == QLatin1String("text/plain") || format.startsWith(QLatin1String("text/plain;"));
-}
-
 const zwlr_data_control_v1_listener deviceListener = {WaylandClipboard::dataOffer, WaylandClipboard::selection,
                                                       WaylandClipboard::finished};
 const zwlr_data_control_offer_v1_listener offerListener = {WaylandClipboard::offerFormat};
@@ -250,26 +245,8 @@ ClipboardContents WaylandClipboard::snapshot()
         }
         return contents;
     }
-    contents.kind = ClipboardContents::Kind::items;
-    QElapsedTimer elapsed;
-    elapsed.start();
-    qsizetype total = 0;
-    for (const QString& format : formats) {
-        const auto left = snapshotTimeBudget - std::chrono::milliseconds(elapsed.elapsed());
-        if (left.count() <= 0) {
-            qCInfo(lcPlatform) << "Clipboard snapshot stopped after" << elapsed.elapsed() << "ms;"
-                               << formats.size() - contents.formats.size() << "formats not saved";
-            break;
-        }
-        if (const std::optional<QByteArray> data = read(format, left, snapshotSizeBudget - total)) {
-            total += data->size();
-            contents.formats.append({format, *data});
-        }
-    }
-    if (contents.formats.isEmpty()) {
-        contents.kind = ClipboardContents::Kind::empty;
-    }
-    return contents;
+    return snapshotWithinBudget(formats, [this](const QString& format, std::chrono::milliseconds timeLeft,
+                                                qsizetype bytesLeft) { return read(format, timeLeft, bytesLeft); });
 }
 
 std::optional<QString> WaylandClipboard::text()

@@ -25,8 +25,6 @@ class WaylandClipboard : public Clipboard
     Q_OBJECT
 
 public:
-    static constexpr std::chrono::milliseconds snapshotTimeBudget{1000};
-    static constexpr qsizetype snapshotSizeBudget = 64 * 1024 * 1024;
     // How long the corrected text stays on the clipboard at most when the target has not read it yet.
     static constexpr std::chrono::milliseconds transientHoldLimit{1500};
 

@@ -2,6 +2,7 @@
 
 #include "app/common/Logging.h"
 #include "app/platform/SystemClipboard.h"
+#include "app/platform/wayland/SwayBindingShortcut.h"
 #include "app/platform/wayland/WaylandClipboard.h"
 #include "app/platform/wayland/WaylandConnection.h"
 #include "app/platform/wayland/WaylandKeyboard.h"
@@ -60,24 +61,6 @@ QStringList modifierNames(Qt::KeyboardModifiers modifiers, const std::array<cons
     }
     return held;
 }
-
-// Desktops that give a shortcut only to commands: the recorded shortcut cannot be registered by Vesk, so
-// the error the user sees says how to bind it to `vesk fix`.
-class CompositorBoundShortcut : public GlobalShortcut
-{
-public:
-    bool setShortcut(const QString&, const std::optional<KeyCombination>& combination, QString* error) override
-    {
-        if (!combination) {
-            return true;
-        }
-        if (error) {
-            *error = compositorBindInstructions(qEnvironmentVariable("XDG_CURRENT_DESKTOP"), *combination);
-        }
-        return false;
-    }
-    void setPaused(bool) override {}
-};
 
 // Where the GlobalShortcuts portal stands for the desktop's own shortcuts: KWin and GNOME Shell, known by
 // their names on the session bus, and Hyprland. Elsewhere (sway) a portal may answer with a back end of
@@ -180,7 +163,17 @@ std::unique_ptr<Platform> createWaylandPlatform()
     if (desktopHasShortcutPortal() && portalVersion(QStringLiteral("org.freedesktop.portal.GlobalShortcuts")) > 0) {
         platform->shortcut = std::make_unique<PortalGlobalShortcut>();
     } else {
-        platform->shortcut = std::make_unique<CompositorBoundShortcut>();
+        // The desktop gives shortcuts only to commands: registering is refused with how to bind `vesk fix`.
+        RefusingGlobalShortcut::Reason bindLine =
+            [desktop = qEnvironmentVariable("XDG_CURRENT_DESKTOP")](const KeyCombination& combination) {
+                return compositorBindInstructions(desktop, combination);
+            };
+        const QString ipc = qEnvironmentVariable("SWAYSOCK", qEnvironmentVariable("I3SOCK"));
+        if (ipc.isEmpty()) {
+            platform->shortcut = std::make_unique<RefusingGlobalShortcut>(std::move(bindLine));
+        } else {
+            platform->shortcut = std::make_unique<SwayBindingShortcut>(std::move(bindLine), ipc);
+        }
     }
     if (!platform->limitation.isEmpty()) {
         qCInfo(lcPlatform) << "Wayland platform:" << platform->limitation;

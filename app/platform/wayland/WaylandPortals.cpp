@@ -1,6 +1,7 @@
 #include "app/platform/wayland/WaylandPortals.h"
 
 #include "app/common/Logging.h"
+#include "app/platform/DesktopPortal.h"
 #include "app/platform/wayland/WaylandKeyboard.h"
 
 #include <QDBusArgument>
@@ -77,8 +78,6 @@ private:
 namespace vesk::app {
 namespace {
 
-const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString shortcutsInterface = QStringLiteral("org.freedesktop.portal.GlobalShortcuts");
 const QString remoteDesktopInterface = QStringLiteral("org.freedesktop.portal.RemoteDesktop");
 constexpr const char* restoreTokenKey = "WaylandRemoteDesktop/restoreToken";
@@ -132,14 +131,10 @@ uint portalVersion(const QString& interface)
                                  !bus().interface()->activatableServiceNames().value().contains(portalService))) {
         return 0;
     }
-    QDBusMessage get = QDBusMessage::createMethodCall(
-        portalService, portalPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    get.setArguments({interface, QStringLiteral("version")});
-    const QDBusMessage reply = bus().call(get, QDBus::Block, 2000);
-    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
-        return 0;
-    }
-    return reply.arguments().constFirst().value<QDBusVariant>().variant().toUInt();
+    return callPortal(QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"),
+                      {interface, QStringLiteral("version")}, 2000)
+        .value_or(QVariant())
+        .toUInt();
 }
 
 PortalGlobalShortcut::PortalGlobalShortcut(QObject* parent) : GlobalShortcut(parent)
