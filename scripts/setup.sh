@@ -20,7 +20,7 @@ packages=(
     # Fuzzing: clang with libFuzzer and the sanitizer runtimes.
     clang libclang-rt-14-dev
     # The Wayland back end and its headless sway and KWin end-to-end tests (the portals' KDE back end is Qt 5).
-    libwayland-dev libwayland-bin libxkbcommon-dev qt6-wayland sway wl-clipboard
+    libwayland-dev libwayland-bin libxkbcommon-dev qt6-wayland sway wl-clipboard foot
     kwin-wayland xdg-desktop-portal xdg-desktop-portal-kde qtwayland5 libkf5globalaccel-bin
 )
 

@@ -44,6 +44,18 @@ struct ClipboardCase
     bool png = false;
 };
 
+// Two presses of the shortcut on the X11 and Wayland desktops, the second while the first still streams.
+struct SecondPressCase
+{
+    const char* name;
+    std::chrono::milliseconds firstReplyGap; // slow enough to be streaming still when the second press comes
+    bool onceThePanelShows;
+};
+
+inline const SecondPressCase secondPressCases[] = {{"QuickSecondPressWins", 150ms, false},
+                                                   {"PressWhileStreamingReplacesTheFirst", 300ms, true}};
+inline const std::string secondFix = "The cat sat on the mat!";
+
 class FlowTest : public ::testing::Test
 {
 protected:

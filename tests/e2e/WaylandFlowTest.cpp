@@ -9,6 +9,7 @@
 #include "e2e/FlowTest.h"
 #include "e2e/WaylandDesktop.h"
 
+#include <atomic>
 #include <thread>
 
 namespace vesk::e2e {
@@ -43,6 +44,21 @@ protected:
     // Vesk, then the editor with `text`, then the clipboard held with `formats` by another program.
     void start(const std::string& text, const std::vector<std::string>& formats)
     {
+        ASSERT_NO_FATAL_FAILURE(startVesk());
+        // KWin does not say which window has the focus: the editor has it once a copy there works.
+        const auto copyWorks = [&] {
+            std::this_thread::sleep_for(300ms);
+            press({"ctrl+a", "ctrl+c"});
+            return clipboardAs("text/plain") == text;
+        };
+        ASSERT_TRUE(m_vesk.openEditor(text, editor().program,
+                                      onSway() ? [&] { return editorHasFocus(); } : std::function<bool()>(copyWorks)))
+            << "the editor never took the keys";
+        ASSERT_NO_FATAL_FAILURE(holdClipboard(formats));
+    }
+
+    void startVesk()
+    {
         // On KDE the shortcut and the keyboard come from the portals, which answer after start-up.
         ASSERT_TRUE(m_vesk.start(
             onSway() ? std::vector<std::string>{"\nbindsym Mod1+g exec vesk fix"}
@@ -53,15 +69,10 @@ protected:
         for (const auto& window : windowsOf(veskAppId)) {
             m_homeWindows.push_back(window.value("id", 0));
         }
-        // KWin does not say which window has the focus: the editor has it once a copy there works.
-        const auto copyWorks = [&] {
-            std::this_thread::sleep_for(300ms);
-            press({"ctrl+a", "ctrl+c"});
-            return clipboardAs("text/plain") == text;
-        };
-        ASSERT_TRUE(m_vesk.openEditor(text, editor().program,
-                                      onSway() ? [&] { return editorHasFocus(); } : std::function<bool()>(copyWorks)))
-            << "the editor never took the keys";
+    }
+
+    void holdClipboard(const std::vector<std::string>& formats)
+    {
         std::vector<std::string> args{"own"};
         args.insert(args.end(), formats.begin(), formats.end());
         m_owner = std::make_unique<BackgroundProcess>(VESK_WAYLAND_TOOL, args, m_vesk.directory() / "owner.log");
@@ -98,13 +109,20 @@ protected:
         press({"ctrl+a", "alt+g"});
         ASSERT_TRUE(m_server.waitForRequests(1, 5s)) << "no request reached the provider";
         EXPECT_NE(m_server.requests()[0].body.find(typo), std::string::npos) << "the selection was sent";
-        if (review && onSway()) {
-            const auto panelFocused = [&] {
-                const auto window = panel();
-                return window && window->value("focused", false);
-            };
+        if (review) {
+            ASSERT_NO_FATAL_FAILURE(waitForPanelKeys());
+        }
+    }
+
+    void waitForPanelKeys()
+    {
+        const auto panelFocused = [&] {
+            const auto window = panel();
+            return window && window->value("focused", false);
+        };
+        if (onSway()) {
             ASSERT_TRUE(waitUntil(panelFocused, 5s)) << "the panel did not take the keys";
-        } else if (review) {
+        } else {
             std::this_thread::sleep_for(1s);
         }
     }
@@ -221,6 +239,101 @@ TEST_P(WaylandEditorTest, NothingSelectedAsksNothingAndOpensTheComposer)
 }
 
 INSTANTIATE_TEST_SUITE_P(Editors, WaylandEditorTest, editors, test::ParamName());
+
+class WaylandSecondPressTest : public WaylandFlowTest,
+                               public ::testing::WithParamInterface<std::tuple<SecondPressCase, Editor>>
+{
+protected:
+    [[nodiscard]] const Editor& editor() const override { return std::get<1>(GetParam()); }
+};
+
+TEST_P(WaylandSecondPressTest, OnlyTheLastCorrectionLands)
+{
+    const SecondPressCase& c = std::get<0>(GetParam());
+    std::atomic<int> served = 0;
+    m_server.respondWith([&](const RecordedRequest&) {
+        return served++ == 0 ? reply(fixedText, c.firstReplyGap) : reply(secondFix);
+    });
+    ASSERT_NO_FATAL_FAILURE(start(typo, {"--text", "kept"}));
+
+    if (c.onceThePanelShows) {
+        ASSERT_NO_FATAL_FAILURE(correct());
+        press({"alt+g"});
+        ASSERT_TRUE(m_server.waitForRequests(2, 5s)) << "the second press asked for nothing";
+        EXPECT_NE(m_server.requests().at(1).body.find(typo), std::string::npos)
+            << "the second press copied from the editor";
+    } else {
+        press({"ctrl+a", "alt+g", "alt+g"});
+        ASSERT_TRUE(m_server.waitForRequests(1, 5s));
+        m_server.waitForRequests(2, 1s);
+    }
+    // On KDE Return counts only once the last reply is in.
+    ASSERT_NO_FATAL_FAILURE(waitForPanelKeys());
+    std::this_thread::sleep_for(onSway() ? 0ms : 1s);
+    ASSERT_NO_FATAL_FAILURE(acceptInPanel());
+    const std::string expected = m_server.requests().size() >= 2 ? secondFix : fixedText;
+    EXPECT_EQ(saveUntil(expected), expected);
+    // Nothing else arrives later (a late reply pasted after all), and the user's clipboard is back.
+    std::this_thread::sleep_for(1500ms);
+    EXPECT_EQ(saveUntil(expected), expected) << "a late reply was pasted";
+    EXPECT_TRUE(waitUntil([] { return clipboardAs("text/plain") == "kept"; }, 2s)) << clipboardAs("text/plain");
+    EXPECT_FALSE(panel());
+}
+
+INSTANTIATE_TEST_SUITE_P(SecondPress, WaylandSecondPressTest,
+                         ::testing::Combine(::testing::ValuesIn(secondPressCases), editors), [](const auto& row) {
+                             return std::string(std::get<0>(row.param).name) + "_" + std::get<1>(row.param).name;
+                         });
+
+// A terminal copies and pastes with Ctrl+Shift+C/V; Ctrl+C would interrupt the program running in it. Vesk
+// tells a terminal by its app id, which only wlroots desktops show other programs (KWin 5.27 has no
+// foreign-toplevel list), so this runs on sway.
+class WaylandTerminalTest : public WaylandFlowTest
+{
+protected:
+    [[nodiscard]] const Editor& editor() const override { return foot; }
+    const Editor foot{"Foot", "foot", "foot"};
+};
+
+TEST_F(WaylandTerminalTest, TerminalSelectionIsCopiedAndPastedWithoutInterrupting)
+{
+    if (!onSway()) {
+        GTEST_SKIP() << "KWin tells Vesk no app ids: it cannot know the target is a terminal";
+    }
+    m_server.respondWith([](const RecordedRequest&) { return reply(fixedText); });
+    ASSERT_NO_FATAL_FAILURE(startVesk());
+    const fs::path marker = m_vesk.directory() / "interrupted";
+    const fs::path pasted = m_vesk.directory() / "pasted";
+    const std::string script = "trap 'echo INTERRUPTED >> " + marker.string() + "' INT; echo '" + typo +
+                               "'; read line; echo \"$line\" > " + pasted.string() + "; sleep 60";
+    BackgroundProcess terminal("foot", {"sh", "-c", script}, (m_vesk.directory() / "terminal.log").string());
+    ASSERT_TRUE(waitUntil([&] { return editorHasFocus(); }, 10s)) << "the terminal did not open";
+    ASSERT_NO_FATAL_FAILURE(holdClipboard({"--text", "kept"}));
+
+    // A triple click on the first row selects the line the script printed.
+    const auto window = windowsOf("foot").at(0);
+    const int x = window["rect"].value("x", 0) + window["window_rect"].value("x", 0) + 40;
+    const int y = window["rect"].value("y", 0) + window["window_rect"].value("y", 0) + 8;
+    const auto selected = [&] {
+        runTool(VESK_WAYLAND_TOOL, {"click", std::to_string(x), std::to_string(y), "1280", "720", "3"});
+        return runTool("wl-paste", {"--primary", "--no-newline"}, {}, 3s).out.starts_with("teh");
+    };
+    ASSERT_TRUE(waitUntil(selected, 5s, 500ms)) << "the terminal selected nothing";
+
+    press({"alt+g"});
+    ASSERT_TRUE(m_server.waitForRequests(1, 5s)) << "nothing was copied from the terminal";
+    EXPECT_NE(m_server.requests().at(0).body.find(typo), std::string::npos);
+    ASSERT_NO_FATAL_FAILURE(waitForPanelKeys());
+    ASSERT_NO_FATAL_FAILURE(acceptInPanel());
+    ASSERT_TRUE(waitUntil([&] { return editorHasFocus(); }, 3s)) << "focus went back to the terminal";
+    // The script reads the pasted line once Return ends it.
+    std::this_thread::sleep_for(300ms);
+    press({"Return"});
+    EXPECT_TRUE(waitUntil([&] { return readFile(pasted) == fixedText + "\n"; }, 3s)) << readFile(pasted);
+    EXPECT_FALSE(fs::exists(marker)) << "the program got SIGINT";
+    EXPECT_TRUE(terminal.isRunning());
+    EXPECT_TRUE(waitUntil([] { return clipboardAs("text/plain") == "kept"; }, 2s)) << clipboardAs("text/plain");
+}
 
 } // namespace
 } // namespace vesk::e2e

@@ -5,6 +5,9 @@
 //                                             "failed" on the FIFO OUT
 //   vesk_wayland_tool own [--text T] [--html H] [--png FILE]
 //                                             holds the clipboard with those formats until terminated
+//   vesk_wayland_tool click X Y WIDTH HEIGHT N
+//                                             clicks the left button N times at X,Y of a WIDTHxHEIGHT output
+//                                             layout, through a virtual pointer (wlroots desktops)
 //
 // Keys go through a virtual keyboard with the seat's keymap, as a keyboard would send them; the clipboard
 // is offered through data-control, which (unlike Qt's clipboard) needs no focused window.
@@ -18,6 +21,12 @@
 #include <QKeySequence>
 #include <QThread>
 #include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <linux/input-event-codes.h>
+#include <wayland-client.h>
+
+#include "wlr-virtual-pointer-unstable-v1-client.h"
 
 using namespace vesk::app;
 
@@ -127,12 +136,68 @@ int ownClipboard(const std::shared_ptr<WaylandConnection>& connection, const QSt
     return QCoreApplication::exec();
 }
 
+std::uint32_t nowMs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::uint32_t>(now.tv_sec * 1000 + now.tv_nsec / 1000000);
+}
+
+// A pointer of its own for each run: the seat gains a pointer when it is made, and the program under it is
+// told so before the clicks come.
+int click(const QStringList& args)
+{
+    wl_display* display = wl_display_connect(nullptr);
+    zwlr_virtual_pointer_manager_v1* manager = nullptr;
+    const wl_registry_listener listener{
+        [](void* data, wl_registry* registry, std::uint32_t name, const char* interface, std::uint32_t) {
+            if (std::strcmp(interface, zwlr_virtual_pointer_manager_v1_interface.name) == 0) {
+                *static_cast<zwlr_virtual_pointer_manager_v1**>(data) = static_cast<zwlr_virtual_pointer_manager_v1*>(
+                    wl_registry_bind(registry, name, &zwlr_virtual_pointer_manager_v1_interface, 1));
+            }
+        },
+        [](void*, wl_registry*, std::uint32_t) {},
+    };
+    if (display == nullptr) {
+        return 2;
+    }
+    wl_registry_add_listener(wl_display_get_registry(display), &listener, &manager);
+    wl_display_roundtrip(display);
+    if (manager == nullptr) {
+        std::fprintf(stderr, "the compositor offers no virtual pointer\n");
+        return 2;
+    }
+    zwlr_virtual_pointer_v1* pointer = zwlr_virtual_pointer_manager_v1_create_virtual_pointer(manager, nullptr);
+    const auto moveTo = [&] {
+        zwlr_virtual_pointer_v1_motion_absolute(pointer, nowMs(), args[0].toUInt(), args[1].toUInt(),
+                                                args[2].toUInt(), args[3].toUInt());
+        zwlr_virtual_pointer_v1_frame(pointer);
+        wl_display_roundtrip(display);
+    };
+    moveTo();
+    QThread::msleep(200);
+    moveTo();
+    for (int i = 0; i < args[4].toInt(); ++i) {
+        for (const auto state : {WL_POINTER_BUTTON_STATE_PRESSED, WL_POINTER_BUTTON_STATE_RELEASED}) {
+            zwlr_virtual_pointer_v1_button(pointer, nowMs(), BTN_LEFT, state);
+            zwlr_virtual_pointer_v1_frame(pointer);
+            wl_display_roundtrip(display);
+        }
+        QThread::msleep(60);
+    }
+    wl_display_disconnect(display);
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     const QStringList args = QCoreApplication::arguments().mid(1);
+    if (args.value(0) == QLatin1String("click") && args.size() == 6) {
+        return click(args.mid(1));
+    }
     const std::shared_ptr<WaylandConnection> connection = WaylandConnection::connect();
     if (!connection) {
         std::fprintf(stderr, "no Wayland compositor\n");
@@ -144,6 +209,7 @@ int main(int argc, char** argv)
     if (args.value(0) == QLatin1String("own")) {
         return ownClipboard(connection, args.mid(1));
     }
-    std::fprintf(stderr, "usage: vesk_wayland_tool serve IN OUT | own [--text T] [--html H] [--png FILE]\n");
+    std::fprintf(stderr, "usage: vesk_wayland_tool serve IN OUT | own [--text T] [--html H] [--png FILE] | "
+                 "click X Y WIDTH HEIGHT N\n");
     return 2;
 }
