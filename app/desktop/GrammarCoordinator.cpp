@@ -41,6 +41,10 @@ void GrammarCoordinator::correctSelection()
     SelectionCapture capture = m_selection.start();
     if (m_current) {
         m_current->session->cancel();
+        // The panel of the last press goes before the copy stroke: while it has the keyboard the stroke would
+        // reach it, and a compositor that lets no app hand the focus over (KWin) gives it back to the source
+        // app only when it closes. Shown anew, it also takes the focus back as on a first press.
+        m_panel.hide();
     }
     std::optional<std::string> sourceApp;
     if (capture.source && !capture.source->appName.isEmpty()) {

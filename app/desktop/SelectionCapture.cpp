@@ -1,11 +1,13 @@
 #include "app/desktop/SelectionCapture.h"
 
 #include "app/common/Logging.h"
+#include "app/platform/PollUntil.h"
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QPointer>
 #include <QTimer>
+#include <QWindow>
 
 namespace vesk::app {
 
@@ -31,7 +33,7 @@ SelectionCapture SelectionAccess::start()
 
     // While the shortcut's keys are down the keyboard belongs to our grab and a held Alt would turn the
     // copy stroke into Ctrl+Alt+C, so the stroke waits for a clean keyboard.
-    m_platform.input->whenModifiersReleased([this, source = capture.source, weak = std::weak_ptr(capture.state)] {
+    auto copy = [this, source = capture.source, weak = std::weak_ptr(capture.state)](bool) {
         const auto pending = weak.lock();
         if (!pending || pending->superseded) {
             return;
@@ -48,6 +50,14 @@ SelectionCapture SelectionAccess::start()
             return;
         }
         postCopy(pending, source);
+    };
+    // A window of ours just closed (the panel of the last press) may still have the keyboard: the stroke
+    // waits until the compositor has given it to another window.
+    m_platform.input->whenModifiersReleased([this, copy = std::move(copy)] {
+        pollUntil(this, pollInterval, focusLeavesClosedWindow, [] {
+            const QWindow* focused = QGuiApplication::focusWindow();
+            return focused == nullptr || focused->isVisible();
+        }, copy);
     });
     return capture;
 }

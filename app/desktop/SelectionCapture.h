@@ -37,6 +37,7 @@ class SelectionAccess : public QObject
 
 public:
     static constexpr std::chrono::milliseconds copyWait{350};
+    static constexpr std::chrono::milliseconds focusLeavesClosedWindow{500};
     static constexpr std::chrono::milliseconds pollInterval{10};
     static constexpr std::chrono::milliseconds settleBeforePaste{80};
     static constexpr std::chrono::milliseconds holdBeforeRestore{120};
