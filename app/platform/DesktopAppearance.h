@@ -18,7 +18,7 @@ public:
     [[nodiscard]] virtual bool composites() = 0;
     // Whether a window of Vesk's can appear while the copy stroke goes to the app the user is in: where the
     // window manager leaves the focus alone when asked, or the platform can give it back before the stroke.
-    // Where neither holds (KWin on Wayland activates every new window), the panel waits for the text.
+    // Where neither holds (Wayland compositors give every new window the keyboard), the panel waits for the text.
     [[nodiscard]] virtual bool showsBesideTheFocus() { return true; }
 
 protected:

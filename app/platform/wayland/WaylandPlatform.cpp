@@ -90,16 +90,13 @@ QString limitationFor(const WaylandKeyboard& keyboard, bool clipboard)
 }
 
 // Every Wayland compositor draws windows with transparency. A new window takes the keyboard on every one
-// of them; only where Vesk knows the windows can it give the focus back to the source.
+// of them, whenever it maps: shown before the copy stroke, the panel could take it (sway), and given back
+// to the source app it is refused the activation it asks for later. The panel shows once the text is in.
 class WaylandAppearance : public DesktopAppearance
 {
 public:
-    explicit WaylandAppearance(bool refocuses) : m_refocuses(refocuses) {}
     bool composites() override { return true; }
-    bool showsBesideTheFocus() override { return m_refocuses; }
-
-private:
-    bool m_refocuses;
+    bool showsBesideTheFocus() override { return false; }
 };
 
 } // namespace
@@ -158,7 +155,7 @@ std::unique_ptr<Platform> createWaylandPlatform()
     }
     platform->input = std::move(keyboard);
     auto windows = std::make_unique<WaylandWindows>(connection);
-    platform->appearance = std::make_unique<WaylandAppearance>(windows->knowsWindows());
+    platform->appearance = std::make_unique<WaylandAppearance>();
     platform->windows = std::move(windows);
     if (desktopHasShortcutPortal() && portalVersion(QStringLiteral("org.freedesktop.portal.GlobalShortcuts")) > 0) {
         platform->shortcut = std::make_unique<PortalGlobalShortcut>();
