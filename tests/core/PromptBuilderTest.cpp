@@ -1,20 +1,16 @@
 #include "core/PromptBuilder.h"
 
+#include "support/Golden.h"
 #include "support/ParamName.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
 
 namespace vesk {
 namespace {
 
 using test::operator<<;
 
-// Each row's whole system prompt is kept byte for byte in tests/core/golden/<name>.txt. After a deliberate
-// change to the prompts, run the tests with VESK_UPDATE_GOLDEN=1 to rewrite the files, and read the diff.
+// Each row's whole system prompt is kept in its golden file.
 struct PromptCase
 {
     const char* name;
@@ -25,14 +21,7 @@ using GoldenPrompts = testing::TestWithParam<PromptCase>;
 
 TEST_P(GoldenPrompts, MatchTheirFilesExactly)
 {
-    const std::string prompt = PromptBuilder::systemPrompt(GetParam().settings);
-    const std::filesystem::path path = std::filesystem::path(VESK_GOLDEN_DIR) / (GetParam().name + std::string(".txt"));
-    if (std::getenv("VESK_UPDATE_GOLDEN") != nullptr) {
-        std::ofstream(path, std::ios::binary) << prompt;
-    }
-    std::ostringstream golden;
-    golden << std::ifstream(path, std::ios::binary).rdbuf();
-    EXPECT_EQ(prompt, golden.str()) << "differs from " << path;
+    test::expectGolden(GetParam().name, PromptBuilder::systemPrompt(GetParam().settings));
 }
 
 using Strength = CorrectionStrength;
