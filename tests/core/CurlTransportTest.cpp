@@ -8,16 +8,13 @@
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <mutex>
-#include <spawn.h>
 #include <string>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -75,6 +72,12 @@ private:
     mutable std::mutex m_mutex;
 };
 
+// A port of 127.0.0.1 that nothing listens on.
+int unusedPort()
+{
+    return ScriptedProviderServer().port();
+}
+
 class CurlTransportTest : public ::testing::Test
 {
 protected:
@@ -99,7 +102,8 @@ protected:
     CurlTransport transport;
 };
 
-TEST_F(CurlTransportTest, SendsTheRequestExactlyAsBuilt)
+// Also through a second transport, which draws on the same pool of connections.
+TEST_F(CurlTransportTest, SendsTheRequestExactlyAsBuiltOverOnePooledConnection)
 {
     server.respondWith([](const test::RecordedRequest&) { return ScriptedResponse::events({"ok\n"}); });
     HttpRequest post = request();
@@ -112,8 +116,10 @@ TEST_F(CurlTransportTest, SendsTheRequestExactlyAsBuilt)
     Recorder first;
     Recorder second;
 
+    CurlTransport another;
+
     EXPECT_EQ(send(post, first), std::nullopt);
-    EXPECT_EQ(send(get, second), std::nullopt);
+    EXPECT_EQ(another.send(get, second, {}), std::nullopt);
 
     const auto requests = server.requests();
     ASSERT_EQ(requests.size(), 2u);
@@ -129,6 +135,8 @@ TEST_F(CurlTransportTest, SendsTheRequestExactlyAsBuilt)
     EXPECT_EQ(requests[1].method, "GET");
     EXPECT_EQ(requests[1].target, "/v1/models?limit=5");
     EXPECT_EQ(requests[1].header("Content-Type"), "");
+    EXPECT_THAT(second.lines, ElementsAre("ok"));
+    EXPECT_EQ(server.connectionCount(), 1u);
 }
 
 TEST_F(CurlTransportTest, ReportsTheHeadBeforeADelayedBody)
@@ -233,21 +241,6 @@ TEST_F(CurlTransportTest, FaultsEndAsNamed)
     }
 }
 
-TEST_F(CurlTransportTest, ReusesTheConnectionAcrossTransports)
-{
-    server.respondWith([](const test::RecordedRequest&) { return ScriptedResponse::events({"data: a\n\n"}); });
-    Recorder first;
-    Recorder second;
-    CurlTransport another; // a second transport draws on the same pool
-
-    EXPECT_EQ(send(request(), first), std::nullopt);
-    EXPECT_EQ(another.send(request(), second, {}), std::nullopt);
-
-    EXPECT_THAT(second.lines, ElementsAre("data: a", ""));
-    EXPECT_EQ(server.requests().size(), 2u);
-    EXPECT_EQ(server.connectionCount(), 1u);
-}
-
 // Stopped before the head, mid-body in silence, during a steady drip or before sending: the transport
 // returns at once without an error, and never calls the handler after the stop.
 TEST_F(CurlTransportTest, StopsPromptlyWhenCancelled)
@@ -314,18 +307,11 @@ TEST_F(CurlTransportTest, ReportsAnUntrustedCertificate)
     const std::string make = "mkdir -p " + dir + " && openssl req -x509 -newkey rsa:2048 -nodes -days 1 -subj " +
                              "/CN=127.0.0.1 -keyout " + dir + "/key.pem -out " + dir + "/cert.pem 2>/dev/null";
     ASSERT_EQ(std::system(make.c_str()), 0) << "openssl is needed";
-    int port = 0;
-    {
-        ScriptedProviderServer free;
-        port = free.port();
-    }
-    const std::string accept = "127.0.0.1:" + std::to_string(port);
+    const std::string accept = "127.0.0.1:" + std::to_string(unusedPort());
     const std::string cert = dir + "/cert.pem";
-    const std::string key = dir + "/key.pem";
-    const char* argv[] = {"openssl", "s_server",   "-quiet", "-www",      "-accept", accept.c_str(),
-                          "-cert",   cert.c_str(), "-key",   key.c_str(), nullptr};
-    pid_t opensslServer = 0;
-    ASSERT_EQ(::posix_spawnp(&opensslServer, "openssl", nullptr, nullptr, const_cast<char* const*>(argv), environ), 0);
+    test::BackgroundProcess opensslServer("openssl", {"s_server", "-quiet", "-www", "-accept", accept, "-cert", cert,
+                                                      "-key", dir + "/key.pem"},
+                                          dir + "/s_server.log");
     HttpRequest tls = request();
     tls.url = "https://" + accept + "/v1/chat/completions";
     std::optional<ProviderError> error;
@@ -336,8 +322,7 @@ TEST_F(CurlTransportTest, ReportsAnUntrustedCertificate)
             return error && error->kind() != ProviderError::Kind::transport; // refused until openssl listens
         },
         5s, 2ms));
-    ::kill(opensslServer, SIGTERM);
-    ::waitpid(opensslServer, nullptr, 0);
+    opensslServer.stop();
 
     EXPECT_EQ(error->kind(), ProviderError::Kind::certificate) << error->description();
     EXPECT_THAT(error->description(), Not(HasSubstr(secretKey)));
@@ -348,13 +333,8 @@ TEST_F(CurlTransportTest, ReportsAnUntrustedCertificate)
 // failure that quotes no key.
 TEST_F(CurlTransportTest, ReportsWhatCannotBeSentWithoutTheKey)
 {
-    int closedPort = 0;
-    {
-        ScriptedProviderServer gone;
-        closedPort = gone.port();
-    }
     HttpRequest refused = request();
-    refused.url = "http://127.0.0.1:" + std::to_string(closedPort) + "/v1/chat?key=" + secretKey;
+    refused.url = "http://127.0.0.1:" + std::to_string(unusedPort()) + "/v1/chat?key=" + secretKey;
     HttpRequest ftp = request();
     ftp.url = "ftp://127.0.0.1/file";
     HttpRequest injected = request();
