@@ -309,9 +309,9 @@ TEST_F(CurlTransportTest, ReportsAnUntrustedCertificate)
     ASSERT_EQ(std::system(make.c_str()), 0) << "openssl is needed";
     const std::string accept = "127.0.0.1:" + std::to_string(unusedPort());
     const std::string cert = dir + "/cert.pem";
-    test::BackgroundProcess opensslServer("openssl", {"s_server", "-quiet", "-www", "-accept", accept, "-cert", cert,
-                                                      "-key", dir + "/key.pem"},
-                                          dir + "/s_server.log");
+    test::BackgroundProcess opensslServer(
+        "openssl", {"s_server", "-quiet", "-www", "-accept", accept, "-cert", cert, "-key", dir + "/key.pem"},
+        dir + "/s_server.log");
     HttpRequest tls = request();
     tls.url = "https://" + accept + "/v1/chat/completions";
     std::optional<ProviderError> error;

@@ -49,7 +49,8 @@ TEST(ProviderFailure, TextsMatchTheirGoldenFile)
         }
         texts += error.description() + " [" + std::string(displayName(provider)) + "]\n" + shown(failure);
     }
-    texts += "runtime_error [OpenAI]\n" + shown(ProviderFailure::from(std::runtime_error("disk on fire"), ProviderID::openai));
+    texts += "runtime_error [OpenAI]\n" +
+             shown(ProviderFailure::from(std::runtime_error("disk on fire"), ProviderID::openai));
     test::expectGolden("FailureTexts", texts);
 }
 
