@@ -4,7 +4,6 @@
 #include "support/Golden.h"
 
 #include <gtest/gtest.h>
-#include <sstream>
 
 namespace vesk {
 namespace {
@@ -14,23 +13,16 @@ constexpr std::string_view metaReason = "response discussed the instructions ins
 // The cases and their verdicts are the golden file ValidatorVerdicts.txt.
 TEST(CorrectionValidator, RepliesGetTheVerdictsOfTheirTranscript)
 {
-    std::istringstream golden(test::readGolden("ValidatorVerdicts"));
-    std::string transcript;
-    for (std::string line; std::getline(golden, line);) {
-        if (line.starts_with("> ")) {
-            const Json texts = Json::parse("[" + line.substr(2) + "]");
-            const auto result =
-                CorrectionValidator::validate(texts.at(0).get<std::string>(), texts.at(1).get<std::string>(), "en_US");
-            const bool refused = !result && result.error().kind() == ProviderError::Kind::invalidCorrectionOutput;
-            transcript +=
-                line + "\n  " +
-                (result ? Json(*result).dump() : (refused ? "refused: " : "error: ") + result.error().text()) + "\n";
-        } else if (line.starts_with('#')) {
-            transcript += line + "\n";
+    test::expectTranscript("ValidatorVerdicts", [](std::string_view line) {
+        const Json texts = Json::parse("[" + std::string(line) + "]");
+        const auto result =
+            CorrectionValidator::validate(texts.at(0).get<std::string>(), texts.at(1).get<std::string>(), "en_US");
+        if (result) {
+            return Json(*result).dump();
         }
-    }
-    EXPECT_NE(transcript.find("> "), std::string::npos);
-    test::expectGolden("ValidatorVerdicts", transcript);
+        const bool refused = result.error().kind() == ProviderError::Kind::invalidCorrectionOutput;
+        return (refused ? "refused: " : "error: ") + result.error().text();
+    });
 }
 
 TEST(CorrectionValidator, FoldsInTheGivenLocale)
