@@ -7,13 +7,13 @@
 #include "support/ScriptedProviderServer.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iterator>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <unistd.h>
@@ -34,42 +34,34 @@ using Framing = ScriptedResponse::Framing;
 
 constexpr const char* secretKey = "sk-proj-SECRETKEY0123456789";
 
-// Records what the transport reports, and whether anything was reported once a stop was requested.
+// Records what the transport reports, and whether anything was reported once a stop was requested. The
+// counts are read while a transfer runs, the rest once it is over.
 class Recorder : public ResponseHandler
 {
 public:
     void onHead(int headStatus) override
     {
-        const std::lock_guard lock(m_mutex);
         calledAfterStop = calledAfterStop || watched.stop_requested();
-        ++heads;
         status = headStatus;
+        ++heads;
     }
     bool onLine(std::string_view line) override
     {
-        const std::lock_guard lock(m_mutex);
         calledAfterStop = calledAfterStop || watched.stop_requested();
         lineBeforeHead = lineBeforeHead || heads == 0;
         lines.emplace_back(line);
+        ++lineCount;
         return !stopAfterLines || lines.size() < *stopAfterLines;
-    }
-    // The heads and lines so far, read under the lock while a transfer runs.
-    [[nodiscard]] std::pair<int, std::size_t> seen() const
-    {
-        const std::lock_guard lock(m_mutex);
-        return {heads, lines.size()};
     }
 
     std::optional<std::size_t> stopAfterLines;
     std::stop_token watched;
-    int heads = 0;
+    std::atomic<int> heads = 0;
+    std::atomic<std::size_t> lineCount = 0;
     int status = -1;
     bool lineBeforeHead = false;
     bool calledAfterStop = false;
     std::vector<std::string> lines;
-
-private:
-    mutable std::mutex m_mutex;
 };
 
 // A port of 127.0.0.1 that nothing listens on.
@@ -145,8 +137,8 @@ TEST_F(CurlTransportTest, ReportsTheHeadBeforeADelayedBody)
     Recorder recorder;
     std::jthread sender([&] { EXPECT_EQ(send(request(), recorder), std::nullopt); });
 
-    ASSERT_TRUE(test::waitUntil([&] { return recorder.seen().first > 0; }, 5s, 2ms));
-    EXPECT_EQ(recorder.seen().second, 0u) << "the body was not sent yet";
+    ASSERT_TRUE(test::waitUntil([&] { return recorder.heads > 0; }, 5s, 2ms));
+    EXPECT_EQ(recorder.lineCount, 0u) << "the body was not sent yet";
     sender.join();
     EXPECT_THAT(recorder.lines, ElementsAre("data: late"));
 }
@@ -263,7 +255,7 @@ TEST_F(CurlTransportTest, StopsPromptlyWhenCancelled)
             result = send(request(), recorder, stop.get_token());
             returned = Clock::now();
         });
-        ASSERT_TRUE(test::waitUntil([&] { return ready(recorder.seen().second); }, 5s, 2ms));
+        ASSERT_TRUE(test::waitUntil([&] { return ready(recorder.lineCount); }, 5s, 2ms));
         const auto stoppedAt = Clock::now();
         stop.request_stop();
         sender.join();
