@@ -11,11 +11,6 @@ constexpr std::string_view systemPrompt = "Fix the grammar.\nKeep the meaning.";
 // Keys are sent exactly as stored, spaces and all.
 constexpr std::string_view key = " sk-test key ";
 
-nlohmann::json bodyOf(const HttpRequest& request)
-{
-    return nlohmann::json::parse(request.body);
-}
-
 HttpRequest requestOf(const ProviderDialect& dialect, std::string_view text)
 {
     auto request = dialect.makeRequest(systemPrompt, text, "some-model", key);
@@ -32,7 +27,7 @@ std::string shown(const HttpRequest& request)
     for (const auto& [name, value] : request.headers) {
         text += name + ": \"" + value + "\"\n";
     }
-    return text + "\n" + bodyOf(request).dump(2) + "\n";
+    return text + "\n" + nlohmann::json::parse(request.body).dump(2) + "\n";
 }
 
 TEST(AnthropicRequest, IsTheStreamedMessagesCall)
@@ -67,7 +62,7 @@ TEST(AnthropicRequest, MaxTokensFollowTheTextsByteCount)
         for (std::size_t i = 0; i < copies; ++i) {
             text += piece;
         }
-        return bodyOf(requestOf(*makeDialect(ProviderID::anthropic), text))["max_tokens"];
+        return Json::parse(requestOf(*makeDialect(ProviderID::anthropic), text).body)["max_tokens"];
     };
     EXPECT_EQ(maxTokens("a", 511), 256) << "the floor";
     EXPECT_EQ(maxTokens("\u00E9", 300), 300) << "bytes, not characters";
