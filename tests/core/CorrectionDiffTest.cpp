@@ -1,7 +1,5 @@
 #include "core/CorrectionDiff.h"
 
-#include "core/Json.h"
-#include "support/Golden.h"
 #include "support/ReferenceDiff.h"
 
 #include <gtest/gtest.h>
@@ -56,14 +54,36 @@ void expectConsistent(const CorrectionDiffPlan& plan)
     }
 }
 
-// The cases are the golden file DiffTokens.txt, but for invalid UTF-8, of which every byte is kept.
 TEST(CorrectionDiffTokens, SplitWordsFromSpaceAndPunctuation)
 {
-    test::expectTranscript("DiffTokens", [](std::string_view line) {
-        return Json(CorrectionDiff::tokens(Json::parse(line).get<std::string>())).dump();
-    });
+    EXPECT_EQ(CorrectionDiff::tokens("Hello, world!"), (Strings{"Hello", ", ", "world", "!"}));
+    EXPECT_EQ(CorrectionDiff::tokens(""), Strings{});
+    EXPECT_EQ(CorrectionDiff::tokens(" \t\n"), Strings{" \t\n"});
+    EXPECT_EQ(CorrectionDiff::tokens("Wait... what?!"), (Strings{"Wait", "... ", "what", "?!"}));
+    // Letters and digits are one class; the decimal point is not.
+    EXPECT_EQ(CorrectionDiff::tokens("abc123 3.14"), (Strings{"abc123", " ", "3", ".", "14"}));
+    // Numbers by property, not only ASCII digits: Arabic-Indic digits, a vulgar fraction, a Roman numeral.
+    EXPECT_EQ(CorrectionDiff::tokens("\u0663\u0664 1\u00BD \u216B"),
+              (Strings{"\u0663\u0664", " ", "1\u00BD", " ", "\u216B"}));
+    EXPECT_EQ(CorrectionDiff::tokens("\u65E5\u672C\u8A9E\u306E\u30C6\u30AD\u30B9\u30C8\u3002\u6B21"),
+              (Strings{"\u65E5\u672C\u8A9E\u306E\u30C6\u30AD\u30B9\u30C8", "\u3002", "\u6B21"}));
+    // Every byte of invalid UTF-8 is kept.
     EXPECT_EQ(CorrectionDiff::tokens("ab\xff\xfe cd\xC3 e\xE2\x82"),
               (Strings{"ab", "\xff\xfe ", "cd", "\xC3 ", "e", "\xE2\x82"}));
+}
+
+TEST(CorrectionDiffTokens, ClassifyWholeCharactersByTheirFirstCodePoint)
+{
+    // A combining accent is no letter itself but stays with the letter it sits on...
+    EXPECT_EQ(CorrectionDiff::tokens("cafe\u0301 noir"), (Strings{"cafe\u0301", " ", "noir"}));
+    EXPECT_EQ(CorrectionDiff::tokens("\u0928\u092E\u0938\u094D\u0924\u0947 ji"),
+              (Strings{"\u0928\u092E\u0938\u094D\u0924\u0947", " ", "ji"}));
+    // ...and with the space it sits on, which makes it part of the space's token.
+    EXPECT_EQ(CorrectionDiff::tokens("a \u0301b"), (Strings{"a", " \u0301", "b"}));
+    const std::string family = "\U0001F469\u200D\U0001F469\u200D\U0001F467";
+    EXPECT_EQ(CorrectionDiff::tokens("I " + family + " you"), (Strings{"I", " " + family + " ", "you"}));
+    EXPECT_EQ(CorrectionDiff::tokens("ok\U0001F1E9\U0001F1EA\U0001F1EB\U0001F1F7"),
+              (Strings{"ok", "\U0001F1E9\U0001F1EA\U0001F1EB\U0001F1F7"}));
 }
 
 // The plan with each change written in as [original→replacement], checked for consistency first.

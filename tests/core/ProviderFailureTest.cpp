@@ -19,7 +19,7 @@ TEST(ProviderFailure, TextsMatchTheirGoldenFile)
         {ProviderError::http(401, "invalid x-api-key"), ProviderID::anthropic},
         {ProviderError::http(403, "no"), ProviderID::openai},
         {ProviderError::http(429, "slow down"), ProviderID::openai},
-        {ProviderError::http(500, ""), ProviderID::anthropic},
+        {ProviderError::http(500, "upstream"), ProviderID::anthropic},
         {ProviderError::http(404, "model: x"), ProviderID::openai},
         {ProviderError::transport("Could not connect"), ProviderID::openai},
         {ProviderError::timeout(), ProviderID::anthropic},
@@ -35,9 +35,10 @@ TEST(ProviderFailure, TextsMatchTheirGoldenFile)
         {ProviderError::invalidResponse("a part of the reply could not be read"), ProviderID::openai},
         {ProviderError::invalidResponse(), ProviderID::anthropic},
     };
+    // One line a case: the error's description and provider, then the title, the message and the detail.
     const auto shown = [](const ProviderFailure& failure) {
-        return failure.title + "\n  " + failure.message + "\n  " + failure.detail.value_or("(no detail)") +
-               (failure.fixableInSettings ? "\n  (fixable in Settings)" : "") + "\n";
+        return failure.title + " | " + failure.message + " | " + failure.detail.value_or("-") +
+               (failure.fixableInSettings ? " | fixable in Settings\n" : "\n");
     };
     std::string texts;
     for (const auto& [error, provider] : errors) {
@@ -47,9 +48,9 @@ TEST(ProviderFailure, TextsMatchTheirGoldenFile)
         } catch (const std::exception& caught) {
             EXPECT_EQ(ProviderFailure::from(caught, provider), failure) << error.what();
         }
-        texts += error.description() + " [" + std::string(displayName(provider)) + "]\n" + shown(failure);
+        texts += error.description() + " [" + std::string(displayName(provider)) + "] -> " + shown(failure);
     }
-    texts += "runtime_error [OpenAI]\n" +
+    texts += "runtime_error [OpenAI] -> " +
              shown(ProviderFailure::from(std::runtime_error("disk on fire"), ProviderID::openai));
     test::expectGolden("FailureTexts", texts);
 }

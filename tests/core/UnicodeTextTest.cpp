@@ -1,12 +1,13 @@
 #include "core/UnicodeText.h"
 
-#include "core/Json.h"
-#include "support/Golden.h"
+#include "support/ParamName.h"
 
 #include <gtest/gtest.h>
 
 namespace vesk::unicode {
 namespace {
+
+using test::operator<<;
 
 // Line and paragraph separators and no-break spaces are white space; the zero-width space and the BOM are
 // format characters, not white space. Invalid bytes are kept.
@@ -46,15 +47,44 @@ TEST(UnicodeText, GraphemesAreCountedAndCutAsTheUserSeesThem)
     EXPECT_EQ(countAndFirstTwo("\xFF\xFEz"), Cut(3, "\xFF\xFE"));
 }
 
-// The cases are the golden file Folding.txt; invalid bytes cannot be written there.
-TEST(UnicodeText, FoldingIgnoresCaseAndAccents)
+struct Text
 {
-    test::expectTranscript("Folding", [](std::string_view line) {
-        const Json localeAndText = Json::parse("[" + std::string(line) + "]");
-        return Json(foldedForComparison(localeAndText.at(1).get<std::string>(), localeAndText.at(0).get<std::string>()))
-            .dump();
-    });
-    EXPECT_EQ(foldedForComparison("A\xFF-\xC3", "en_US"), "a\uFFFD-\uFFFD") << "invalid bytes are U+FFFD";
+    const char* name;
+    std::string_view text;
+    std::string_view expected;
+    std::string_view locale = "en_US";
+};
+
+using Folding = testing::TestWithParam<Text>;
+
+TEST_P(Folding, IgnoresCaseAndAccents)
+{
+    EXPECT_EQ(foldedForComparison(GetParam().text, GetParam().locale), GetParam().expected);
+}
+
+// Only nonspacing marks are accents: spacing and enclosing marks stay, and what remains is recomposed.
+INSTANTIATE_TEST_SUITE_P(UnicodeText, Folding,
+                         testing::Values(Text{"AccentsRemoved", "R\u00E9sum\u00E9 attached", "resume attached"},
+                                         Text{"SharpSFoldsToSs", "Stra\u00DFe", "strasse", "de_DE"},
+                                         Text{"CapitalIIsDotlessInTurkish", "ISPARTA", "\u0131sparta", "tr_TR"},
+                                         Text{"DottedCapitalIElsewhere", "\u0130stanbul", "istanbul"},
+                                         Text{"TurkishLocaleWithHyphen", "I", "\u0131", "tr-TR"},
+                                         Text{"TurkishLocaleFromEnvironmentForm", "I", "\u0131", "tr_TR.UTF-8"},
+                                         Text{"ApostrophesStayDistinct", "CAN'T CAN\u2019T", "can't can\u2019t"},
+                                         Text{"HangulSyllablesRecomposed", "\uD55C\uAD6D\uC5B4", "\uD55C\uAD6D\uC5B4",
+                                              "ko_KR"},
+                                         Text{"SpacingVowelSignKept", "\u0915\u093F", "\u0915\u093F", "hi_IN"},
+                                         Text{"EnclosingKeycapKept", "1\uFE0F\u20E3", "1\u20E3"},
+                                         Text{"InvalidBytesBecomeReplacementCharacters",
+                                              "A\xFF"
+                                              "B\xC3",
+                                              "a\uFFFDb\uFFFD"}),
+                         test::ParamName());
+
+TEST(UnicodeText, FoldingWithoutLocaleUsesTheUsersLocale)
+{
+    // The user's locale comes from the environment, so only text that folds alike everywhere is checked.
+    EXPECT_EQ(foldedForComparison("R\u00C9SUM\u00C9 \u0130"), "resume i");
 }
 
 } // namespace
