@@ -1,6 +1,5 @@
 #include "core/ProviderFailure.h"
 
-#include "core/Json.h"
 #include "support/Golden.h"
 
 #include <gtest/gtest.h>
@@ -53,15 +52,6 @@ TEST(ProviderFailure, TextsMatchTheirGoldenFile)
     texts += "runtime_error [OpenAI] -> " +
              shown(ProviderFailure::from(std::runtime_error("disk on fire"), ProviderID::openai));
     test::expectGolden("FailureTexts", texts);
-}
-
-// A gateway's error body need not be UTF-8; written out as JSON it must not throw.
-TEST(ProviderFailure, DetailWithInvalidUtf8DumpsAsJson)
-{
-    const ProviderFailure failure =
-        ProviderFailure::from(ProviderError::http(502, "bad \xFF\xC3 gateway"), ProviderID::openai);
-    EXPECT_THROW(static_cast<void>(Json(*failure.detail).dump()), Json::type_error);
-    EXPECT_EQ(dumpReplacingInvalidUtf8(Json(*failure.detail)), "\"HTTP 502 bad \uFFFD\uFFFD gateway\"");
 }
 
 } // namespace
