@@ -24,34 +24,41 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-// Checks everything a consumer of a plan relies on, whatever the texts.
-void expectConsistent(const CorrectionDiffPlan& plan)
+// The plan for two texts with each change written in as [original\u2192replacement], once everything a consumer
+// of a plan relies on is checked, whatever the texts: the pieces rebuild both texts, no piece is empty, changes
+// never neighbour each other, and a change's id is its position.
+std::string shown(std::string_view originalText, std::string_view correctedText)
 {
+    const CorrectionDiffPlan plan = CorrectionDiff::plan(originalText, correctedText);
     std::string original;
     std::string corrected;
+    std::string text;
     bool previousWasChange = false;
     for (const CorrectionDiffPiece& piece : plan.pieces) {
+        std::string from = piece.isChange() ? "" : piece.commonText();
+        std::string to = from;
+        EXPECT_FALSE(piece.isChange() && previousWasChange) << "neighbouring changes should have been one";
         if (!piece.isChange()) {
-            EXPECT_FALSE(piece.commonText().empty());
-            original += piece.commonText();
-            corrected += piece.commonText();
-            previousWasChange = false;
-            continue;
+            EXPECT_FALSE(from.empty());
+            text += from;
+        } else if (piece.changeId() >= 0 && piece.changeId() < plan.changeCount()) {
+            from = plan.changes[static_cast<std::size_t>(piece.changeId())].original;
+            to = plan.changes[static_cast<std::size_t>(piece.changeId())].replacement;
+            EXPECT_FALSE(from.empty() && to.empty());
+            text += "[" + from + "\u2192" + to + "]";
+        } else {
+            ADD_FAILURE() << "no change " << piece.changeId();
         }
-        ASSERT_GE(piece.changeId(), 0);
-        ASSERT_LT(piece.changeId(), plan.changeCount());
-        const CorrectionDiffChange& made = plan.changes[static_cast<std::size_t>(piece.changeId())];
-        EXPECT_FALSE(previousWasChange) << "neighbouring changes should have been one";
-        EXPECT_FALSE(made.original.empty() && made.replacement.empty());
-        original += made.original;
-        corrected += made.replacement;
-        previousWasChange = true;
+        original += from;
+        corrected += to;
+        previousWasChange = piece.isChange();
     }
     EXPECT_EQ(original, plan.original);
     EXPECT_EQ(corrected, plan.corrected);
     for (std::size_t k = 0; k < plan.changes.size(); ++k) {
         EXPECT_EQ(plan.changes[k].id, static_cast<int>(k));
     }
+    return text;
 }
 
 TEST(CorrectionDiffTokens, SplitWordsFromSpaceAndPunctuation)
@@ -84,23 +91,6 @@ TEST(CorrectionDiffTokens, ClassifyWholeCharactersByTheirFirstCodePoint)
     EXPECT_EQ(CorrectionDiff::tokens("I " + family + " you"), (Strings{"I", " " + family + " ", "you"}));
     EXPECT_EQ(CorrectionDiff::tokens("ok\U0001F1E9\U0001F1EA\U0001F1EB\U0001F1F7"),
               (Strings{"ok", "\U0001F1E9\U0001F1EA\U0001F1EB\U0001F1F7"}));
-}
-
-// The plan with each change written in as [original→replacement], checked for consistency first.
-std::string shown(std::string_view original, std::string_view corrected)
-{
-    const CorrectionDiffPlan plan = CorrectionDiff::plan(original, corrected);
-    expectConsistent(plan);
-    std::string text;
-    for (const CorrectionDiffPiece& piece : plan.pieces) {
-        if (!piece.isChange()) {
-            text += piece.commonText();
-        } else if (piece.changeId() >= 0 && piece.changeId() < plan.changeCount()) {
-            const CorrectionDiffChange& made = plan.changes[static_cast<std::size_t>(piece.changeId())];
-            text += "[" + made.original + "\u2192" + made.replacement + "]";
-        }
-    }
-    return text;
 }
 
 TEST(CorrectionDiffPlan, GroupsEachRunOfDifferencesIntoOneChange)
@@ -184,7 +174,7 @@ TEST(CorrectionDiffPlan, RebuildsBothTextsForRandomTexts)
         const std::string original = randomText();
         const std::string corrected = randomText();
         SCOPED_TRACE("run " + std::to_string(run) + ": \"" + original + "\" -> \"" + corrected + "\"");
-        expectConsistent(CorrectionDiff::plan(original, corrected));
+        shown(original, corrected);
     }
 }
 
@@ -200,13 +190,13 @@ TEST(CorrectionDiffPlan, LongTextsFallBackToCoarserChanges)
     for (int k = 0; k < 100; ++k) {
         original += line + "\n";
     }
+    const std::size_t middle = original.size() / 2; // the start of the 51st line
     std::string corrected = original;
-    corrected.replace(original.size() / 2, 4, "WORD");
+    corrected.replace(middle, 4, "WORD");
 
-    const CorrectionDiffPlan byLine = CorrectionDiff::plan(original, corrected);
-    expectConsistent(byLine);
-    ASSERT_EQ(byLine.changeCount(), 1);
-    EXPECT_EQ(byLine.changes[0].original, line + "\n");
+    EXPECT_EQ(shown(original, corrected), original.substr(0, middle) + "[" + line + "\n\u2192" +
+                                              corrected.substr(middle, line.size() + 1) + "]" +
+                                              original.substr(middle + line.size() + 1));
 
     std::erase(original, '\n');
     std::erase(corrected, '\n');

@@ -187,10 +187,6 @@ INSTANTIATE_TEST_SUITE_P(
         ReplyRow("SentinelWithTrailingCharacterIsUnreadable", ProviderID::openai, 200,
                  {openAIText("They're"), "data: [DONE]x", openAIText(" going home."), "data: [DONE]"},
                  {delta("They're")}, ProviderError::invalidResponse("a part of the reply could not be read")),
-        ReplyRow("OnlyAPromptCountGivesZeroCompletion", ProviderID::anthropic, 200,
-                 {R"(data: {"message":{"usage":{"input_tokens":12}}})",
-                  R"(data: {"delta":{"text":"They're going home."}})", R"(data: {"type":"message_stop"})"},
-                 {delta("They're going home."), done(12, 0)}, std::nullopt),
         // vLLM can report usage on every chunk; an absent count leaves the held one alone.
         ReplyRow("LastReportedCountsWin", ProviderID::openai, 200,
                  {openAIText("They're"), openAIUsage(10, 1), openAIText(" going home."), openAIUsage(11, 2),
@@ -222,6 +218,7 @@ INSTANTIATE_TEST_SUITE_P(
         ReplyRow("OpenAIErrorMidStreamIsMasked", ProviderID::openai, 200,
                  {openAIText("Hi."), R"(data: {"error":{"message":"bad sk-secret"}})", "data: [DONE]"}, {delta("Hi.")},
                  ProviderError::streamError("bad [redacted]")),
+        // A count never reported is 0.
         ReplyRow("AnthropicEndTurnWithoutMessageStop", ProviderID::anthropic, 200,
                  {anthropicText("Hi."), R"(data: {"delta":{"stop_reason":"end_turn"},"usage":{"output_tokens":2}})"},
                  {delta("Hi."), done(0, 2)}, std::nullopt),
