@@ -107,7 +107,6 @@ TEST_F(CurlTransportTest, SendsTheRequestExactlyAsBuiltOverOnePooledConnection)
     get.url = server.url("/v1/models?limit=5");
     Recorder first;
     Recorder second;
-
     CurlTransport another;
 
     EXPECT_EQ(send(post, first), std::nullopt);
