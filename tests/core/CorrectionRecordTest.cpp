@@ -3,7 +3,6 @@
 #include "core/CorrectionRecord.h"
 
 #include "core/HistoryFormat.h"
-#include "core/Pricing.h"
 #include "support/CalendarTesting.h"
 
 #include <cmath>
@@ -38,7 +37,6 @@ TEST(CorrectionRecord, FromAnAcceptedCorrection)
     const CorrectionRecord huge = from("claude-opus-4-8", TokenUsage{most, most});
     EXPECT_EQ(huge.totalTokens(), most);
     EXPECT_TRUE(std::isfinite(huge.estimatedCost));
-    EXPECT_EQ(Pricing::estimatedCost("claude-opus-4-8", TokenUsage{-5, 0}), 0.0);
 }
 
 TEST(CorrectionRecord, LabelsForUnknownAndMissingValues)

@@ -77,7 +77,8 @@ TEST_F(CorrectionSessionTest, FailureNamesTheRunsProvider)
     EXPECT_EQ(session->accept(), std::nullopt);
 }
 
-TEST_F(CorrectionSessionTest, CancelledRunChangesNothingAfterwards)
+// A cancelled run changes nothing afterwards, and a closed session is not touched by its run.
+TEST_F(CorrectionSessionTest, CancelledOrClosedSessionIsNotTouchedByItsRun)
 {
     auto session = started("hello");
     FakeStream& stream = fake.last();
@@ -89,6 +90,14 @@ TEST_F(CorrectionSessionTest, CancelledRunChangesNothingAfterwards)
     EXPECT_EQ(session->state(), Session::State(Session::Editing{}));
     EXPECT_FALSE(session->overlaying() || session->isRunning());
     EXPECT_EQ(session->usage(), std::nullopt);
+
+    session->start();
+    FakeStream& next = fake.last();
+    session.reset();
+    EXPECT_TRUE(next.cancelled);
+    next.callbacks.onEvent(CorrectionEvent::makeDelta("x"));
+    next.callbacks.onFinish(std::nullopt);
+    EXPECT_EQ(executor.drain(), 2); // runs harmlessly
 }
 
 TEST_F(CorrectionSessionTest, RerunOverlaysTheResultAndSupersededEventsAreDropped)
@@ -113,17 +122,6 @@ TEST_F(CorrectionSessionTest, RerunOverlaysTheResultAndSupersededEventsAreDroppe
     EXPECT_EQ(session->accept(), "The cat.");
     ASSERT_EQ(fake.records.size(), 2U) << "a re-run records again";
     EXPECT_EQ(fake.records[1].usage, std::nullopt) << "the re-run never reported done";
-}
-
-TEST_F(CorrectionSessionTest, ClosedSessionIsNotTouchedByItsRun)
-{
-    auto session = started("hello");
-    FakeStream& stream = fake.last();
-    session.reset();
-    EXPECT_TRUE(stream.cancelled);
-    stream.callbacks.onEvent(CorrectionEvent::makeDelta("x"));
-    stream.callbacks.onFinish(std::nullopt);
-    EXPECT_EQ(executor.drain(), 2); // runs harmlessly
 }
 
 TEST_F(CorrectionSessionTest, FinishObserversHearResultsAndFailuresNotCancels)

@@ -21,20 +21,17 @@ std::vector<std::string> splitInChunks(const std::vector<std::string>& chunks)
     return lines;
 }
 
-// Every line terminator, blank lines, a last line without one, bytes as sent: the same lines however the body
-// is cut into chunks.
-TEST(LineSplitter, GivesTheSameLinesForEveryChunking)
+// Every line terminator, blank lines, a last line without one, bytes as sent: the same lines whole and byte by
+// byte (a CR and its LF in two chunks). That any other chunking gives the same lines is the fuzz target's check.
+TEST(LineSplitter, GivesTheSameLinesWholeAndByteByByte)
 {
     const auto expectLines = [](const std::string& body, const std::vector<std::string>& lines) {
         EXPECT_EQ(splitInChunks({body}), lines) << "whole body";
-        std::vector<std::string> bytes;
+        std::vector<std::string> bytes{""};
         for (char c : body) {
             bytes.emplace_back(1, c);
         }
         EXPECT_EQ(splitInChunks(bytes), lines) << "byte by byte";
-        for (std::size_t cut = 0; cut <= body.size(); ++cut) {
-            EXPECT_EQ(splitInChunks({body.substr(0, cut), "", body.substr(cut)}), lines) << "cut after byte " << cut;
-        }
     };
     expectLines("", {});
     expectLines("a\r\n\r\nb\n\nc\r\rd\n", {"a", "", "b", "", "c", "", "d"});

@@ -1,24 +1,23 @@
 #include "core/PromptBuilder.h"
 
+#include "support/Golden.h"
 #include "support/ParamName.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
 
 namespace vesk {
 namespace {
 
 using test::operator<<;
 
-// Each row's whole system prompt is kept byte for byte in tests/core/golden/<name>.txt. After a deliberate
-// change to the prompts, run the tests with VESK_UPDATE_GOLDEN=1 to rewrite the files, and read the diff.
+// The correction prompt of the light strengths and the editor prompt of the heavy ones are each kept whole in
+// the golden file of their first row. The other rows keep only the settings lines at the end, which follow the
+// switches, and share the rest with the row they name.
 struct PromptCase
 {
     const char* name;
     CorrectionSettings settings;
+    const char* sharesTheRestWith = nullptr;
 };
 
 using GoldenPrompts = testing::TestWithParam<PromptCase>;
@@ -26,30 +25,32 @@ using GoldenPrompts = testing::TestWithParam<PromptCase>;
 TEST_P(GoldenPrompts, MatchTheirFilesExactly)
 {
     const std::string prompt = PromptBuilder::systemPrompt(GetParam().settings);
-    const std::filesystem::path path = std::filesystem::path(VESK_GOLDEN_DIR) / (GetParam().name + std::string(".txt"));
-    if (std::getenv("VESK_UPDATE_GOLDEN") != nullptr) {
-        std::ofstream(path, std::ios::binary) << prompt;
+    if (GetParam().sharesTheRestWith == nullptr) {
+        test::expectGolden(GetParam().name, prompt);
+        return;
     }
-    std::ostringstream golden;
-    golden << std::ifstream(path, std::ios::binary).rdbuf();
-    EXPECT_EQ(prompt, golden.str()) << "differs from " << path;
+    const std::string whole = test::readGolden(GetParam().sharesTheRestWith);
+    const std::size_t settings = whole.find("\nSettings:\n");
+    ASSERT_NE(settings, std::string::npos);
+    EXPECT_EQ(prompt.substr(0, settings), whole.substr(0, settings));
+    test::expectGolden(GetParam().name, prompt.substr(settings + 1));
 }
 
 using Strength = CorrectionStrength;
 
-// The light strengths get the correction prompt, the heavy ones the editor prompt; the settings lines at the
-// end follow the switches.
 INSTANTIATE_TEST_SUITE_P(
     PromptBuilder, GoldenPrompts,
-    testing::Values(PromptCase("StandardCorrection", CorrectionSettings::standard()),
-                    PromptCase("EditorInSpanish",
-                               {Strength::clarityFlow, Tone::friendly, LanguageMode::spanish, true, true, ""}),
-                    PromptCase("LightStrengthBothSwitchesOff", {Strength::spellingPunctuation, Tone::preserve,
-                                                                LanguageMode::automatic, false, false, ""}),
-                    PromptCase("FullRewriteIgnoresTheMeaningLock",
-                               {Strength::fullRewrite, Tone::concise, LanguageMode::englishUK, true, true, ""}),
-                    PromptCase("PolishWithoutMeaningLock",
-                               {Strength::clarityFlow, Tone::preserve, LanguageMode::automatic, false, false, ""})),
+    testing::Values(
+        PromptCase("StandardCorrection", CorrectionSettings::standard()),
+        PromptCase("EditorInSpanish", {Strength::clarityFlow, Tone::friendly, LanguageMode::spanish, true, true, ""}),
+        PromptCase("LightStrengthBothSwitchesOff",
+                   {Strength::spellingPunctuation, Tone::preserve, LanguageMode::automatic, false, false, ""},
+                   "StandardCorrection"),
+        PromptCase("FullRewriteIgnoresTheMeaningLock",
+                   {Strength::fullRewrite, Tone::concise, LanguageMode::englishUK, true, true, ""}, "EditorInSpanish"),
+        PromptCase("PolishWithoutMeaningLock",
+                   {Strength::clarityFlow, Tone::preserve, LanguageMode::automatic, false, false, ""},
+                   "EditorInSpanish")),
     test::ParamName{});
 
 // Custom instructions add a last line, trimmed but with their inner line breaks; blank ones add none.
