@@ -54,13 +54,9 @@ protected:
     // clear colour while the picture is taken.
     void screenshot(const QString& name) const
     {
-        QQuickWindow* window = panel.window();
-        window->setColor(QColor("#6b7a96"));
-        test::settle(window);
-        const QImage image = window->grabWindow();
-        window->setColor(Qt::transparent);
-        ASSERT_FALSE(image.isNull());
-        EXPECT_TRUE(image.save(test::artifactsDir().filePath(name)));
+        panel.window()->setColor(QColor("#6b7a96"));
+        test::screenshot(panel.window(), name);
+        panel.window()->setColor(Qt::transparent);
     }
 
     QTemporaryDir dir;

@@ -154,7 +154,7 @@ struct RefusalRow
 
 using CommandLineRefusalTest = ParamTest<RefusalRow>;
 
-// Bad input, bad usage or a missing key never reach the provider; an unreachable one is named.
+// Bad input, bad usage or a missing key never reach the provider.
 TEST_P(CommandLineRefusalTest, ExitsWithoutARequest)
 {
     std::vector<std::string> args;
@@ -171,19 +171,21 @@ TEST_P(CommandLineRefusalTest, ExitsWithoutARequest)
 
 INSTANTIATE_TEST_SUITE_P(
     , CommandLineRefusalTest,
-    ::testing::Values(
-        RefusalRow{"UnknownStrength", "correct --strength Heavy", "helo", 2, "vesk: unknown strength \"Heavy\""},
-        RefusalRow{"UnknownCommand", "frobnicate", "", 2, "vesk: unknown command"},
-        RefusalRow{"InstructionsNotUtf8", "settings --instructions caf\xC3", "", 2, "vesk: "},
-        RefusalRow{"ReviewIsASavedSettingOnly", "correct --review on", "", 2, "vesk: unknown option"},
-        RefusalRow{"SearchWithoutText", "history --search", "", 2, "vesk: "},
-        RefusalRow{"HistoryHasNoProvider", "history --provider openai", "", 2, "vesk: unknown option"},
-        RefusalRow{"NothingToCorrect", "correct --endpoint $server", " \n", 1, ""},
-        RefusalRow{"TextNotUtf8", "correct --endpoint $server", "caf\xC3", 1,
-                   "Couldn't read the text\nThe input is not"},
-        RefusalRow{"NoKey", "correct --endpoint $server", "helo", 1,
-                   "No OpenAI key yet\nAdd your API key in Settings.\n", "export OPENAI_API_KEY="},
-        RefusalRow{"NobodyListening", "correct --endpoint http://127.0.0.1:1", "helo", 1, "OpenAI didn't respond\n"}),
+    ::testing::Values(RefusalRow{"UnknownStrength", "correct --strength Heavy", "helo", 2,
+                                 "vesk: unknown strength \"Heavy\""},
+                      RefusalRow{"UnknownCommand", "frobnicate", "", 2, "vesk: unknown command"},
+                      RefusalRow{"InstructionsNotUtf8", "settings --instructions caf\xC3", "", 2, "vesk: "},
+                      RefusalRow{"ReviewIsASavedSettingOnly", "correct --review on", "", 2, "vesk: unknown option"},
+                      RefusalRow{"SearchWithoutText", "history --search", "", 2, "vesk: "},
+                      RefusalRow{"HistoryHasNoProvider", "history --provider openai", "", 2, "vesk: unknown option"},
+                      RefusalRow{"NothingToCorrect", "correct --endpoint $server", " \n", 1, ""},
+                      RefusalRow{"TextNotUtf8", "correct --endpoint $server", "caf\xC3", 1,
+                                 "Couldn't read the text\nThe input is not"},
+                      RefusalRow{"NoKey", "correct --endpoint $server", "helo", 1,
+                                 "No OpenAI key yet\nAdd your API key in Settings.\n", "export OPENAI_API_KEY="},
+                      // Which addresses are refused is the snapshot's table (core tests).
+                      RefusalRow{"UnusableEndpoint", "settings --endpoint localhost:8080", "", 2,
+                                 "vesk: the endpoint \"localhost:8080\" is not a usable address"}),
     test::ParamName());
 
 // Saved settings shape the next correction; one value of the wrong type costs that value alone: the local
@@ -210,10 +212,6 @@ TEST_F(CommandLineTest, SettingsPersistAndAFlawCostsThatValueAlone)
     EXPECT_EQ(m_server.requests().size(), 2U) << "sent to the configured endpoint";
 
     ASSERT_EQ(vesk({"settings", "--review", "off"}).exitCode, 0);
-    // Which addresses are refused is the snapshot's table (core tests).
-    const ProcessResult refused = vesk({"settings", "--endpoint", "localhost:8080"});
-    EXPECT_EQ(refused.exitCode, 2);
-    EXPECT_NE(refused.err.find("the endpoint \"localhost:8080\" is not a usable address"), std::string::npos);
     const ProcessResult again = vesk({"settings"});
     EXPECT_EQ(again.err, warning) << "still kept as it was";
     EXPECT_EQ(Json::parse(again.out)["reviewBeforeReplacing"], false);
