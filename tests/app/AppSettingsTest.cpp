@@ -1,5 +1,8 @@
 #include "app/services/AppSettings.h"
 
+#include "app/models/SettingsModel.h"
+#include "app/services/ShortcutSettings.h"
+#include "support/InMemoryKeyStore.h"
 #include "support/SettingsFile.h"
 
 #include <QSignalSpy>
@@ -53,6 +56,70 @@ TEST_F(AppSettingsTest, WhatIsNotUnderstoodIsKeptThroughChanges)
         unreadable.setHasOnboarded(true);
         EXPECT_EQ(storage()->value(AppSettings::unreadableKey).toByteArray(), document) << "then kept aside";
     }
+}
+
+// The settings section's controls over the same file.
+class SettingsModelTest : public AppSettingsTest
+{
+protected:
+    AppSettings m_settings{storage()};
+    ShortcutSettings m_shortcuts{storage()};
+    ProviderConnection m_connection{m_settings, std::make_shared<InMemoryKeyStore>(),
+                                    ProviderConnection::correctionProbe(nullptr)};
+    SettingsModel m_model{m_settings, m_connection, m_shortcuts};
+};
+
+TEST_F(SettingsModelTest, EveryControlIsStoredAtOnce)
+{
+    m_model.setStrength("clarityFlow");
+    m_model.setTone("friendly");
+    m_model.setLanguage("spanish");
+    m_model.setTone("Friendly"); // not a raw value: ignored
+    m_model.setMeaningLock(false);
+    m_model.setReviewBeforeReplacing(false);
+    m_model.setCustomRules("  Keep \"LGTM\" as-is.\n");
+    m_connection.selectProvider("anthropic");
+    m_model.setModel("claude-sonnet-4-6");
+
+    const AppSettings reloaded(storage());
+    const CorrectionSettings& c = reloaded.correction();
+    EXPECT_EQ(c.strength, CorrectionStrength::clarityFlow);
+    EXPECT_EQ(c.tone, Tone::friendly);
+    EXPECT_EQ(c.language, LanguageMode::spanish);
+    EXPECT_FALSE(c.meaningLock);
+    EXPECT_EQ(c.customInstructions, "  Keep \"LGTM\" as-is.\n") << "stored as typed, untrimmed";
+    EXPECT_FALSE(reloaded.reviewBeforeReplacing());
+    EXPECT_EQ(reloaded.selectedProvider(), ProviderID::anthropic);
+    EXPECT_EQ(reloaded.currentModel(), "claude-sonnet-4-6");
+}
+
+TEST_F(SettingsModelTest, LongCustomRulesAreCutToTheirFirst1024Characters)
+{
+    QString pasted;
+    for (int i = 0; i < 2000; ++i) {
+        pasted += QStringLiteral("e\u0301"); // one character of two code points
+    }
+    m_model.setCustomRules(pasted);
+    EXPECT_EQ(m_model.customRules(), pasted.left(2048));
+    EXPECT_EQ(m_model.customRulesCount(), "1024 / 1024");
+}
+
+TEST_F(SettingsModelTest, UnusableBaseAddressIsKeptInTheFieldButNotStored)
+{
+    m_model.setBaseAddress("http://127.0.0.1:11434/v1");
+    EXPECT_TRUE(m_model.modelIsFree());
+    m_model.setBaseAddress("localhost:11434");
+    EXPECT_EQ(m_model.baseAddress(), "localhost:11434");
+    EXPECT_NE(m_model.baseAddressError(), "");
+    EXPECT_EQ(m_settings.endpoint(ProviderID::openai), "http://127.0.0.1:11434/v1");
+    EXPECT_EQ(m_model.privacyNote(),
+              "Your text goes straight to the server at 127.0.0.1. Nothing passes through Vesk's servers.");
+
+    m_model.setBaseAddress(" ");
+    EXPECT_EQ(m_model.baseAddressError(), "");
+    EXPECT_EQ(m_settings.endpoint(ProviderID::openai), "");
+    EXPECT_EQ(m_model.privacyNote(), "Your text goes straight to OpenAI over an encrypted connection. Nothing passes "
+                                     "through Vesk's servers or is used for training.");
 }
 
 } // namespace

@@ -55,8 +55,13 @@ protected:
                 {}};
     }
 
-    // The focused app copies `selection` when asked, the way a text field with that selection does.
-    void select(std::optional<QString> selection) { m_fake.input.copiesSelection(m_fake.clipboard, selection); }
+    // The user presses the shortcut over `selection`: the focused app copies it when asked, the way a text
+    // field with that selection does.
+    void press(std::optional<QString> selection)
+    {
+        m_fake.input.copiesSelection(m_fake.clipboard, std::move(selection));
+        m_coordinator.correctSelection();
+    }
 
     // Waits for the `run`th run (counting from 1) to start, then plays its reply.
     void reply(std::size_t run, const std::vector<std::string>& pieces)
@@ -95,8 +100,7 @@ protected:
 
 TEST_F(GrammarCoordinatorTest, ReviewedCorrectionIsPastedAndTheClipboardComesBack)
 {
-    select("teh cat");
-    m_coordinator.correctSelection();
+    press("teh cat");
     ASSERT_EQ(m_shows, 1) << "the panel shows while the text is read";
     reply(1, {"The", " cat."});
     ASSERT_TRUE(shown());
@@ -115,11 +119,9 @@ TEST_F(GrammarCoordinatorTest, ReviewedCorrectionIsPastedAndTheClipboardComesBac
 
 TEST_F(GrammarCoordinatorTest, NewestPressWins)
 {
-    select("first");
-    m_coordinator.correctSelection();
+    press("first");
     CorrectionSession* first = m_shown;
-    select("second");
-    m_coordinator.correctSelection();
+    press("second");
     EXPECT_NE(m_shown, first);
     reply(1, {"Second."});
     ASSERT_TRUE(shown());
@@ -130,8 +132,7 @@ TEST_F(GrammarCoordinatorTest, NewestPressWins)
 
 TEST_F(GrammarCoordinatorTest, CloseDuringCaptureDropsTheTextButRestoresTheClipboard)
 {
-    select("some text");
-    m_coordinator.correctSelection();
+    press("some text");
     m_actions.close();
     EXPECT_FALSE(m_coordinator.isBusy());
     EXPECT_EQ(m_hides, 1);
@@ -145,14 +146,12 @@ TEST_F(GrammarCoordinatorTest, CloseDuringCaptureDropsTheTextButRestoresTheClipb
 TEST_F(GrammarCoordinatorTest, ReviewOffPastesAtOnceButNotAnUnchangedText)
 {
     m_settings.setReviewBeforeReplacing(false);
-    select("teh cat");
-    m_coordinator.correctSelection();
+    press("teh cat");
     reply(1, {"The cat."});
     ASSERT_TRUE(qWaitFor([&] { return m_pasted; }));
     EXPECT_EQ(strokes().back(), Keystroke::paste);
 
-    select("Fine.");
-    m_coordinator.correctSelection();
+    press("Fine.");
     reply(2, {"Fine."});
     ASSERT_TRUE(shown());
     QCoreApplication::processEvents();
@@ -162,8 +161,7 @@ TEST_F(GrammarCoordinatorTest, ReviewOffPastesAtOnceButNotAnUnchangedText)
 
 TEST_F(GrammarCoordinatorTest, NothingSelectedOpensTheComposerAndNoInputPostingTheGuide)
 {
-    select(std::nullopt);
-    m_coordinator.correctSelection();
+    press(std::nullopt);
     ASSERT_TRUE(qWaitFor([&] { return !m_router.drafts.empty(); }));
     EXPECT_FALSE(m_coordinator.isBusy());
     EXPECT_TRUE(m_router.drafts[0].text.isEmpty());
@@ -178,8 +176,7 @@ TEST_F(GrammarCoordinatorTest, NothingSelectedOpensTheComposerAndNoInputPostingT
 
 TEST_F(GrammarCoordinatorTest, FailureOffersSettings)
 {
-    select("helo");
-    m_coordinator.correctSelection();
+    press("helo");
     ASSERT_TRUE(qWaitFor([&] { return !m_engine.streams.empty(); }));
     m_engine.fail(ProviderError::http(401, "bad key"));
     ASSERT_TRUE(shown<CorrectionSession::Failed>());

@@ -2,6 +2,7 @@
 
 #include "app/services/HistoryStore.h"
 
+#include "HistoryTesting.h"
 #include "support/CalendarTesting.h"
 
 #include <QFile>
@@ -17,15 +18,7 @@
 namespace vesk::app {
 namespace {
 
-AcceptedCorrection accepted(std::string original, std::string corrected, std::optional<std::string> source = {})
-{
-    return {std::move(original),
-            std::move(corrected),
-            CorrectionRun{ProviderID::openai, "gpt-4o-mini", {}, {}},
-            TokenUsage{1000, 200},
-            1,
-            std::move(source)};
-}
+using test::accepted;
 
 std::vector<std::string> correctedTexts(const HistoryStore& store)
 {
@@ -63,7 +56,7 @@ TEST_F(HistoryStoreTest, RecordsPersistNewestFirstAndAreSearchedAndCleared)
         HistoryStore store(path());
         ASSERT_TRUE(store.isPersistent());
         QSignalSpy changed(&store, &HistoryStore::changed);
-        store.record(accepted("Café crème", "Café crème sat down.", "Mousepad"));
+        store.record(accepted("Café crème", "Café crème sat down.", 1, "Mousepad"));
         store.record(accepted("helo", "hello"));
         EXPECT_EQ(changed.count(), 2);
     }
@@ -198,7 +191,7 @@ TEST_F(HistoryStoreTest, WritesAndClearsFromAnotherProcessShowUp)
     app.record(accepted("mine", "Mine."));
     HistoryStore other(path());
     QSignalSpy changed(&app, &HistoryStore::changed);
-    other.record(accepted("theirs", "Theirs.", "Command line"));
+    other.record(accepted("theirs", "Theirs.", 1, "Command line"));
     ASSERT_TRUE(changed.wait(3 * HistoryStore::refreshInterval.count())) << "picked up on its own";
     EXPECT_EQ(correctedTexts(app), (std::vector<std::string>{"Theirs.", "Mine."}));
     EXPECT_EQ(app.search(QStringLiteral("command")), (std::vector<std::size_t>{0}));
@@ -260,7 +253,7 @@ TEST_F(HistoryStoreTest, TerminalCommandsOnlyAddOrOnlyRead)
     {
         HistoryStore adding(path(), HistoryStore::Use::append);
         EXPECT_TRUE(adding.records().empty()) << "adding a row reads none of the others";
-        EXPECT_TRUE(adding.record(accepted("helo", "Hello.", "Command line")));
+        EXPECT_TRUE(adding.record(accepted("helo", "Hello.", 1, "Command line")));
     }
     HistoryStore reading(path(), HistoryStore::Use::read);
     EXPECT_EQ(correctedTexts(reading), (std::vector<std::string>{"Hello.", "The cat."}));

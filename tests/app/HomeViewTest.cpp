@@ -1,6 +1,7 @@
 // The home window over a real history file: every section loads without a QML warning, empty and with
 // history, in the dark and the light palette. The screenshots are for a look by eye.
 
+#include "HistoryTesting.h"
 #include "ViewTesting.h"
 #include "app/models/Appearance.h"
 #include "app/models/ProviderConnection.h"
@@ -20,15 +21,7 @@
 namespace vesk::app {
 namespace {
 
-AcceptedCorrection accepted(const char* original, const char* corrected, int changes, const char* source)
-{
-    return {original,
-            corrected,
-            CorrectionRun{ProviderID::anthropic, "claude-haiku-4-5-20251001", {}, {}},
-            TokenUsage{1843, 212},
-            changes,
-            source ? std::optional<std::string>(source) : std::nullopt};
-}
+using test::accepted;
 
 class HomeViewTest : public ::testing::Test
 {
@@ -39,8 +32,7 @@ protected:
     void shoot(HomeSection section, const QString& name)
     {
         home.show(section);
-        test::settle(home.window());
-        EXPECT_TRUE(home.window()->grabWindow().save(test::artifactsDir().filePath(name)));
+        test::screenshot(home.window(), name);
     }
 
     test::SettingsFile file;
@@ -62,7 +54,7 @@ TEST_F(HomeViewTest, EverySectionLoadsEmptyAndWithHistoryInBothPalettes)
     shoot(HomeSection::composer, "composer-empty.png");
 
     history.record(accepted("teh meeting is moved too thursday", "The meeting is moved to Thursday.", 3, "Mousepad"));
-    history.record(accepted("Their going to the libary", "They're going to the library.", 2, nullptr));
+    history.record(accepted("Their going to the libary", "They're going to the library.", 2));
     history.record(accepted("i has a cafe creme", "I had a café crème.", 3, "Firefox"));
     history.record(accepted("   ", "   ", 0, "Terminal"));
     shoot(HomeSection::overview, "overview.png");

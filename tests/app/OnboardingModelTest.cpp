@@ -2,6 +2,7 @@
 
 #include "app/models/OnboardingModel.h"
 
+#include "HistoryTesting.h"
 #include "ViewTesting.h"
 #include "app/models/ProviderConnection.h"
 #include "app/services/AppSettings.h"
@@ -17,16 +18,6 @@
 
 namespace vesk::app {
 namespace {
-
-AcceptedCorrection accepted(const QString& original)
-{
-    return {original.toStdString(),
-            "They're going to the library tomorrow.",
-            CorrectionRun{ProviderID::openai, "gpt-4o-mini", {}, {}},
-            std::nullopt,
-            5,
-            "vesk"};
-}
 
 class OnboardingModelTest : public ::testing::Test
 {
@@ -58,10 +49,11 @@ TEST_F(OnboardingModelTest, PagesStayInRangeAndTheDesktopIsAskedAgain)
 TEST_F(OnboardingModelTest, PracticeCountsOnceItsCorrectionIsInTheFieldAndFinishingIsRemembered)
 {
     QSignalSpy practiced(&model, &OnboardingModel::practicedChanged);
-    history.record(accepted("some other text"));
-    history.record(accepted(OnboardingModel::practiceSentence() + "\n"));
+    const std::string corrected = "They're going to the library tomorrow.";
+    history.record(test::accepted("some other text", corrected));
+    history.record(test::accepted((OnboardingModel::practiceSentence() + "\n").toStdString(), corrected));
     EXPECT_FALSE(model.practiced()) << "accepted, but not in the field yet";
-    model.setPracticeText("They're going to the library tomorrow.");
+    model.setPracticeText(QString::fromStdString(corrected));
     EXPECT_TRUE(model.practiced());
     EXPECT_EQ(practiced.count(), 1);
 
@@ -84,10 +76,7 @@ TEST_F(OnboardingModelTest, WindowShowsEveryPage)
         settings, history, connection, nullptr,
         {[] { return false; }, "Vesk can't send keystrokes to other apps in a Wayland session.", true}, appearance);
     window.show();
-    const auto shoot = [&window](const char* name) {
-        test::settle(window.window());
-        EXPECT_TRUE(window.window()->grabWindow().save(test::artifactsDir().filePath(name)));
-    };
+    const auto shoot = [&window](const char* name) { test::screenshot(window.window(), name); };
     shoot("onboarding-provider.png");
     connection.setDraft("sk-test");
     connection.verifyAndSave();

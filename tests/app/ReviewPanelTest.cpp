@@ -28,6 +28,13 @@ protected:
         panel.show(session, {[this] { ++accepted; }, [this] { ++closed; }, [this] { ++settingsOpened; }});
         test::settle(panel.window());
     }
+    // The panel on a new session of `original`.
+    std::unique_ptr<Session> shown(std::string original)
+    {
+        auto session = fake.session(std::move(original));
+        show(*session);
+        return session;
+    }
 
     // Runs the session to a finished reply, or to a failure.
     void finish(Session& session, const std::string& reply)
@@ -54,13 +61,9 @@ protected:
     // clear colour while the picture is taken.
     void screenshot(const QString& name) const
     {
-        QQuickWindow* window = panel.window();
-        window->setColor(QColor("#6b7a96"));
-        test::settle(window);
-        const QImage image = window->grabWindow();
-        window->setColor(Qt::transparent);
-        ASSERT_FALSE(image.isNull());
-        EXPECT_TRUE(image.save(test::artifactsDir().filePath(name)));
+        panel.window()->setColor(QColor("#6b7a96"));
+        test::screenshot(panel.window(), name);
+        panel.window()->setColor(Qt::transparent);
     }
 
     QTemporaryDir dir;
@@ -76,8 +79,7 @@ protected:
 TEST_F(ReviewPanelTest, EveryPhaseRendersWithoutQmlWarnings)
 {
     const test::WarningRecorder recorder;
-    auto session = fake.session("Their going too the libary tomorow, and they wants to borrow some book.");
-    show(*session);
+    auto session = shown("Their going too the libary tomorow, and they wants to borrow some book.");
     EXPECT_TRUE(panel.isVisible());
     screenshot("panel-reading.png");
 
@@ -101,8 +103,7 @@ TEST_F(ReviewPanelTest, EveryPhaseRendersWithoutQmlWarnings)
 
 TEST_F(ReviewPanelTest, OpensCentredAndGrowsDownwardWithItsContent)
 {
-    auto session = fake.session("teh cat");
-    show(*session);
+    auto session = shown("teh cat");
     // Where it goes on the screen is PanelGeometryTest's; here: the panel follows its content.
     const QRect opened = panel.window()->geometry();
     EXPECT_EQ(opened.width(), 640);
@@ -116,8 +117,7 @@ TEST_F(ReviewPanelTest, OpensCentredAndGrowsDownwardWithItsContent)
 
 TEST_F(ReviewPanelTest, KeysActOnEachPhase)
 {
-    auto session = fake.session("teh cat");
-    show(*session);
+    auto session = shown("teh cat");
     finish(*session, "the cat");
     ASSERT_TRUE(QTest::qWaitForWindowActive(panel.window(), 1000));
     QTest::keyClick(panel.window(), Qt::Key_Return);
@@ -140,8 +140,7 @@ TEST_F(ReviewPanelTest, KeysActOnEachPhase)
 
 TEST_F(ReviewPanelTest, ReducedMotionStillsTheIndicators)
 {
-    auto session = fake.session("hello");
-    show(*session);
+    auto session = shown("hello");
     ASSERT_NE(child("typingDots"), nullptr);
     EXPECT_TRUE(child("typingDots")->property("animated").toBool());
 
@@ -156,13 +155,11 @@ TEST_F(ReviewPanelTest, ReducedMotionStillsTheIndicators)
 
 TEST_F(ReviewPanelTest, HideLetsGoOfTheSession)
 {
-    auto session = fake.session("hello");
-    show(*session);
+    auto session = shown("hello");
     panel.hide();
     EXPECT_FALSE(panel.isVisible());
     session.reset(); // a session destroyed after hide() must not be touched again
-    auto next = fake.session("again");
-    show(*next);
+    auto next = shown("again");
     EXPECT_TRUE(panel.isVisible());
 }
 

@@ -1,7 +1,5 @@
 #include "app/models/ReviewTexts.h"
 
-#include "support/ParamName.h"
-
 #include <QLocale>
 #include <gtest/gtest.h>
 
@@ -9,72 +7,37 @@ namespace vesk::app {
 namespace {
 
 using Session = CorrectionSession;
-using test::operator<<;
 
-struct PhaseRow
+TEST(ReviewTextsTest, StateGivesPhaseAndTitle)
 {
-    const char* name;
-    Session::State state;
-    ReviewPhase phase;
-    const char* title;
-};
-
-class ReviewPhaseTest : public ::testing::TestWithParam<PhaseRow>
-{
-};
-
-TEST_P(ReviewPhaseTest, StateGivesPhaseAndTitle)
-{
-    const PhaseRow& row = GetParam();
-    EXPECT_EQ(ReviewTexts::phaseOf(row.state), row.phase);
-    EXPECT_EQ(ReviewTexts::title(row.phase), row.title);
+    const std::tuple<Session::State, ReviewPhase, const char*> rows[] = {
+        {Session::Reading{}, ReviewPhase::reading, "Correcting"},
+        {Session::Editing{}, ReviewPhase::reading, "Correcting"},
+        {Session::Streaming{""}, ReviewPhase::writing, "Correcting"},
+        {Session::Result{"the cat", CorrectionDiff::plan("teh cat", "the cat")}, ReviewPhase::result, "Review"},
+        {Session::Result{"the cat", CorrectionDiff::plan("the cat", "the cat")}, ReviewPhase::noChanges, "Looks good"},
+        {Session::Failed{{"No OpenAI key yet", "Add your API key in Settings.", {}}}, ReviewPhase::error,
+         "Couldn't correct"},
+    };
+    for (const auto& [state, phase, title] : rows) {
+        EXPECT_EQ(ReviewTexts::phaseOf(state), phase) << title;
+        EXPECT_EQ(ReviewTexts::title(phase), title);
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , ReviewPhaseTest,
-    ::testing::Values(PhaseRow{"Reading", Session::Reading{}, ReviewPhase::reading, "Correcting"},
-                      PhaseRow{"EditingCountsAsReading", Session::Editing{}, ReviewPhase::reading, "Correcting"},
-                      PhaseRow{"StreamingNothingYet", Session::Streaming{""}, ReviewPhase::writing, "Correcting"},
-                      PhaseRow{"ResultWithChanges",
-                               Session::Result{"the cat", CorrectionDiff::plan("teh cat", "the cat")},
-                               ReviewPhase::result, "Review"},
-                      PhaseRow{"ResultWithoutChanges",
-                               Session::Result{"the cat", CorrectionDiff::plan("the cat", "the cat")},
-                               ReviewPhase::noChanges, "Looks good"},
-                      PhaseRow{"Failed", Session::Failed{{"No OpenAI key yet", "Add your API key in Settings.", {}}},
-                               ReviewPhase::error, "Couldn't correct"}),
-    test::ParamName());
-
-struct PrimaryRow
+// The app is named when its name, without a parenthesised suffix, is at most 18 user-perceived characters.
+TEST(ReviewTextsTest, PrimaryTitleNamesTheAppWhenItFits)
 {
-    const char* name;
-    bool hasChanges;
-    std::optional<QString> sourceApp;
-    const char* title;
-};
-
-class PrimaryTitleTest : public ::testing::TestWithParam<PrimaryRow>
-{
-};
-
-TEST_P(PrimaryTitleTest, NamesTheAppWhenItFits)
-{
-    const PrimaryRow& row = GetParam();
-    EXPECT_EQ(ReviewTexts::primaryTitle(row.hasChanges, row.sourceApp), row.title);
+    const auto title = [](std::optional<QString> app) { return ReviewTexts::primaryTitle(true, app); };
+    EXPECT_EQ(ReviewTexts::primaryTitle(false, QString("Mousepad")), "Keep original");
+    EXPECT_EQ(title(QString("Mousepad")), "Replace in Mousepad");
+    EXPECT_EQ(title(QString("Firefox (Private Browsing)")), "Replace in Firefox");
+    EXPECT_EQ(title(QString("LibreOffice Writer")), "Replace in LibreOffice Writer");
+    EXPECT_EQ(title(QString("LibreOffice Writers")), "Replace");
+    EXPECT_EQ(title(QString::fromUtf8("Ecrire e\xCC\x81tude-notes")),
+              QString::fromUtf8("Replace in Ecrire e\xCC\x81tude-notes"));
+    EXPECT_EQ(title(std::nullopt), "Replace");
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    , PrimaryTitleTest,
-    ::testing::Values(
-        PrimaryRow{"NoChangesKeepsTheOriginal", false, QString("Mousepad"), "Keep original"},
-        PrimaryRow{"ShortName", true, QString("Mousepad"), "Replace in Mousepad"},
-        PrimaryRow{"ParenthesisedSuffixGoes", true, QString("Firefox (Private Browsing)"), "Replace in Firefox"},
-        PrimaryRow{"EighteenCharacters", true, QString("LibreOffice Writer"), "Replace in LibreOffice Writer"},
-        PrimaryRow{"NineteenCharacters", true, QString("LibreOffice Writers"), "Replace"},
-        PrimaryRow{"AccentsCountAsOneCharacter", true, QString::fromUtf8("Ecrire e\xCC\x81tude-notes"),
-                   "Replace in Ecrire e\xCC\x81tude-notes"},
-        PrimaryRow{"NoApp", true, std::nullopt, "Replace"}),
-    test::ParamName());
 
 TEST(ReviewTextsTest, CountsAreSingularForOneAndGroupDigitsByLocale)
 {
@@ -101,6 +64,7 @@ TEST(ReviewTextsTest, SubtitleCountsChangesOnlyForAResultAndTheStatusNamesTheApp
     EXPECT_EQ(ReviewTexts::statusLine(ReviewPhase::result, QString("Mousepad")), "");
 }
 
+// Only a failure the user can fix in Settings (no key, a rejected key) offers to open them.
 TEST(ReviewTextsTest, OnlyKeyFailuresOfferSettings)
 {
     const auto offers = [](ProviderError error) {

@@ -1,16 +1,14 @@
 #include "app/services/ShortcutSettings.h"
 
-#include "support/fake/FakePlatform.h"
-#include "support/ParamName.h"
+#include "app/models/ShortcutRecorder.h"
 #include "support/SettingsFile.h"
+#include "support/fake/FakePlatform.h"
 
 #include <QSignalSpy>
 #include <gtest/gtest.h>
 
 namespace vesk::app {
 namespace {
-
-using test::operator<<;
 
 constexpr const char* storageKey = "KeyboardShortcuts_fixGrammar";
 const KeyCombination altG{Qt::Key_G, Qt::AltModifier};
@@ -20,43 +18,31 @@ class ShortcutSettingsTest : public ::testing::Test
 {
 protected:
     std::unique_ptr<QSettings> storage() const { return m_file.open(); }
-    void store(const QByteArray& value) const { storage()->setValue(storageKey, value); }
     QVariant stored() const { return storage()->value(storageKey); }
 
     test::SettingsFile m_file;
     FakeGlobalShortcut m_platform;
 };
 
-// What the settings file holds; anything unreadable falls back to the default (how a combination is read is
-// KeyCombinationTest's).
-struct StoredCase
+// What the settings file holds is read and registered at once; anything unreadable falls back to the default
+// (how a combination is read is KeyCombinationTest's), and nothing is written back, the default neither.
+TEST_F(ShortcutSettingsTest, StoredShortcutIsReadAndRegisteredAtOnce)
 {
-    const char* name;
-    QByteArray stored; // null: nothing stored
-    std::optional<KeyCombination> shortcut;
-};
-
-class StoredShortcutTest : public ShortcutSettingsTest, public ::testing::WithParamInterface<StoredCase>
-{
-};
-
-TEST_P(StoredShortcutTest, IsReadAndRegisteredAtOnce)
-{
-    if (!GetParam().stored.isNull()) {
-        store(GetParam().stored);
+    const std::pair<QByteArray, std::optional<KeyCombination>> rows[] = {
+        {{}, altG},
+        {R"({"key":"K","modifiers":["control","alt"]})", ctrlAltK},
+        {"none", std::nullopt},
+        {"{not json", altG},
+        {R"(["alt","G"])", altG},
+    };
+    for (const auto& [value, shortcut] : rows) {
+        value.isNull() ? storage()->remove(storageKey) : storage()->setValue(storageKey, value);
+        const ShortcutSettings settings(storage(), &m_platform);
+        EXPECT_EQ(settings.shortcut(ShortcutSettings::fixGrammar), shortcut) << value.toStdString();
+        EXPECT_EQ(m_platform.registered(ShortcutSettings::fixGrammar), shortcut) << value.toStdString();
+        EXPECT_EQ(stored().toByteArray(), value);
     }
-    const ShortcutSettings settings(storage(), &m_platform);
-    EXPECT_EQ(settings.shortcut(ShortcutSettings::fixGrammar), GetParam().shortcut);
-    EXPECT_EQ(m_platform.registered(ShortcutSettings::fixGrammar), GetParam().shortcut);
-    EXPECT_EQ(stored().toByteArray(), GetParam().stored) << "nothing is written back, the default neither";
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Stored, StoredShortcutTest,
-    ::testing::Values(StoredCase{"Nothing", {}, altG}, StoredCase{"Combination", R"({"key":"K","modifiers":["control","alt"]})", ctrlAltK},
-                      StoredCase{"Cleared", "none", std::nullopt}, StoredCase{"NotJson", "{not json", altG},
-                      StoredCase{"Array", R"(["alt","G"])", altG}),
-    test::ParamName());
 
 TEST_F(ShortcutSettingsTest, SetClearAndResetPersistRegisterAndNotifyOnRealChanges)
 {
@@ -80,7 +66,7 @@ TEST_F(ShortcutSettingsTest, SetClearAndResetPersistRegisterAndNotifyOnRealChang
     EXPECT_EQ(changed.at(2).at(0).toString(), ShortcutSettings::fixGrammar);
 }
 
-TEST_F(ShortcutSettingsTest, RecordingRefusesTakenKeysAndKeepsTheCurrentShortcut)
+TEST_F(ShortcutSettingsTest, RecordingRefusesTakenOrReservedKeysAndKeepsTheCurrentShortcut)
 {
     m_platform.setTaken(ctrlAltK);
     ShortcutSettings settings(storage(), &m_platform);
@@ -99,45 +85,70 @@ TEST_F(ShortcutSettingsTest, RecordingRefusesTakenKeysAndKeepsTheCurrentShortcut
     EXPECT_EQ(m_platform.registered(ShortcutSettings::fixGrammar), superJ);
 }
 
-struct ValidationCase
+// The recorder in the settings field: it shows what it records and pauses the shortcut meanwhile.
+class ShortcutRecorderTest : public ShortcutSettingsTest
 {
-    const char* name;
-    KeyCombination combination;
-    const char* reason; // empty: allowed
+protected:
+    ShortcutSettings m_settings{storage(), &m_platform};
+    ShortcutRecorder m_recorder{m_settings, ShortcutSettings::fixGrammar};
 };
 
-using ShortcutValidationTest = ::testing::TestWithParam<ValidationCase>;
-
-TEST_P(ShortcutValidationTest, GivesAReadableReason)
+TEST_F(ShortcutRecorderTest, RecordsANewShortcutAndPausesWhileListening)
 {
-    EXPECT_EQ(ShortcutSettings::disallowedReason(GetParam().combination), QString::fromUtf8(GetParam().reason));
+    m_recorder.start();
+    EXPECT_TRUE(m_platform.isPaused()) << "pressing the current shortcut must record it, not fire it";
+
+    m_recorder.keyPressed(Qt::Key_Control, Qt::ControlModifier); // a modifier alone waits for a key
+    EXPECT_TRUE(m_recorder.isRecording());
+    m_recorder.keyPressed(Qt::Key_E, Qt::ControlModifier | Qt::AltModifier);
+    EXPECT_FALSE(m_recorder.isRecording());
+    EXPECT_FALSE(m_platform.isPaused());
+    EXPECT_EQ(m_recorder.shortcutText(), "Ctrl+Alt+E");
+    EXPECT_EQ(m_recorder.error(), "");
 }
 
-constexpr Qt::KeyboardModifiers ctrlAlt = Qt::ControlModifier | Qt::AltModifier;
+// Which keys are refused, and why, is the settings' business; the recorder shows the reason until the next try.
+TEST_F(ShortcutRecorderTest, RefusalKeepsTheCurrentShortcutAndSaysWhyUntilTheNextAttempt)
+{
+    m_platform.setTaken(KeyCombination{Qt::Key_K, Qt::MetaModifier});
+    m_recorder.start();
+    m_recorder.keyPressed(Qt::Key_K, Qt::MetaModifier);
+    EXPECT_FALSE(m_recorder.error().isEmpty());
+    EXPECT_EQ(m_recorder.shortcutText(), "Alt+G");
+    m_recorder.start();
+    EXPECT_EQ(m_recorder.error(), "");
+}
 
-INSTANTIATE_TEST_SUITE_P(
-    Rules, ShortcutValidationTest,
-    ::testing::Values(
-        ValidationCase{"AltG", {Qt::Key_G, Qt::AltModifier}, ""},
-        ValidationCase{"CtrlShiftSpace", {Qt::Key_Space, Qt::ControlModifier | Qt::ShiftModifier}, ""},
-        ValidationCase{"FunctionKeyAlone", {Qt::Key_F9, Qt::NoModifier}, ""},
-        ValidationCase{"LetterAlone",
-                       {Qt::Key_G, Qt::NoModifier},
-                       "G alone would start a correction every time you type it. Add Ctrl, Alt or Super."},
-        ValidationCase{
-            "ShiftOnly", {Qt::Key_G, Qt::ShiftModifier}, "Shift+G types a character. Add Ctrl, Alt or Super."},
-        ValidationCase{"BareModifier",
-                       {Qt::Key_Alt, Qt::AltModifier},
-                       "A shortcut needs a key besides Ctrl, Alt, Shift or Super."},
-        ValidationCase{"AltTab",
-                       {Qt::Key_Tab, Qt::AltModifier},
-                       "Alt+Tab switches between windows on most desktops; choose another shortcut."},
-        ValidationCase{
-            "ConsoleSwitch", {Qt::Key_F3, ctrlAlt}, "Ctrl+Alt+F3 switches to a text console; choose another shortcut."},
-        ValidationCase{"OwnCopyStroke",
-                       {Qt::Key_C, Qt::ControlModifier},
-                       "Ctrl+C is what Vesk sends to copy your selection, so it can't also start a correction."}),
-    test::ParamName());
+TEST_F(ShortcutRecorderTest, EscapeStopsAndClearRemovesTheShortcut)
+{
+    m_recorder.start();
+    m_recorder.keyPressed(Qt::Key_Escape, Qt::NoModifier);
+    EXPECT_FALSE(m_recorder.isRecording());
+    EXPECT_EQ(m_recorder.shortcutText(), "Alt+G");
+    m_recorder.clear();
+    EXPECT_EQ(m_recorder.shortcutText(), "");
+    EXPECT_EQ(m_settings.shortcut(ShortcutSettings::fixGrammar), std::nullopt);
+}
+
+TEST(ShortcutValidationTest, GivesAReadableReason)
+{
+    const auto reason = [](int key, Qt::KeyboardModifiers modifiers) {
+        return ShortcutSettings::disallowedReason({key, modifiers}).toStdString();
+    };
+    EXPECT_EQ(reason(Qt::Key_G, Qt::AltModifier), "");
+    EXPECT_EQ(reason(Qt::Key_Space, Qt::ControlModifier | Qt::ShiftModifier), "");
+    EXPECT_EQ(reason(Qt::Key_F9, Qt::NoModifier), "") << "function keys are rarely typed";
+    EXPECT_EQ(reason(Qt::Key_G, Qt::NoModifier),
+              "G alone would start a correction every time you type it. Add Ctrl, Alt or Super.");
+    EXPECT_EQ(reason(Qt::Key_G, Qt::ShiftModifier), "Shift+G types a character. Add Ctrl, Alt or Super.");
+    EXPECT_EQ(reason(Qt::Key_Alt, Qt::AltModifier), "A shortcut needs a key besides Ctrl, Alt, Shift or Super.");
+    EXPECT_EQ(reason(Qt::Key_Tab, Qt::AltModifier),
+              "Alt+Tab switches between windows on most desktops; choose another shortcut.");
+    EXPECT_EQ(reason(Qt::Key_F3, Qt::ControlModifier | Qt::AltModifier),
+              "Ctrl+Alt+F3 switches to a text console; choose another shortcut.");
+    EXPECT_EQ(reason(Qt::Key_C, Qt::ControlModifier),
+              "Ctrl+C is what Vesk sends to copy your selection, so it can't also start a correction.");
+}
 
 } // namespace
 } // namespace vesk::app

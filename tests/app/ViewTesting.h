@@ -1,7 +1,7 @@
 #pragma once
 
 // Helpers for tests that load the app's QML: the software renderer, a record of every QML warning, and
-// where screenshots go.
+// screenshots.
 
 #include "app/windows/QmlWindow.h"
 
@@ -12,6 +12,7 @@
 #include <QSGRendererInterface>
 #include <QStringList>
 #include <QTest>
+#include <gtest/gtest.h>
 
 namespace vesk::test {
 
@@ -74,6 +75,13 @@ inline void settle(QQuickWindow* window)
     if (window != nullptr && window->isVisible()) {
         std::ignore = QTest::qWaitForWindowExposed(window, 1000);
     }
+}
+
+// Saves what `window` shows once it has settled, for a look by eye.
+inline void screenshot(QQuickWindow* window, const QString& name)
+{
+    settle(window);
+    EXPECT_TRUE(window->grabWindow().save(artifactsDir().filePath(name))) << name.toStdString();
 }
 
 } // namespace vesk::test

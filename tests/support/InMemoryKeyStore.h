@@ -10,7 +10,7 @@
 
 namespace vesk {
 
-class InMemoryKeyStore final : public APIKeyStore
+class InMemoryKeyStore : public APIKeyStore
 {
 public:
     explicit InMemoryKeyStore(std::map<ProviderID, std::string> keys = {}) : m_keys(std::move(keys)) {}
