@@ -10,6 +10,7 @@
 #endif
 
 #include <algorithm>
+#include <thread>
 
 namespace vesk::e2e {
 namespace {
@@ -110,10 +111,14 @@ public:
     }
 
     std::string clipboard(const std::string& mimeType) override { return clipboardAs(mimeType); }
-    bool hasFocus(const Target& target) override { return focusedAppId() == target.appId; }
-    bool panelShown() override { return panel().has_value(); }
+    bool hasFocus(const Target& target) override { return !onSway() || focusedAppId() == target.appId; }
+    bool panelShown() override { return onSway() && panel().has_value(); }
     bool waitForPanelKeys() override
     {
+        if (!onSway()) {
+            std::this_thread::sleep_for(1s);
+            return true;
+        }
         return waitUntil(
             [&] {
                 const auto window = panel();

@@ -1,7 +1,8 @@
 // Launching Vesk on X11: on a fresh profile the guide opens with the keyboard, a typed key is checked against
 // the scripted provider and saved to the session's keyring, the practice sentence goes through the real
-// shortcut, review panel and paste, and the next launch goes straight to the tray; a second launch and
-// `vesk fix` find the running instance. The guide's pages and what they allow are OnboardingModelTest's.
+// shortcut, review panel and paste, and the next launch goes straight to the tray, where a second launch
+// finds it (and `vesk fix` says when none runs). The guide's pages and what they allow are
+// OnboardingModelTest's.
 
 #include "e2e/FlowTest.h"
 
@@ -12,8 +13,11 @@ namespace {
 
 using LaunchTest = FlowTest;
 
-TEST_F(LaunchTest, FirstLaunchGuidesThroughKeyAndPracticeOnlyOnce)
+TEST_F(LaunchTest, FirstLaunchGuidesOnceAndLaterLaunchesFindTheRunningInstance)
 {
+    const test::ProcessResult fix = m_vesk.run({"fix"});
+    EXPECT_EQ(fix.exitCode, 1);
+    EXPECT_NE(fix.err.find("isn't running"), std::string::npos) << fix.err;
     // A fresh profile: the session's keyring is shared with the other tests, which save keys in it.
     for (const char* provider : {"openai", "anthropic"}) {
         ASSERT_EQ(m_vesk.run({"key", "remove", provider}).exitCode, 0);
@@ -65,15 +69,6 @@ TEST_F(LaunchTest, FirstLaunchGuidesThroughKeyAndPracticeOnlyOnce)
     m_vesk.stop();
     ASSERT_NO_FATAL_FAILURE(startVesk());
     EXPECT_FALSE(waitUntil(guideShown, 2s)) << "the guide opened again";
-}
-
-TEST_F(LaunchTest, CommandsFindTheRunningInstance)
-{
-    const test::ProcessResult fix = m_vesk.run({"fix"});
-    EXPECT_EQ(fix.exitCode, 1);
-    EXPECT_NE(fix.err.find("isn't running"), std::string::npos) << fix.err;
-
-    ASSERT_NO_FATAL_FAILURE(startVesk());
     ASSERT_FALSE(m_desktop->composerOpened()) << "with a tray the home window starts hidden";
     EXPECT_EQ(m_vesk.run({}).exitCode, 0);
     EXPECT_TRUE(waitUntil([&] { return m_desktop->composerOpened(); }, 5s)) << "the home window did not show";

@@ -49,21 +49,12 @@ void FlowTest::correct(bool review, bool fixCommand, std::size_t n)
     }
 }
 
-void FlowTest::waitForPanelKeys()
-{
-    if (m_desktop->knowsWindows()) {
-        ASSERT_TRUE(m_desktop->waitForPanelKeys()) << "the panel did not take the keys";
-    } else {
-        std::this_thread::sleep_for(1s);
-    }
-}
-
 void FlowTest::acceptInPanel()
 {
     const bool closed = waitUntil(
         [&] {
             press({"Return"});
-            return !m_desktop->knowsWindows() || waitForPanelGone(700ms);
+            return waitForPanelGone(700ms);
         },
         5s, 0ms);
     EXPECT_TRUE(closed) << "Return did not close the panel";
