@@ -70,7 +70,7 @@ int main(int argc, char** argv)
                              sway ? std::vector<std::string>{document.string()}
                                   : std::vector<std::string>{document.string(), "--save-on-change"},
                              (dir / "editor.log").string());
-    Keyboard keyboard(dir);
+    Keyboard keyboard;
     // KWin does not say which window has the focus: the editor has it once a copy there works.
     const auto editorHasKeys = [&] {
         if (sway) {

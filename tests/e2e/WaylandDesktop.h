@@ -1,9 +1,11 @@
 #pragma once
 
 // The Wayland desktops of with-sway.sh and with-kwin.sh as the tests and the benchmark drive them: keys
-// through Vesk's own keyboard client served by vesk_wayland_tool, windows from sway's tree, the clipboard
+// through Vesk's own keyboard client, windows from sway's tree, the clipboard
 // through wl-paste.
 
+#include "app/platform/wayland/WaylandConnection.h"
+#include "app/platform/wayland/WaylandKeyboard.h"
 #include "e2e/Desktop.h"
 
 #include <filesystem>
@@ -25,19 +27,21 @@ namespace vesk::e2e {
 // it in sway's config; what failed, or empty.
 std::string bindFixInSway(const std::filesystem::path& directory);
 
-// One keyboard for a whole run, served by the tool through a pair of FIFOs: a strokes line in, "ok" out.
+// One keyboard for a whole run, Vesk's own keyboard client in this process: a virtual keyboard with the
+// seat's keymap, or on KDE the RemoteDesktop portal, whose device loses modifiers when sessions come and go.
 class Keyboard
 {
 public:
-    explicit Keyboard(const std::filesystem::path& directory);
+    Keyboard();
+    ~Keyboard();
 
-    // Presses the strokes in turn, to what has focus; what went wrong, or empty.
+    // Presses the strokes ("ctrl+a", "alt+g") in turn, to what has focus; what went wrong, or empty.
     std::string press(const std::vector<std::string>& strokes);
 
 private:
-    std::filesystem::path m_in;
-    std::filesystem::path m_out;
-    std::unique_ptr<BackgroundProcess> m_tool;
+    std::shared_ptr<app::WaylandConnection> m_connection;
+    std::unique_ptr<app::WaylandKeyboard> m_keyboard;
+    std::string m_failed;
 };
 
 } // namespace vesk::e2e
