@@ -1,51 +1,41 @@
 #!/usr/bin/env bash
 # Installs a built tree the way a user or a distribution would and checks what lands where.
-#   check-install.sh layout CMAKE BUILD_DIR SCRATCH_DIR VERSION   `cmake --install` into a scratch root under /usr
-#   check-install.sh deb    CPACK BUILD_DIR SCRATCH_DIR VERSION   `cpack -G DEB`, then the package's fields and files
+#   check-install.sh BUILD_DIR VERSION layout CMAKE SCRATCH_DIR   `cmake --install` into a scratch root under /usr
+#   check-install.sh BUILD_DIR VERSION deb    CPACK SCRATCH_DIR   `cpack -G DEB`, then the package's fields and files
 # Reports every problem it finds, then exits 1 if there was any.
 set -euo pipefail
-mode=$1 tool=$2 build=$3 scratch=$4 version=$5
-
-id=dev.vesk.Vesk
-sizes=(16 24 32 48 64 128 256)
-expected=(usr/bin/vesk usr/share/applications/$id.desktop usr/share/metainfo/$id.metainfo.xml
-          usr/share/icons/hicolor/scalable/apps/$id.svg usr/share/doc/vesk/copyright)
-for size in "${sizes[@]}"; do
-    expected+=("usr/share/icons/hicolor/${size}x${size}/apps/$id.png")
-done
-
-problems=0
+build=$1 version=$2 mode=$3 tool=$4 scratch=$(realpath -m "$5")
+id=dev.vesk.Vesk root=$scratch/root problems=0
 problem() {
     echo "check-install: $*" >&2
     problems=$((problems + 1))
 }
+# Runs a command with its output in $scratch/<log>.log, shown only when it fails.
+logged() {
+    local log=$scratch/$1.log
+    shift
+    "$@" >"$log" 2>&1 || { cat "$log" >&2 && false; }
+}
 
 rm -rf "$scratch"
 mkdir -p "$scratch"
-root=$scratch/root
-
 case $mode in
 layout)
-    DESTDIR=$root "$tool" --install "$build" --prefix /usr >"$scratch/install.log"
+    DESTDIR=$root logged install "$tool" --install "$build" --prefix /usr || exit 1
     ;;
 deb)
-    if ! "$tool" --config "$build/CPackConfig.cmake" -G DEB -B "$scratch" >"$scratch/cpack.log" 2>&1; then
-        cat "$scratch/cpack.log" >&2
-        exit 1
-    fi
+    logged cpack "$tool" --config "$build/CPackConfig.cmake" -G DEB -B "$scratch" || exit 1
     debs=("$scratch"/vesk_*.deb)
     deb=${debs[0]}
     [[ -f $deb ]] || { echo "check-install: cpack made no vesk_*.deb" >&2; exit 1; }
     echo "check-install: $(basename "$deb"), $(du -k "$deb" | cut -f1) KiB"
     dpkg-deb --info "$deb"
-
-    field() { dpkg-deb --field "$deb" "$1"; }
-    [[ $(field Package) == vesk ]] || problem "Package is '$(field Package)'"
-    [[ $(field Version) == "$version" ]] || problem "Version is '$(field Version)', not $version"
-    [[ $(field Section) == utils ]] || problem "Section is '$(field Section)'"
-    [[ $(field Maintainer) == "Vesk developers <support@vesk.dev>" ]] || problem "Maintainer is '$(field Maintainer)'"
-    [[ $(field Homepage) == https://vesk.dev ]] || problem "Homepage is '$(field Homepage)'"
-    depends=", $(field Depends | tr -d '\n'),"
+    for expected in Package=vesk "Version=$version" Section=utils Homepage=https://vesk.dev \
+        "Maintainer=Vesk developers <support@vesk.dev>"; do
+        value=$(dpkg-deb --field "$deb" "${expected%%=*}")
+        [[ $value == "${expected#*=}" ]] || problem "${expected%%=*} is '$value', not '${expected#*=}'"
+    done
+    depends=", $(dpkg-deb --field "$deb" Depends | tr -d '\n'),"
     # From dpkg-shlibdeps (linked libraries) and from the list of QML modules the views import.
     for package in libqt6core6 libqt6quick6 libqt6widgets6 libqt6keychain1 libcurl4 libsqlite3-0 libxtst6 \
         qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-templates qml6-module-qtquick-layouts \
@@ -53,10 +43,8 @@ deb)
         [[ $depends == *", $package "* || $depends == *", $package,"* ]] || problem "Depends lacks $package"
     done
     # Every dependency must be one Debian has; they are all installed here, so apt resolves them offline.
-    if ! apt-get install --simulate --no-install-recommends "$deb" >"$scratch/apt.log" 2>&1; then
-        cat "$scratch/apt.log" >&2
+    logged apt apt-get install --simulate --no-install-recommends "$deb" ||
         problem "apt cannot satisfy the package's dependencies"
-    fi
     outside=$(dpkg-deb --contents "$deb" | awk '{print $6}' | grep -v -E '^\./(usr/.*)?$' || true)
     [[ -z $outside ]] || problem "files outside /usr: $outside"
     dpkg-deb --extract "$deb" "$root"
@@ -68,34 +56,27 @@ deb)
     ;;
 esac
 
-for path in "${expected[@]}"; do
+for path in usr/share/applications/$id.desktop usr/share/metainfo/$id.metainfo.xml \
+    usr/share/icons/hicolor/scalable/apps/$id.svg usr/share/doc/vesk/copyright; do
     [[ -f $root/$path ]] || problem "/$path is missing"
 done
-[[ -x $root/usr/bin/vesk ]] || problem "/usr/bin/vesk is not executable"
-for size in "${sizes[@]}"; do
+for size in 16 24 32 48 64 128 256; do
     png=$root/usr/share/icons/hicolor/${size}x${size}/apps/$id.png
-    [[ ! -f $png ]] || file "$png" | grep -q "PNG image data, $size x $size," || problem "$png is not ${size}x${size}"
+    file "$png" | grep -q "PNG image data, $size x $size," || problem "$png is missing or not ${size}x${size}"
 done
 
 # The launcher must point at the installed binary and icon, and the metainfo at the launcher.
 desktop=$root/usr/share/applications/$id.desktop
-if [[ -f $desktop ]]; then
-    grep -qx "Icon=$id" "$desktop" || problem "the desktop entry's icon is not $id"
-    exec_line=$(grep -m1 '^Exec=' "$desktop" || true)
-    exec_binary=${exec_line#Exec=}
-    [[ -x $root/usr/bin/${exec_binary%% *} ]] || problem "the desktop entry runs '$exec_binary', which is not installed"
-fi
-metainfo=$root/usr/share/metainfo/$id.metainfo.xml
-[[ ! -f $metainfo ]] || grep -q "<launchable type=\"desktop-id\">$id.desktop</launchable>" "$metainfo" ||
+grep -qsx "Icon=$id" "$desktop" || problem "the desktop entry's icon is not $id"
+exec_binary=$(grep -m1 -oPs '^Exec=\K[^ ]+' "$desktop" || true)
+[[ -f $root/usr/bin/$exec_binary && -x $root/usr/bin/$exec_binary ]] ||
+    problem "the desktop entry runs '$exec_binary', which is not installed"
+grep -qs "<launchable type=\"desktop-id\">$id.desktop</launchable>" "$root/usr/share/metainfo/$id.metainfo.xml" ||
     problem "the metainfo does not launch $id.desktop"
 
 # The installed binary runs on its own (no build-tree paths), and says which version it is.
-if [[ -x $root/usr/bin/vesk ]]; then
-    reported=$("$root/usr/bin/vesk" --version 2>&1) || problem "installed vesk --version failed: $reported"
-    [[ $reported == *"$version"* ]] || problem "installed vesk --version says '$reported'"
-fi
+reported=$("$root/usr/bin/vesk" --version 2>&1) || problem "installed vesk --version failed: $reported"
+[[ $reported == *"$version"* ]] || problem "installed vesk --version says '$reported'"
 
-if ((problems)); then
-    exit 1
-fi
+((problems == 0)) || exit 1
 echo "check-install: $mode ok"

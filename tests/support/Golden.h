@@ -12,24 +12,19 @@
 
 namespace vesk::test {
 
-inline std::filesystem::path goldenPath(const std::string& name)
-{
-    return std::filesystem::path(VESK_GOLDEN_DIR) / (name + ".txt");
-}
-
 inline std::string readGolden(const std::string& name)
 {
     std::ostringstream golden;
-    golden << std::ifstream(goldenPath(name), std::ios::binary).rdbuf();
+    golden << std::ifstream(std::filesystem::path(VESK_GOLDEN_DIR) / (name + ".txt"), std::ios::binary).rdbuf();
     return golden.str();
 }
 
 inline void expectGolden(const std::string& name, const std::string& actual)
 {
     if (std::getenv("VESK_UPDATE_GOLDEN") != nullptr) {
-        std::ofstream(goldenPath(name), std::ios::binary) << actual;
+        std::ofstream(std::filesystem::path(VESK_GOLDEN_DIR) / (name + ".txt"), std::ios::binary) << actual;
     }
-    EXPECT_EQ(actual, readGolden(name)) << "differs from " << goldenPath(name);
+    EXPECT_EQ(actual, readGolden(name)) << "differs from golden/" << name << ".txt";
 }
 
 } // namespace vesk::test

@@ -8,29 +8,27 @@
 
 namespace vesk::test {
 
-class ManualExecutor
+struct ManualExecutor
 {
-public:
     // The executor to hand to the code under test; it must not outlive this object.
     std::function<void(std::function<void()>)> executor()
     {
-        return [this](std::function<void()> work) { m_queue.push_back(std::move(work)); };
+        return [this](std::function<void()> work) { queue.push_back(std::move(work)); };
     }
 
     // Runs everything posted so far, including what the work itself posts; returns how many ran.
     int drain()
     {
         int count = 0;
-        for (; !m_queue.empty(); ++count) {
-            const std::function<void()> work = std::move(m_queue.front());
-            m_queue.pop_front();
+        for (; !queue.empty(); ++count) {
+            const std::function<void()> work = std::move(queue.front());
+            queue.pop_front();
             work();
         }
         return count;
     }
 
-private:
-    std::deque<std::function<void()>> m_queue;
+    std::deque<std::function<void()>> queue;
 };
 
 } // namespace vesk::test

@@ -1,6 +1,5 @@
 #include "support/Process.h"
 
-#include <algorithm>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
@@ -16,50 +15,34 @@ namespace vesk::test {
 
 namespace {
 
-std::vector<char*> pointers(std::vector<std::string>& strings)
-{
-    std::vector<char*> result;
-    for (auto& s : strings) {
-        result.push_back(s.data());
-    }
-    result.push_back(nullptr);
-    return result;
-}
-
-// Starts `program` (looked up on PATH) with this process's environment changed by `set` and `unset`,
-// standard input read from the file `in`, and the outputs appended to the files `out` and `err` (both to
-// `out` when `err` is empty); its pid, or -1.
+// Starts `program` through env(1), which changes the environment and looks the program up on PATH, then
+// becomes it (same pid). Standard input comes from the file `in`; the outputs are appended to the files `out`
+// and `err`. Its pid, or -1.
 pid_t spawn(const std::string& program, const std::vector<std::string>& args,
             const std::map<std::string, std::string>& set, const std::vector<std::string>& unset, const std::string& in,
-            const std::string& out, const std::string& err = {})
+            const std::string& out, const std::string& err)
 {
-    std::vector<std::string> envp;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        const std::string variable(*entry);
-        const std::string name = variable.substr(0, variable.find('='));
-        if (!set.contains(name) && std::find(unset.begin(), unset.end(), name) == unset.end()) {
-            envp.push_back(variable);
-        }
+    std::vector<std::string> argv{"env"};
+    for (const auto& name : unset) {
+        argv.insert(argv.end(), {"-u", name});
     }
     for (const auto& [name, value] : set) {
-        envp.push_back(name + "=" + value);
+        argv.push_back(name + "=" + value);
     }
-    std::vector<std::string> argv{program};
+    argv.push_back(program);
     argv.insert(argv.end(), args.begin(), args.end());
-    auto argvPointers = pointers(argv);
-    auto envpPointers = pointers(envp);
+    std::vector<char*> pointers;
+    for (auto& arg : argv) {
+        pointers.push_back(arg.data());
+    }
+    pointers.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, in.c_str(), O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-    if (err.empty()) {
-        posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
-    } else {
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-    }
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
     pid_t pid = -1;
-    const int spawned =
-        posix_spawnp(&pid, program.c_str(), &actions, nullptr, argvPointers.data(), envpPointers.data());
+    const int spawned = posix_spawnp(&pid, "env", &actions, nullptr, pointers.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     return spawned == 0 ? pid : -1;
 }
@@ -82,21 +65,16 @@ ProcessResult runProcess(const std::string& program, const std::vector<std::stri
     }
     const std::filesystem::path dir(pattern);
     std::ofstream(dir / "in", std::ios::binary) << options.input;
-    ProcessResult result;
     const pid_t pid =
         spawn(program, args, options.setEnvironment, options.unsetEnvironment, dir / "in", dir / "out", dir / "err");
-    if (pid > 0) {
-        int status = 0;
-        if (!waitUntil([&] { return waitpid(pid, &status, WNOHANG) == pid; }, options.timeout, 1ms)) {
-            kill(pid, SIGKILL);
-            waitpid(pid, &status, 0);
-        }
-        result = {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readAll(dir / "out"), readAll(dir / "err")};
-    } else {
-        result.err = "can't start " + program;
+    int status = 0;
+    if (pid > 0 && !waitUntil([&] { return waitpid(pid, &status, WNOHANG) == pid; }, options.timeout, 1ms)) {
+        kill(pid, SIGKILL);
+        waitpid(pid, &status, 0);
     }
-    std::error_code ignored;
-    std::filesystem::remove_all(dir, ignored);
+    ProcessResult result{pid > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1, readAll(dir / "out"),
+                         readAll(dir / "err")};
+    std::filesystem::remove_all(dir);
     return result;
 }
 
@@ -116,7 +94,7 @@ bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds
 BackgroundProcess::BackgroundProcess(const std::string& program, const std::vector<std::string>& args,
                                      const std::string& logFile,
                                      const std::map<std::string, std::string>& setEnvironment)
-    : m_pid(spawn(program, args, setEnvironment, {}, "/dev/null", logFile))
+    : m_pid(spawn(program, args, setEnvironment, {}, "/dev/null", logFile, logFile))
 {
 }
 
@@ -136,9 +114,7 @@ int BackgroundProcess::stop()
         kill(m_pid, SIGTERM);
         if (!waitUntil([this] { return !isRunning(); }, 2s, 20ms)) {
             kill(m_pid, SIGKILL);
-            waitpid(m_pid, nullptr, 0);
-            m_pid = -1;
-            m_status = -1;
+            waitUntil([this] { return !isRunning(); }, 10s, 1ms);
         }
     }
     return m_status;

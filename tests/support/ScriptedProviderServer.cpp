@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <numeric>
+#include <sstream>
 #include <stdexcept>
 #include <strings.h>
 #include <sys/socket.h>
@@ -30,30 +32,23 @@ bool sendAll(int socket, std::string_view bytes)
     return true;
 }
 
-// Reads until `buffer` holds at least `size` bytes; false once the client hung up or the server stopped.
-bool fill(int socket, std::string& buffer, std::size_t size)
+// Appends what the client sent next; false once it hung up or the server stopped.
+bool receive(int socket, std::string& buffer)
 {
     char scratch[16384];
-    while (buffer.size() < size) {
-        const ssize_t received = ::recv(socket, scratch, sizeof scratch, 0);
-        if (received <= 0) {
-            return false;
-        }
-        buffer.append(scratch, static_cast<std::size_t>(received));
-    }
-    return true;
+    const ssize_t received = ::recv(socket, scratch, sizeof scratch, 0);
+    buffer.append(scratch, static_cast<std::size_t>(std::max<ssize_t>(received, 0)));
+    return received > 0;
 }
 
 } // namespace
 
 std::string_view RecordedRequest::header(std::string_view name) const
 {
-    for (const auto& [key, value] : headers) {
-        if (key.size() == name.size() && ::strncasecmp(key.data(), name.data(), name.size()) == 0) {
-            return value;
-        }
-    }
-    return {};
+    const auto found = std::ranges::find_if(headers, [&](const auto& header) {
+        return ::strcasecmp(header.first.c_str(), std::string(name).c_str()) == 0;
+    });
+    return found == headers.end() ? std::string_view() : found->second;
 }
 
 ScriptedResponse ScriptedResponse::events(std::vector<std::string> events, milliseconds gap)
@@ -82,15 +77,12 @@ ScriptedProviderServer::ScriptedProviderServer()
         throw std::runtime_error("scripted server: cannot listen on 127.0.0.1");
     }
     m_port = ntohs(address.sin_port);
+    m_responder = [](const RecordedRequest&) {
+        return ScriptedResponse::text(500, "text/plain", "no scripted response");
+    };
     m_acceptor = std::thread([this] {
-        for (;;) {
+        while (!m_stopping) {
             const int socket = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-            if (m_stopping) {
-                if (socket >= 0) {
-                    ::close(socket);
-                }
-                break;
-            }
             if (socket >= 0) {
                 // Small pieces leave at once, or a test could not tell a head from the body after it.
                 const int on = 1;
@@ -163,54 +155,45 @@ bool ScriptedProviderServer::pause(milliseconds delay)
 
 void ScriptedProviderServer::serve(int socket)
 {
-    std::string buffer;
-    for (;;) {
+    for (std::string buffer;;) {
         std::size_t headEnd = 0;
         while ((headEnd = buffer.find("\r\n\r\n")) == std::string::npos) {
-            if (!fill(socket, buffer, buffer.size() + 1)) {
+            if (!receive(socket, buffer)) {
                 return;
             }
         }
         RecordedRequest request;
-        std::string_view head = std::string_view(buffer).substr(0, headEnd + 2);
-        const auto takeLine = [&] {
-            const std::string_view line = head.substr(0, head.find("\r\n"));
-            head.remove_prefix(line.size() + 2);
-            return line;
-        };
-        const std::string_view requestLine = takeLine();
-        request.method = requestLine.substr(0, requestLine.find(' '));
-        request.target =
-            requestLine.substr(request.method.size() + 1, requestLine.rfind(' ') - request.method.size() - 1);
-        while (!head.empty()) {
-            const std::string_view line = takeLine();
-            const std::size_t colon = std::min(line.find(':'), line.size());
-            const std::size_t value = std::min(line.find_first_not_of(' ', colon + 1), line.size());
-            request.headers.emplace_back(line.substr(0, colon), line.substr(value));
+        std::istringstream head(buffer.substr(0, headEnd + 2));
+        std::string line;
+        head >> request.method >> request.target;
+        std::getline(head, line);          // the rest of the request line
+        while (std::getline(head, line)) { // "Name: value\r"
+            const std::size_t value = line.find_first_not_of(' ', line.find(':') + 1);
+            request.headers.emplace_back(line.substr(0, line.find(':')), line.substr(value, line.size() - 1 - value));
         }
-        buffer.erase(0, headEnd + 4);
+        const std::size_t bodyStart = headEnd + 4;
         const std::size_t size = std::stoul("0" + std::string(request.header("Content-Length")));
-        if (!fill(socket, buffer, size)) {
-            return;
+        while (buffer.size() < bodyStart + size) {
+            if (!receive(socket, buffer)) {
+                return;
+            }
         }
-        request.body = buffer.substr(0, size);
-        buffer.erase(0, size);
+        request.body = buffer.substr(bodyStart, size);
+        buffer.erase(0, bodyStart + size);
 
-        ScriptedResponse response;
+        std::optional<ScriptedResponse> queued;
         Responder responder;
         {
             const std::lock_guard lock(m_mutex);
             m_requests.push_back(request);
             if (m_nextQueued < m_queue.size()) {
-                response = m_queue[m_nextQueued++];
-            } else if (m_responder) {
-                responder = m_responder;
+                queued = m_queue[m_nextQueued++];
             } else {
-                response = ScriptedResponse::text(500, "text/plain", "no scripted response");
+                responder = m_responder;
             }
         }
         m_changed.notify_all();
-        if (!respond(socket, responder ? responder(request) : response)) {
+        if (!respond(socket, queued ? *queued : responder(request))) {
             ::shutdown(socket, SHUT_RDWR);
             return;
         }
@@ -220,54 +203,39 @@ void ScriptedProviderServer::serve(int socket)
 // Returns whether the connection stays open for another request.
 bool ScriptedProviderServer::respond(int socket, const ScriptedResponse& response)
 {
-    using Framing = ScriptedResponse::Framing;
-    using Ending = ScriptedResponse::Ending;
-    if (!pause(response.headDelay)) {
-        return false;
-    }
-    const auto end = [&] {
-        char scratch[4096];
-        while (response.ending == Ending::stall && ::recv(socket, scratch, sizeof scratch, 0) > 0) {
-        }
-        return false;
-    };
-    if (response.raw) {
-        return sendAll(socket, *response.raw) && end();
-    }
-    if (response.interimContinue && !sendAll(socket, "HTTP/1.1 100 Continue\r\n\r\n")) {
-        return false;
-    }
-    std::size_t total = 0;
-    for (const auto& piece : response.body) {
-        total += piece.size();
-    }
-    const bool complete = response.ending == Ending::complete;
-    std::string head = "HTTP/1.1 " + std::to_string(response.status) + " Scripted\r\n";
+    using enum ScriptedResponse::Framing;
+    const bool complete = response.ending == ScriptedResponse::Ending::complete;
+    const bool keepOpen = complete && response.framing != closeDelimited && !response.raw;
+    std::string head = response.interimContinue ? "HTTP/1.1 100 Continue\r\n\r\n" : "";
+    head += "HTTP/1.1 " + std::to_string(response.status) + " Scripted\r\n";
     for (const auto& [name, value] : response.headers) {
         head += name + ": " + value + "\r\n";
     }
-    if (response.framing == Framing::chunked) {
+    if (response.framing == chunked) {
         head += "Transfer-Encoding: chunked\r\n";
-    } else if (response.framing == Framing::contentLength) {
+    } else if (response.framing == contentLength) {
         // A body that is cut off or stalls promises more than it delivers.
+        const std::size_t total = std::transform_reduce(response.body.begin(), response.body.end(), std::size_t{0},
+                                                        std::plus<>(), [](const auto& piece) { return piece.size(); });
         head += "Content-Length: " + std::to_string(total + (complete ? 0 : 1024)) + "\r\n";
     }
-    const bool keepOpen = complete && response.framing != Framing::closeDelimited;
-    if (!sendAll(socket, head + (keepOpen ? "\r\n" : "Connection: close\r\n\r\n"))) {
-        return false;
-    }
-    for (const auto& piece : response.body) {
+    head += keepOpen ? "\r\n" : "Connection: close\r\n\r\n";
+    // `raw` replaces the head and the body.
+    const bool framed = response.framing == chunked;
+    bool sent = pause(response.headDelay) && sendAll(socket, response.raw.value_or(head));
+    for (auto piece = response.body.begin(); sent && !response.raw && piece != response.body.end(); ++piece) {
         char size[24];
-        std::snprintf(size, sizeof size, "%zx\r\n", piece.size());
-        const bool chunked = response.framing == Framing::chunked;
-        if (!pause(response.gap) || (!piece.empty() && !sendAll(socket, chunked ? size + piece + "\r\n" : piece))) {
-            return false;
-        }
+        std::snprintf(size, sizeof size, "%zx\r\n", piece->size());
+        sent = pause(response.gap) && (piece->empty() || sendAll(socket, framed ? size + *piece + "\r\n" : *piece));
     }
-    if (!complete) {
-        return end();
+    if (sent && complete && !response.raw) {
+        return (!framed || sendAll(socket, "0\r\n\r\n")) && keepOpen;
     }
-    return (response.framing != Framing::chunked || sendAll(socket, "0\r\n\r\n")) && keepOpen;
+    // A stalled response waits for the client to hang up.
+    for (std::string ignored; sent && response.ending == ScriptedResponse::Ending::stall; ignored.clear()) {
+        sent = receive(socket, ignored);
+    }
+    return false;
 }
 
 namespace streams {
@@ -279,9 +247,12 @@ std::string data(const Json& payload)
     return "data: " + payload.dump() + "\n\n";
 }
 
-std::string event(const std::string& name, const Json& payload)
+// An Anthropic event: its name is also its payload's "type".
+std::string event(const std::string& name, const Json& payload = Json::object())
 {
-    return "event: " + name + "\n" + data(payload);
+    Json typed{{"type", name}};
+    typed.update(payload);
+    return "event: " + name + "\n" + data(typed);
 }
 
 Json openAIChunk(Json delta, Json finishReason)
@@ -307,19 +278,15 @@ std::vector<std::string> openAI(const std::vector<std::string>& pieces)
 std::vector<std::string> anthropic(const std::vector<std::string>& pieces)
 {
     std::vector<std::string> events{
-        event("message_start",
-              {{"type", "message_start"}, {"message", {{"usage", {{"input_tokens", 78}, {"output_tokens", 1}}}}}}),
-        event("content_block_start", {{"type", "content_block_start"}, {"index", 0}}),
-        event("ping", {{"type", "ping"}})};
+        event("message_start", {{"message", {{"usage", {{"input_tokens", 78}, {"output_tokens", 1}}}}}}),
+        event("content_block_start", {{"index", 0}}), event("ping")};
     for (const auto& piece : pieces) {
-        events.push_back(event("content_block_delta", {{"type", "content_block_delta"},
-                                                       {"delta", {{"type", "text_delta"}, {"text", piece}}}}));
+        events.push_back(event("content_block_delta", {{"delta", {{"type", "text_delta"}, {"text", piece}}}}));
     }
-    events.push_back(event("content_block_stop", {{"type", "content_block_stop"}, {"index", 0}}));
-    events.push_back(event(
-        "message_delta",
-        {{"type", "message_delta"}, {"delta", {{"stop_reason", "end_turn"}}}, {"usage", {{"output_tokens", 9}}}}));
-    events.push_back(event("message_stop", {{"type", "message_stop"}}));
+    events.push_back(event("content_block_stop", {{"index", 0}}));
+    events.push_back(
+        event("message_delta", {{"delta", {{"stop_reason", "end_turn"}}}, {"usage", {{"output_tokens", 9}}}}));
+    events.push_back(event("message_stop"));
     return events;
 }
 
