@@ -80,7 +80,8 @@ DesktopApp::DesktopApp(QObject* parent) : QObject(parent), d(std::make_unique<Pr
     preferSoftwareRendering(); // the windows are built on first open
     GrammarCoordinator::Panel panel{
         [this](CorrectionSession& session, PanelActions actions) { d->panel.show(session, std::move(actions)); },
-        [this] { d->panel.hide(); }, [this] { d->panel.focus(); }};
+        [this](std::function<void()> keyboardLeft) { d->panel.hide(std::move(keyboardLeft)); },
+        [this] { d->panel.focus(); }};
     d->coordinator =
         std::make_unique<GrammarCoordinator>(*d->platform, d->environment, panel, static_cast<AppRouter&>(*this));
 }

@@ -38,14 +38,16 @@ void GrammarCoordinator::correctSelection()
         m_router.openOnboarding();
         return;
     }
-    SelectionCapture capture = m_selection.start();
+    // The panel of the last press goes before the copy stroke, which waits until the keyboard has left it:
+    // while the panel has the keyboard the stroke would reach it, and a compositor that lets no app hand the
+    // focus over (KWin) gives it back to the source app only when it closes. Shown anew, it also takes the
+    // focus back as on a first press.
+    SelectionAccess::StrokeGate panelClosed;
     if (m_current) {
         m_current->session->cancel();
-        // The panel of the last press goes before the copy stroke: while it has the keyboard the stroke would
-        // reach it, and a compositor that lets no app hand the focus over (KWin) gives it back to the source
-        // app only when it closes. Shown anew, it also takes the focus back as on a first press.
-        m_panel.hide();
+        panelClosed = [this](std::function<void()> keyboardLeft) { m_panel.hide(std::move(keyboardLeft)); };
     }
+    SelectionCapture capture = m_selection.start(panelClosed);
     std::optional<std::string> sourceApp;
     if (capture.source && !capture.source->appName.isEmpty()) {
         sourceApp = capture.source->appName.toStdString();
@@ -160,7 +162,7 @@ void GrammarCoordinator::openSettings()
 
 void GrammarCoordinator::endCurrent()
 {
-    m_panel.hide();
+    m_panel.hide({});
     if (!m_current) {
         return;
     }

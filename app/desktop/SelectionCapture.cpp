@@ -1,19 +1,17 @@
 #include "app/desktop/SelectionCapture.h"
 
 #include "app/common/Logging.h"
-#include "app/platform/PollUntil.h"
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QPointer>
 #include <QTimer>
-#include <QWindow>
 
 namespace vesk::app {
 
 SelectionAccess::SelectionAccess(Platform& platform, QObject* parent) : QObject(parent), m_platform(platform) {}
 
-SelectionCapture SelectionAccess::start()
+SelectionCapture SelectionAccess::start(const StrokeGate& gate)
 {
     SelectionCapture capture;
     // A press while one of our own windows has the keyboard (the panel of the previous press) is about the
@@ -33,7 +31,7 @@ SelectionCapture SelectionAccess::start()
 
     // While the shortcut's keys are down the keyboard belongs to our grab and a held Alt would turn the
     // copy stroke into Ctrl+Alt+C, so the stroke waits for a clean keyboard.
-    auto copy = [this, source = capture.source, weak = std::weak_ptr(capture.state)](bool) {
+    auto copy = [this, source = capture.source, weak = std::weak_ptr(capture.state)] {
         const auto pending = weak.lock();
         if (!pending || pending->superseded) {
             return;
@@ -51,14 +49,17 @@ SelectionCapture SelectionAccess::start()
         }
         postCopy(pending, source);
     };
-    // A window of ours just closed (the panel of the last press) may still have the keyboard: the stroke
-    // waits until the compositor has given it to another window.
-    m_platform.input->whenModifiersReleased([this, copy = std::move(copy)] {
-        pollUntil(this, pollInterval, focusLeavesClosedWindow, [] {
-            const QWindow* focused = QGuiApplication::focusWindow();
-            return focused == nullptr || focused->isVisible();
-        }, copy);
-    });
+    // Both waits run side by side; the stroke goes when the last is over.
+    auto waits = std::make_shared<int>(gate ? 2 : 1);
+    auto arrive = [waits, copy = std::move(copy)] {
+        if (--*waits == 0) {
+            copy();
+        }
+    };
+    m_platform.input->whenModifiersReleased(arrive);
+    if (gate) {
+        gate(arrive);
+    }
     return capture;
 }
 

@@ -10,11 +10,13 @@
 #include <QCursor>
 #include <QGuiApplication>
 #include <QPainterPath>
+#include <QPointer>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QRegion>
 #include <QScreen>
 #include <QSurfaceFormat>
+#include <QTimer>
 #include <cmath>
 
 namespace vesk::app {
@@ -174,12 +176,35 @@ void ReviewPanelController::focus()
     }
 }
 
-void ReviewPanelController::hide()
+void ReviewPanelController::hide(std::function<void()> keyboardLeft)
 {
+    const QPointer<QWindow> view = d->window.window();
+    const bool hadKeyboard = view != nullptr && QGuiApplication::focusWindow() == view;
     d->waitsForFocus = false;
     d->window.close();
     d->model.setSession(nullptr);
     d->actions.clear();
+    if (!keyboardLeft) {
+        return;
+    }
+    if (!hadKeyboard) {
+        keyboardLeft();
+        return;
+    }
+    // The desktop moves the keyboard to another window some time after the panel is gone; Qt tells.
+    auto* watch = new QObject(this);
+    auto once = [watch, left = std::make_shared<std::function<void()>>(std::move(keyboardLeft))] {
+        if (*left) {
+            watch->deleteLater();
+            std::exchange(*left, {})();
+        }
+    };
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, watch, [view, once](const QWindow* focused) {
+        if (focused != view) {
+            once();
+        }
+    });
+    QTimer::singleShot(keyboardLeaveLimit, watch, once);
 }
 
 bool ReviewPanelController::isVisible() const

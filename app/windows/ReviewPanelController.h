@@ -7,6 +7,7 @@
 #include "core/CorrectionSession.h"
 
 #include <QObject>
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -23,6 +24,8 @@ class ReviewPanelController : public QObject
     Q_OBJECT
 
 public:
+    static constexpr std::chrono::milliseconds keyboardLeaveLimit{500};
+
     // The settings and the appearance must outlive the controller.
     ReviewPanelController(AppSettings& settings, DesktopAppearance& appearance, QObject* parent = nullptr);
     ~ReviewPanelController() override;
@@ -33,7 +36,9 @@ public:
     void show(CorrectionSession& session, PanelActions actions);
     // Takes keyboard focus so Return, Escape and Ctrl+R reach the panel.
     void focus();
-    void hide();
+    // Hides the panel; `keyboardLeft`, when given, runs once the desktop has taken the keyboard from it (at
+    // once when it had none, at the latest after `keyboardLeaveLimit`).
+    void hide(std::function<void()> keyboardLeft = {});
     [[nodiscard]] bool isVisible() const;
     // The panel's window, for placement checks and screenshots.
     [[nodiscard]] QQuickWindow* window() const;
