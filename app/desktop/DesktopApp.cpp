@@ -57,7 +57,9 @@ struct DesktopApp::Private
                                       [this](const AcceptedCorrection& accepted) { history.record(accepted); }};
     // One for the whole app, so Settings and onboarding always agree on the provider and its key.
     ProviderConnection connection{settings, keys, ProviderConnection::correctionProbe(transport)};
-    ReviewPanelController panel{settings, *platform->appearance};
+    ReviewPanelController panel{settings, *platform->appearance,
+                                platform->newWindowsTakeTheKeyboard ? ReviewPanelController::Showing::onceCopied
+                                                                    : ReviewPanelController::Showing::atThePress};
     HomeWindow home{environment, history, connection, shortcuts, *platform->appearance};
     OnboardingWindow onboarding{
         settings,

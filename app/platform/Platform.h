@@ -19,6 +19,9 @@ struct Platform
     std::unique_ptr<WindowSystem> windows;
     std::unique_ptr<Clipboard> clipboard;
     std::unique_ptr<DesktopAppearance> appearance;
+    // Whether the desktop gives every new window the keyboard when it maps, whatever the window asks (every
+    // Wayland compositor): a window of Vesk's shown while the copy stroke is on its way would take the stroke.
+    bool newWindowsTakeTheKeyboard = false;
     // Why input cannot be posted in this session (e.g. a Wayland session), empty when it can.
     QString limitation;
 };

@@ -40,8 +40,8 @@ std::optional<QRect> availableAreaUnderPointer()
 
 struct ReviewPanelController::Private
 {
-    Private(AppSettings& settings, DesktopAppearance& desktop)
-        : appearance(desktop), desktopLink(desktop), model(&settings)
+    Private(AppSettings& settings, DesktopAppearance& desktop, Showing when)
+        : appearance(desktop), showing(when), desktopLink(desktop), model(&settings)
     {
     }
 
@@ -51,6 +51,7 @@ struct ReviewPanelController::Private
     void updateMask();
 
     DesktopAppearance& appearance;
+    Showing showing;
     Appearance::DesktopLink desktopLink;
     SessionModel model;
     ReviewActions actions;
@@ -126,8 +127,9 @@ void ReviewPanelController::Private::fitContent()
     view->setGeometry(PanelGeometry::resized(view->geometry(), content, screen->availableGeometry()));
 }
 
-ReviewPanelController::ReviewPanelController(AppSettings& settings, DesktopAppearance& appearance, QObject* parent)
-    : QObject(parent), d(std::make_unique<Private>(settings, appearance))
+ReviewPanelController::ReviewPanelController(AppSettings& settings, DesktopAppearance& appearance, Showing showing,
+                                             QObject* parent)
+    : QObject(parent), d(std::make_unique<Private>(settings, appearance, showing))
 {
 }
 
@@ -157,7 +159,7 @@ void ReviewPanelController::show(CorrectionSession& session, PanelActions action
     d->place();
     d->fitContent();
     d->updateMask();
-    d->waitsForFocus = !d->appearance.showsBesideTheFocus();
+    d->waitsForFocus = d->showing == Showing::onceCopied;
     if (!d->waitsForFocus) {
         view.show();
         view.raise();

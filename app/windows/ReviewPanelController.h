@@ -26,13 +26,18 @@ class ReviewPanelController : public QObject
 public:
     static constexpr std::chrono::milliseconds keyboardLeaveLimit{500};
 
+    // When the panel appears: at the press, beside the app that keeps the keyboard while the selection is
+    // copied; or once the text is in, where the desktop gives every new window the keyboard.
+    enum class Showing { atThePress, onceCopied };
+
     // The settings and the appearance must outlive the controller.
-    ReviewPanelController(AppSettings& settings, DesktopAppearance& appearance, QObject* parent = nullptr);
+    ReviewPanelController(AppSettings& settings, DesktopAppearance& appearance, Showing showing = Showing::atThePress,
+                          QObject* parent = nullptr);
     ~ReviewPanelController() override;
 
     // Shows `session` (which must outlive the show, until hide() or the next show) centred on the screen
     // under the pointer, without taking the keyboard: the selection is still being copied from the app
-    // that has it.
+    // that has it. Shown once copied, it only gets ready here and appears in focus().
     void show(CorrectionSession& session, PanelActions actions);
     // Takes keyboard focus so Return, Escape and Ctrl+R reach the panel.
     void focus();
