@@ -47,6 +47,7 @@ void GrammarCoordinator::correctSelection()
         m_current->session->cancel();
         panelClosed = [this](std::function<void()> keyboardLeft) { m_panel.hide(std::move(keyboardLeft)); };
     }
+    qCDebug(lcCoordinator) << "Correction asked for";
     SelectionCapture capture = m_selection.start(panelClosed);
     std::optional<std::string> sourceApp;
     if (capture.source && !capture.source->appName.isEmpty()) {
@@ -100,6 +101,7 @@ void GrammarCoordinator::textCaptured(Current* expected, std::optional<QString> 
     CorrectionSession& session = *expected->session;
     session.setOriginal(text->toStdString());
     session.start();
+    qCDebug(lcCoordinator) << "Correction requested";
     if (m_panel.focus) {
         m_panel.focus();
     }

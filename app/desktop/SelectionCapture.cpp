@@ -36,6 +36,7 @@ SelectionCapture SelectionAccess::start(const StrokeGate& gate)
         if (!pending || pending->superseded) {
             return;
         }
+        qCDebug(lcCapture) << "Keyboard free for the copy stroke";
         // The stroke goes to whatever has the keyboard: make sure it is the source again (the user may
         // have clicked elsewhere, or a window of ours took it while the keys were held).
         const auto active = m_platform.windows->activeWindow();
@@ -75,28 +76,42 @@ void SelectionAccess::postCopy(const std::shared_ptr<SelectionCapture::State>& s
 
 void SelectionAccess::awaitCopiedText(const SelectionCapture& capture, std::function<void(std::optional<QString>)> done)
 {
-    poll(capture, std::move(done));
+    // The clipboard says when another app takes it, and the text is read then (a turn of the event loop
+    // later: the news comes in the middle of the clipboard's own event handling). The timer ends the copy
+    // wait, and looks again for a clipboard that says nothing.
+    auto* waiting = new QTimer(this);
+    const auto check = [this, waiting, capture, pending = std::make_shared<CopyDone>(std::move(done))] {
+        if (*pending && isCopyOver(*capture.state)) {
+            waiting->deleteLater();
+            finishCopy(*capture.state, std::exchange(*pending, nullptr));
+        }
+    };
+    connect(m_platform.clipboard.get(), &Clipboard::changed, waiting, check, Qt::QueuedConnection);
+    connect(waiting, &QTimer::timeout, waiting, check);
+    waiting->start(pollInterval);
+    check();
 }
 
-void SelectionAccess::poll(const SelectionCapture& capture, std::function<void(std::optional<QString>)> done)
+bool SelectionAccess::isCopyOver(const SelectionCapture::State& state) const
 {
-    auto& state = *capture.state;
+    // The copy wait counts from the stroke, not the press: the modifier wait before it is the user's, and
+    // the input layer bounds it.
+    return state.superseded ||
+           (state.copyPosted && (m_platform.clipboard->changeCount() != state.changeCount ||
+                                 std::chrono::steady_clock::now() >= *state.copyPosted + copyWait));
+}
+
+void SelectionAccess::finishCopy(SelectionCapture::State& state, const CopyDone& done)
+{
+    state.finished = true;
     if (state.superseded) {
-        state.finished = true;
         done(std::nullopt);
         return;
     }
-    // The copy wait counts from the stroke, not the press: the modifier wait before it is the user's, and
-    // the input layer bounds it.
-    const bool changed = state.copyPosted && m_platform.clipboard->changeCount() != state.changeCount;
-    if (!changed && (!state.copyPosted || std::chrono::steady_clock::now() < *state.copyPosted + copyWait)) {
-        QTimer::singleShot(pollInterval, this,
-                           [this, capture, done = std::move(done)]() mutable { poll(capture, std::move(done)); });
-        return;
-    }
+    const bool changed = m_platform.clipboard->changeCount() != state.changeCount;
     std::optional<QString> text = changed ? m_platform.clipboard->text() : std::nullopt;
+    qCDebug(lcCapture) << (changed ? "Selection read" : "Nothing copied");
     m_platform.clipboard->restore(state.saved);
-    state.finished = true;
     if (text && text->isEmpty()) {
         text.reset();
     }

@@ -61,7 +61,10 @@ public:
     void paste(const QString& text, const std::optional<WindowRef>& target, std::function<void()> done = {});
 
 private:
-    void poll(const SelectionCapture& capture, std::function<void(std::optional<QString>)> done);
+    using CopyDone = std::function<void(std::optional<QString>)>;
+
+    [[nodiscard]] bool isCopyOver(const SelectionCapture::State& state) const;
+    void finishCopy(SelectionCapture::State& state, const CopyDone& done);
 
     void postCopy(const std::shared_ptr<SelectionCapture::State>& state, const std::optional<WindowRef>& source);
 

@@ -46,6 +46,9 @@ struct ReviewPanelController::Private
     }
 
     void setUp(QQuickView& view);
+    // The window with a fresh view of the session, placed and fitted, not shown yet; null when the view
+    // did not load.
+    QQuickView* open();
     void place();
     void fitContent();
     void updateMask();
@@ -142,36 +145,41 @@ void ReviewPanelController::show(CorrectionSession& session, PanelActions action
 {
     d->actions.set(std::move(actions));
     d->model.setSession(&session);
+    // Shown once the text is in, the panel is built then too: the copy stroke goes out meanwhile.
+    d->waitsForFocus = d->showing == Showing::onceCopied;
+    if (QQuickView* view = d->waitsForFocus ? nullptr : d->open()) {
+        view->show();
+        view->raise();
+    }
+}
 
+QQuickView* ReviewPanelController::Private::open()
+{
     // Without a compositor the see-through corners and shadow would come out black: the body fills the
     // window and a mask rounds its corners instead.
-    d->composited = d->appearance.composites();
-    QQuickView& view = d->window.open({{QStringLiteral("review"), QVariant::fromValue(&d->model)},
-                                       {QStringLiteral("actions"), QVariant::fromValue(&d->actions)},
-                                       {QStringLiteral("composited"), d->composited}});
+    composited = appearance.composites();
+    QQuickView& view = window.open({{QStringLiteral("review"), QVariant::fromValue(&model)},
+                                    {QStringLiteral("actions"), QVariant::fromValue(&actions)},
+                                    {QStringLiteral("composited"), composited}});
     QQuickItem* root = view.rootObject();
     if (root == nullptr) {
-        return;
+        return nullptr;
     }
-    connect(root, &QQuickItem::implicitWidthChanged, this, [this] { d->fitContent(); });
-    connect(root, &QQuickItem::implicitHeightChanged, this, [this] { d->fitContent(); });
+    QObject::connect(root, &QQuickItem::implicitWidthChanged, &view, [this] { fitContent(); });
+    QObject::connect(root, &QQuickItem::implicitHeightChanged, &view, [this] { fitContent(); });
 
-    d->place();
-    d->fitContent();
-    d->updateMask();
-    d->waitsForFocus = d->showing == Showing::onceCopied;
-    if (!d->waitsForFocus) {
-        view.show();
-        view.raise();
-    }
+    place();
+    fitContent();
+    updateMask();
+    return &view;
 }
 
 void ReviewPanelController::focus()
 {
-    QQuickWindow* view = d->window.window();
-    if (std::exchange(d->waitsForFocus, false) && view != nullptr) {
-        view->show();
+    if (QQuickView* built = std::exchange(d->waitsForFocus, false) ? d->open() : nullptr) {
+        built->show();
     }
+    QQuickWindow* view = d->window.window();
     if (isVisible()) {
         view->raise();
         view->requestActivate();
