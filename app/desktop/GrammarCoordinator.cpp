@@ -131,11 +131,15 @@ void GrammarCoordinator::accept()
         return;
     }
     const std::optional<WindowRef> target = m_current->capture.source;
-    endCurrent();
     const QPointer<GrammarCoordinator> self(this);
-    m_selection.paste(QString::fromStdString(*text), target, [self] {
+    // The paste stroke goes once the keyboard has left the panel; until then it would reach the panel.
+    endCurrent([self, corrected = QString::fromStdString(*text), target] {
         if (self) {
-            emit self->pasted();
+            self->m_selection.paste(corrected, target, [self] {
+                if (self) {
+                    emit self->pasted();
+                }
+            });
         }
     });
 }
@@ -162,9 +166,9 @@ void GrammarCoordinator::openSettings()
     m_router.openHome(HomeSection::settings);
 }
 
-void GrammarCoordinator::endCurrent()
+void GrammarCoordinator::endCurrent(std::function<void()> keyboardLeft)
 {
-    m_panel.hide({});
+    m_panel.hide(std::move(keyboardLeft));
     if (!m_current) {
         return;
     }

@@ -51,7 +51,8 @@ private:
     void close();
     void openSettings();
     void textCaptured(Current* expected, std::optional<QString> text);
-    void endCurrent();
+    // Hides the panel (calling `keyboardLeft` once the keyboard has left it) and drops the correction.
+    void endCurrent(std::function<void()> keyboardLeft = {});
 
     Platform& m_platform;
     CorrectionEnvironment& m_environment;

@@ -121,7 +121,7 @@ void SelectionAccess::finishCopy(SelectionCapture::State& state, const CopyDone&
 void SelectionAccess::paste(const QString& text, const std::optional<WindowRef>& target, std::function<void()> done)
 {
     auto pasteNow = [this, text, target, done = std::move(done)](bool) mutable {
-        QTimer::singleShot(settleBeforePaste, this, [this, text, target, done = std::move(done)]() mutable {
+        QTimer::singleShot(m_platform.focusSettle, this, [this, text, target, done = std::move(done)]() mutable {
             const ClipboardContents saved = m_platform.clipboard->snapshot();
             m_platform.clipboard->setTransientText(text);
             m_platform.input->whenModifiersReleased([this, saved, target, done = std::move(done)]() mutable {

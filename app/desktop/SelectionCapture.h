@@ -38,7 +38,6 @@ class SelectionAccess : public QObject
 public:
     static constexpr std::chrono::milliseconds copyWait{350};
     static constexpr std::chrono::milliseconds pollInterval{10};
-    static constexpr std::chrono::milliseconds settleBeforePaste{80};
     static constexpr std::chrono::milliseconds holdBeforeRestore{120};
 
     // Something the copy stroke must wait for, started once the capture has noted the source: it calls
@@ -56,8 +55,8 @@ public:
     // changed within the copy wait or holds no text. The user's clipboard is restored before `done` runs,
     // in every case.
     void awaitCopiedText(const SelectionCapture& capture, std::function<void(std::optional<QString>)> done);
-    // Gives focus back to `target`, puts `text` on the clipboard, posts the paste stroke and restores the
-    // clipboard as it was. `done` runs after the restore.
+    // Gives focus back to `target`, puts `text` on the clipboard, posts the paste stroke (once the platform's
+    // focus settle has passed) and restores the clipboard as it was. `done` runs after the restore.
     void paste(const QString& text, const std::optional<WindowRef>& target, std::function<void()> done = {});
 
 private:

@@ -156,6 +156,7 @@ std::unique_ptr<Platform> createWaylandPlatform()
     // On every compositor, whenever it maps: shown before the copy stroke, the panel could take it (sway), and
     // given back to the source app it is refused the activation it asks for later.
     platform->newWindowsTakeTheKeyboard = true;
+    platform->focusSettle = std::chrono::milliseconds(0);
     platform->windows = std::move(windows);
     if (desktopHasShortcutPortal() && portalVersion(QStringLiteral("org.freedesktop.portal.GlobalShortcuts")) > 0) {
         platform->shortcut = std::make_unique<PortalGlobalShortcut>();
