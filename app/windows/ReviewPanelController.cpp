@@ -66,6 +66,8 @@ struct ReviewPanelController::Private
                      QmlWindow::Lifetime::whileInUse};
     bool composited = true;
     bool waitsForFocus = false; // shown with the focus, once the text is in
+    QQuickView* ready = nullptr; // built for the current show while it waits for the focus
+    int shows = 0;
 };
 
 void ReviewPanelController::Private::setUp(QQuickView& view)
@@ -145,12 +147,22 @@ void ReviewPanelController::show(CorrectionSession& session, PanelActions action
 {
     d->actions.set(std::move(actions));
     d->model.setSession(&session);
-    // Shown once the text is in, the panel is built then too: the copy stroke goes out meanwhile.
+    d->ready = nullptr;
     d->waitsForFocus = d->showing == Showing::onceCopied;
-    if (QQuickView* view = d->waitsForFocus ? nullptr : d->open()) {
-        view->show();
-        view->raise();
+    if (!d->waitsForFocus) {
+        if (QQuickView* view = d->open()) {
+            view->show();
+            view->raise();
+        }
+        return;
     }
+    // Shown once the text is in, the panel is built a turn of the event loop later, while the copy stroke
+    // (posted from an earlier turn) is on its way.
+    QTimer::singleShot(0, this, [this, shown = ++d->shows] {
+        if (shown == d->shows && d->waitsForFocus && d->ready == nullptr) {
+            d->ready = d->open();
+        }
+    });
 }
 
 QQuickView* ReviewPanelController::Private::open()
@@ -176,8 +188,14 @@ QQuickView* ReviewPanelController::Private::open()
 
 void ReviewPanelController::focus()
 {
-    if (QQuickView* built = std::exchange(d->waitsForFocus, false) ? d->open() : nullptr) {
-        built->show();
+    QQuickView* built = std::exchange(d->ready, nullptr);
+    if (std::exchange(d->waitsForFocus, false)) {
+        if (built == nullptr) {
+            built = d->open();
+        }
+        if (built != nullptr) {
+            built->show();
+        }
     }
     QQuickWindow* view = d->window.window();
     if (isVisible()) {
@@ -191,6 +209,7 @@ void ReviewPanelController::hide(std::function<void()> keyboardLeft)
     const QPointer<QWindow> view = d->window.window();
     const bool hadKeyboard = view != nullptr && QGuiApplication::focusWindow() == view;
     d->waitsForFocus = false;
+    d->ready = nullptr;
     d->window.close();
     d->model.setSession(nullptr);
     d->actions.clear();
