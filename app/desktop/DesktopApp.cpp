@@ -57,7 +57,9 @@ struct DesktopApp::Private
                                       [this](const AcceptedCorrection& accepted) { history.record(accepted); }};
     // One for the whole app, so Settings and onboarding always agree on the provider and its key.
     ProviderConnection connection{settings, keys, ProviderConnection::correctionProbe(transport)};
-    ReviewPanelController panel{settings, *platform->appearance};
+    ReviewPanelController panel{settings, *platform->appearance,
+                                platform->newWindowsTakeTheKeyboard ? ReviewPanelController::Showing::onceCopied
+                                                                    : ReviewPanelController::Showing::atThePress};
     HomeWindow home{environment, history, connection, shortcuts, *platform->appearance};
     OnboardingWindow onboarding{
         settings,
@@ -80,7 +82,8 @@ DesktopApp::DesktopApp(QObject* parent) : QObject(parent), d(std::make_unique<Pr
     preferSoftwareRendering(); // the windows are built on first open
     GrammarCoordinator::Panel panel{
         [this](CorrectionSession& session, PanelActions actions) { d->panel.show(session, std::move(actions)); },
-        [this] { d->panel.hide(); }, [this] { d->panel.focus(); }};
+        [this](std::function<void()> keyboardLeft) { d->panel.hide(std::move(keyboardLeft)); },
+        [this] { d->panel.focus(); }};
     d->coordinator =
         std::make_unique<GrammarCoordinator>(*d->platform, d->environment, panel, static_cast<AppRouter&>(*this));
 }

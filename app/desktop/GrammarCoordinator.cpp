@@ -38,14 +38,17 @@ void GrammarCoordinator::correctSelection()
         m_router.openOnboarding();
         return;
     }
-    SelectionCapture capture = m_selection.start();
+    // The panel of the last press goes before the copy stroke, which waits until the keyboard has left it:
+    // while the panel has the keyboard the stroke would reach it, and a compositor that lets no app hand the
+    // focus over (KWin) gives it back to the source app only when it closes. Shown anew, it also takes the
+    // focus back as on a first press.
+    SelectionAccess::StrokeGate panelClosed;
     if (m_current) {
         m_current->session->cancel();
-        // The panel of the last press goes before the copy stroke: while it has the keyboard the stroke would
-        // reach it, and a compositor that lets no app hand the focus over (KWin) gives it back to the source
-        // app only when it closes. Shown anew, it also takes the focus back as on a first press.
-        m_panel.hide();
+        panelClosed = [this](std::function<void()> keyboardLeft) { m_panel.hide(std::move(keyboardLeft)); };
     }
+    qCDebug(lcCoordinator) << "Correction asked for";
+    SelectionCapture capture = m_selection.start(panelClosed);
     std::optional<std::string> sourceApp;
     if (capture.source && !capture.source->appName.isEmpty()) {
         sourceApp = capture.source->appName.toStdString();
@@ -98,6 +101,7 @@ void GrammarCoordinator::textCaptured(Current* expected, std::optional<QString> 
     CorrectionSession& session = *expected->session;
     session.setOriginal(text->toStdString());
     session.start();
+    qCDebug(lcCoordinator) << "Correction requested";
     if (m_panel.focus) {
         m_panel.focus();
     }
@@ -127,11 +131,15 @@ void GrammarCoordinator::accept()
         return;
     }
     const std::optional<WindowRef> target = m_current->capture.source;
-    endCurrent();
     const QPointer<GrammarCoordinator> self(this);
-    m_selection.paste(QString::fromStdString(*text), target, [self] {
+    // The paste stroke goes once the keyboard has left the panel; until then it would reach the panel.
+    endCurrent([self, corrected = QString::fromStdString(*text), target] {
         if (self) {
-            emit self->pasted();
+            self->m_selection.paste(corrected, target, [self] {
+                if (self) {
+                    emit self->pasted();
+                }
+            });
         }
     });
 }
@@ -158,9 +166,9 @@ void GrammarCoordinator::openSettings()
     m_router.openHome(HomeSection::settings);
 }
 
-void GrammarCoordinator::endCurrent()
+void GrammarCoordinator::endCurrent(std::function<void()> keyboardLeft)
 {
-    m_panel.hide();
+    m_panel.hide(std::move(keyboardLeft));
     if (!m_current) {
         return;
     }

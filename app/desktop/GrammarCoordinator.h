@@ -25,7 +25,8 @@ public:
     struct Panel
     {
         std::function<void(CorrectionSession&, PanelActions)> show; // without taking the keyboard
-        std::function<void()> hide;
+        // Calls its argument, when given, once the keyboard has left the panel (at once if it had none).
+        std::function<void(std::function<void()>)> hide;
         std::function<void()> focus; // once the selection is copied
     };
 
@@ -50,7 +51,8 @@ private:
     void close();
     void openSettings();
     void textCaptured(Current* expected, std::optional<QString> text);
-    void endCurrent();
+    // Hides the panel (calling `keyboardLeft` once the keyboard has left it) and drops the correction.
+    void endCurrent(std::function<void()> keyboardLeft = {});
 
     Platform& m_platform;
     CorrectionEnvironment& m_environment;

@@ -1,19 +1,17 @@
 #include "app/desktop/SelectionCapture.h"
 
 #include "app/common/Logging.h"
-#include "app/platform/PollUntil.h"
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QPointer>
 #include <QTimer>
-#include <QWindow>
 
 namespace vesk::app {
 
 SelectionAccess::SelectionAccess(Platform& platform, QObject* parent) : QObject(parent), m_platform(platform) {}
 
-SelectionCapture SelectionAccess::start()
+SelectionCapture SelectionAccess::start(const StrokeGate& gate)
 {
     SelectionCapture capture;
     // A press while one of our own windows has the keyboard (the panel of the previous press) is about the
@@ -33,11 +31,12 @@ SelectionCapture SelectionAccess::start()
 
     // While the shortcut's keys are down the keyboard belongs to our grab and a held Alt would turn the
     // copy stroke into Ctrl+Alt+C, so the stroke waits for a clean keyboard.
-    auto copy = [this, source = capture.source, weak = std::weak_ptr(capture.state)](bool) {
+    auto copy = [this, source = capture.source, weak = std::weak_ptr(capture.state)] {
         const auto pending = weak.lock();
         if (!pending || pending->superseded) {
             return;
         }
+        qCDebug(lcCapture) << "Keyboard free for the copy stroke";
         // The stroke goes to whatever has the keyboard: make sure it is the source again (the user may
         // have clicked elsewhere, or a window of ours took it while the keys were held).
         const auto active = m_platform.windows->activeWindow();
@@ -51,14 +50,17 @@ SelectionCapture SelectionAccess::start()
         }
         postCopy(pending, source);
     };
-    // A window of ours just closed (the panel of the last press) may still have the keyboard: the stroke
-    // waits until the compositor has given it to another window.
-    m_platform.input->whenModifiersReleased([this, copy = std::move(copy)] {
-        pollUntil(this, pollInterval, focusLeavesClosedWindow, [] {
-            const QWindow* focused = QGuiApplication::focusWindow();
-            return focused == nullptr || focused->isVisible();
-        }, copy);
-    });
+    // Both waits run side by side; the stroke goes when the last is over.
+    auto waits = std::make_shared<int>(gate ? 2 : 1);
+    auto arrive = [waits, copy = std::move(copy)] {
+        if (--*waits == 0) {
+            copy();
+        }
+    };
+    m_platform.input->whenModifiersReleased(arrive);
+    if (gate) {
+        gate(arrive);
+    }
     return capture;
 }
 
@@ -74,28 +76,42 @@ void SelectionAccess::postCopy(const std::shared_ptr<SelectionCapture::State>& s
 
 void SelectionAccess::awaitCopiedText(const SelectionCapture& capture, std::function<void(std::optional<QString>)> done)
 {
-    poll(capture, std::move(done));
+    // The clipboard says when another app takes it, and the text is read then (a turn of the event loop
+    // later: the news comes in the middle of the clipboard's own event handling). The timer ends the copy
+    // wait, and looks again for a clipboard that says nothing.
+    auto* waiting = new QTimer(this);
+    const auto check = [this, waiting, capture, pending = std::make_shared<CopyDone>(std::move(done))] {
+        if (*pending && isCopyOver(*capture.state)) {
+            waiting->deleteLater();
+            finishCopy(*capture.state, std::exchange(*pending, nullptr));
+        }
+    };
+    connect(m_platform.clipboard.get(), &Clipboard::changed, waiting, check, Qt::QueuedConnection);
+    connect(waiting, &QTimer::timeout, waiting, check);
+    waiting->start(pollInterval);
+    check();
 }
 
-void SelectionAccess::poll(const SelectionCapture& capture, std::function<void(std::optional<QString>)> done)
+bool SelectionAccess::isCopyOver(const SelectionCapture::State& state) const
 {
-    auto& state = *capture.state;
+    // The copy wait counts from the stroke, not the press: the modifier wait before it is the user's, and
+    // the input layer bounds it.
+    return state.superseded ||
+           (state.copyPosted && (m_platform.clipboard->changeCount() != state.changeCount ||
+                                 std::chrono::steady_clock::now() >= *state.copyPosted + copyWait));
+}
+
+void SelectionAccess::finishCopy(SelectionCapture::State& state, const CopyDone& done)
+{
+    state.finished = true;
     if (state.superseded) {
-        state.finished = true;
         done(std::nullopt);
         return;
     }
-    // The copy wait counts from the stroke, not the press: the modifier wait before it is the user's, and
-    // the input layer bounds it.
-    const bool changed = state.copyPosted && m_platform.clipboard->changeCount() != state.changeCount;
-    if (!changed && (!state.copyPosted || std::chrono::steady_clock::now() < *state.copyPosted + copyWait)) {
-        QTimer::singleShot(pollInterval, this,
-                           [this, capture, done = std::move(done)]() mutable { poll(capture, std::move(done)); });
-        return;
-    }
+    const bool changed = m_platform.clipboard->changeCount() != state.changeCount;
     std::optional<QString> text = changed ? m_platform.clipboard->text() : std::nullopt;
+    qCDebug(lcCapture) << (changed ? "Selection read" : "Nothing copied");
     m_platform.clipboard->restore(state.saved);
-    state.finished = true;
     if (text && text->isEmpty()) {
         text.reset();
     }
@@ -105,7 +121,7 @@ void SelectionAccess::poll(const SelectionCapture& capture, std::function<void(s
 void SelectionAccess::paste(const QString& text, const std::optional<WindowRef>& target, std::function<void()> done)
 {
     auto pasteNow = [this, text, target, done = std::move(done)](bool) mutable {
-        QTimer::singleShot(settleBeforePaste, this, [this, text, target, done = std::move(done)]() mutable {
+        QTimer::singleShot(m_platform.focusSettle, this, [this, text, target, done = std::move(done)]() mutable {
             const ClipboardContents saved = m_platform.clipboard->snapshot();
             m_platform.clipboard->setTransientText(text);
             m_platform.input->whenModifiersReleased([this, saved, target, done = std::move(done)]() mutable {

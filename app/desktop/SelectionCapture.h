@@ -37,28 +37,33 @@ class SelectionAccess : public QObject
 
 public:
     static constexpr std::chrono::milliseconds copyWait{350};
-    static constexpr std::chrono::milliseconds focusLeavesClosedWindow{500};
     static constexpr std::chrono::milliseconds pollInterval{10};
-    static constexpr std::chrono::milliseconds settleBeforePaste{80};
     static constexpr std::chrono::milliseconds holdBeforeRestore{120};
+
+    // Something the copy stroke must wait for, started once the capture has noted the source: it calls
+    // `ready` when it is over.
+    using StrokeGate = std::function<void(std::function<void()> ready)>;
 
     explicit SelectionAccess(Platform& platform, QObject* parent = nullptr);
 
-    // Notes the focused window, saves the clipboard and its change count, then, once no modifier is held,
-    // posts the copy stroke. Returns the capture at once. A capture still under way is superseded: the new
-    // one keeps the clipboard the old one saved (the user's), since the old copy may already have
-    // replaced it, and only the new one restores it.
-    SelectionCapture start();
+    // Notes the focused window, saves the clipboard and its change count, then, once no modifier is held
+    // and `gate` (when given) is over, posts the copy stroke. Returns the capture at once. A capture still
+    // under way is superseded: the new one keeps the clipboard the old one saved (the user's), since the
+    // old copy may already have replaced it, and only the new one restores it.
+    SelectionCapture start(const StrokeGate& gate = {});
     // Calls `done` with the copied text once the clipboard changes, or with nothing when it has not
     // changed within the copy wait or holds no text. The user's clipboard is restored before `done` runs,
     // in every case.
     void awaitCopiedText(const SelectionCapture& capture, std::function<void(std::optional<QString>)> done);
-    // Gives focus back to `target`, puts `text` on the clipboard, posts the paste stroke and restores the
-    // clipboard as it was. `done` runs after the restore.
+    // Gives focus back to `target`, puts `text` on the clipboard, posts the paste stroke (once the platform's
+    // focus settle has passed) and restores the clipboard as it was. `done` runs after the restore.
     void paste(const QString& text, const std::optional<WindowRef>& target, std::function<void()> done = {});
 
 private:
-    void poll(const SelectionCapture& capture, std::function<void(std::optional<QString>)> done);
+    using CopyDone = std::function<void(std::optional<QString>)>;
+
+    [[nodiscard]] bool isCopyOver(const SelectionCapture::State& state) const;
+    void finishCopy(SelectionCapture::State& state, const CopyDone& done);
 
     void postCopy(const std::shared_ptr<SelectionCapture::State>& state, const std::optional<WindowRef>& source);
 

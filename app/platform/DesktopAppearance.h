@@ -16,10 +16,6 @@ public:
     // Whether a compositor draws windows with transparency. Without one, see-through window areas come out
     // black.
     [[nodiscard]] virtual bool composites() = 0;
-    // Whether a window of Vesk's can appear while the copy stroke goes to the app the user is in: where the
-    // window manager leaves the focus alone when asked, or the platform can give it back before the stroke.
-    // Where neither holds (Wayland compositors give every new window the keyboard), the panel waits for the text.
-    [[nodiscard]] virtual bool showsBesideTheFocus() { return true; }
 
 protected:
     // The desktop's own setting: GNOME's "enable-animations" when gsettings has it, otherwise animations stay on.

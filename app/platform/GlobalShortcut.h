@@ -22,8 +22,9 @@ public:
     // While paused, presses are not reported (the recorder is listening for a new shortcut).
     virtual void setPaused(bool paused) = 0;
     // `vesk fix` asked the running app for a correction. True when that request is the command a compositor
-    // binding ran for a press already reported here (the compositor told of the binding before the command
-    // was up): the press has started the correction and the request must not start another.
+    // binding ran for a press reported here (the compositor told of the binding before the command was up),
+    // or when the shortcut finds out which it is and reports a press either way: the request must not start
+    // a correction itself.
     virtual bool claimFixRequest() { return false; }
 
 signals:

@@ -8,6 +8,7 @@
 #include "app/platform/InputSynthesizer.h"
 #include "app/platform/WindowSystem.h"
 
+#include <chrono>
 #include <memory>
 
 namespace vesk::app {
@@ -19,6 +20,13 @@ struct Platform
     std::unique_ptr<WindowSystem> windows;
     std::unique_ptr<Clipboard> clipboard;
     std::unique_ptr<DesktopAppearance> appearance;
+    // Whether the desktop gives every new window the keyboard when it maps, whatever the window asks (every
+    // Wayland compositor): a window of Vesk's shown while the copy stroke is on its way would take the stroke.
+    bool newWindowsTakeTheKeyboard = false;
+    // How long keys wait after another window was given the focus: on X11 the window manager says a window
+    // is active before its toolkit has taken the focus. A Wayland compositor hands keys to the window it
+    // focused, in order, so nothing there.
+    std::chrono::milliseconds focusSettle{80};
     // Why input cannot be posted in this session (e.g. a Wayland session), empty when it can.
     QString limitation;
 };

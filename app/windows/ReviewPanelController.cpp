@@ -10,11 +10,13 @@
 #include <QCursor>
 #include <QGuiApplication>
 #include <QPainterPath>
+#include <QPointer>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QRegion>
 #include <QScreen>
 #include <QSurfaceFormat>
+#include <QTimer>
 #include <cmath>
 
 namespace vesk::app {
@@ -38,17 +40,21 @@ std::optional<QRect> availableAreaUnderPointer()
 
 struct ReviewPanelController::Private
 {
-    Private(AppSettings& settings, DesktopAppearance& desktop)
-        : appearance(desktop), desktopLink(desktop), model(&settings)
+    Private(AppSettings& settings, DesktopAppearance& desktop, Showing when)
+        : appearance(desktop), showing(when), desktopLink(desktop), model(&settings)
     {
     }
 
     void setUp(QQuickView& view);
+    // The window with a fresh view of the session, placed and fitted, not shown yet; null when the view
+    // did not load.
+    QQuickView* open();
     void place();
     void fitContent();
     void updateMask();
 
     DesktopAppearance& appearance;
+    Showing showing;
     Appearance::DesktopLink desktopLink;
     SessionModel model;
     ReviewActions actions;
@@ -60,6 +66,8 @@ struct ReviewPanelController::Private
                      QmlWindow::Lifetime::whileInUse};
     bool composited = true;
     bool waitsForFocus = false; // shown with the focus, once the text is in
+    QQuickView* ready = nullptr; // built for the current show while it waits for the focus
+    int shows = 0;
 };
 
 void ReviewPanelController::Private::setUp(QQuickView& view)
@@ -124,8 +132,9 @@ void ReviewPanelController::Private::fitContent()
     view->setGeometry(PanelGeometry::resized(view->geometry(), content, screen->availableGeometry()));
 }
 
-ReviewPanelController::ReviewPanelController(AppSettings& settings, DesktopAppearance& appearance, QObject* parent)
-    : QObject(parent), d(std::make_unique<Private>(settings, appearance))
+ReviewPanelController::ReviewPanelController(AppSettings& settings, DesktopAppearance& appearance, Showing showing,
+                                             QObject* parent)
+    : QObject(parent), d(std::make_unique<Private>(settings, appearance, showing))
 {
 }
 
@@ -138,48 +147,93 @@ void ReviewPanelController::show(CorrectionSession& session, PanelActions action
 {
     d->actions.set(std::move(actions));
     d->model.setSession(&session);
-
-    // Without a compositor the see-through corners and shadow would come out black: the body fills the
-    // window and a mask rounds its corners instead.
-    d->composited = d->appearance.composites();
-    QQuickView& view = d->window.open({{QStringLiteral("review"), QVariant::fromValue(&d->model)},
-                                       {QStringLiteral("actions"), QVariant::fromValue(&d->actions)},
-                                       {QStringLiteral("composited"), d->composited}});
-    QQuickItem* root = view.rootObject();
-    if (root == nullptr) {
+    d->ready = nullptr;
+    d->waitsForFocus = d->showing == Showing::onceCopied;
+    if (!d->waitsForFocus) {
+        if (QQuickView* view = d->open()) {
+            view->show();
+            view->raise();
+        }
         return;
     }
-    connect(root, &QQuickItem::implicitWidthChanged, this, [this] { d->fitContent(); });
-    connect(root, &QQuickItem::implicitHeightChanged, this, [this] { d->fitContent(); });
+    // Shown once the text is in, the panel is built a turn of the event loop later, while the copy stroke
+    // (posted from an earlier turn) is on its way.
+    QTimer::singleShot(0, this, [this, shown = ++d->shows] {
+        if (shown == d->shows && d->waitsForFocus && d->ready == nullptr) {
+            d->ready = d->open();
+        }
+    });
+}
 
-    d->place();
-    d->fitContent();
-    d->updateMask();
-    d->waitsForFocus = !d->appearance.showsBesideTheFocus();
-    if (!d->waitsForFocus) {
-        view.show();
-        view.raise();
+QQuickView* ReviewPanelController::Private::open()
+{
+    // Without a compositor the see-through corners and shadow would come out black: the body fills the
+    // window and a mask rounds its corners instead.
+    composited = appearance.composites();
+    QQuickView& view = window.open({{QStringLiteral("review"), QVariant::fromValue(&model)},
+                                    {QStringLiteral("actions"), QVariant::fromValue(&actions)},
+                                    {QStringLiteral("composited"), composited}});
+    QQuickItem* root = view.rootObject();
+    if (root == nullptr) {
+        return nullptr;
     }
+    QObject::connect(root, &QQuickItem::implicitWidthChanged, &view, [this] { fitContent(); });
+    QObject::connect(root, &QQuickItem::implicitHeightChanged, &view, [this] { fitContent(); });
+
+    place();
+    fitContent();
+    updateMask();
+    return &view;
 }
 
 void ReviewPanelController::focus()
 {
-    QQuickWindow* view = d->window.window();
-    if (std::exchange(d->waitsForFocus, false) && view != nullptr) {
-        view->show();
+    QQuickView* built = std::exchange(d->ready, nullptr);
+    if (std::exchange(d->waitsForFocus, false)) {
+        if (built == nullptr) {
+            built = d->open();
+        }
+        if (built != nullptr) {
+            built->show();
+        }
     }
+    QQuickWindow* view = d->window.window();
     if (isVisible()) {
         view->raise();
         view->requestActivate();
     }
 }
 
-void ReviewPanelController::hide()
+void ReviewPanelController::hide(std::function<void()> keyboardLeft)
 {
+    const QPointer<QWindow> view = d->window.window();
+    const bool hadKeyboard = view != nullptr && QGuiApplication::focusWindow() == view;
     d->waitsForFocus = false;
+    d->ready = nullptr;
     d->window.close();
     d->model.setSession(nullptr);
     d->actions.clear();
+    if (!keyboardLeft) {
+        return;
+    }
+    if (!hadKeyboard) {
+        keyboardLeft();
+        return;
+    }
+    // The desktop moves the keyboard to another window some time after the panel is gone; Qt tells.
+    auto* watch = new QObject(this);
+    auto once = [watch, left = std::make_shared<std::function<void()>>(std::move(keyboardLeft))] {
+        if (*left) {
+            watch->deleteLater();
+            std::exchange(*left, {})();
+        }
+    };
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, watch, [view, once](const QWindow* focused) {
+        if (focused != view) {
+            once();
+        }
+    });
+    QTimer::singleShot(keyboardLeaveLimit, watch, once);
 }
 
 bool ReviewPanelController::isVisible() const

@@ -48,9 +48,12 @@ protected:
                     m_shown = &session;
                     m_actions = std::move(actions);
                 },
-                [this] {
+                [this](const std::function<void()>& keyboardLeft) {
                     ++m_hides;
                     m_shown = nullptr;
+                    if (keyboardLeft) {
+                        keyboardLeft();
+                    }
                 },
                 {}};
     }

@@ -57,6 +57,21 @@ TEST(WaylandDesktopTest, SwayBindingEventIsThePressAndClaimsTheFixRequestItStart
     EXPECT_TRUE(shortcut.claimFixRequest());
     EXPECT_FALSE(shortcut.claimFixRequest()) << "a `vesk fix` of the user's own starts a correction";
 
+    // With sway listening, a request before any press waits for sway's answer to a question asked then: a
+    // binding event ahead of the answer is its press, none makes it the user's own. Either way, one press.
+    shortcut.receive(SwayBindingShortcut::encode({SwayBindingShortcut::subscribeType, R"({"success":true})"}));
+    const QByteArray answer = SwayBindingShortcut::encode({SwayBindingShortcut::versionType, "{}"});
+    EXPECT_TRUE(shortcut.claimFixRequest());
+    EXPECT_TRUE(shortcut.claimFixRequest());
+    shortcut.receive(fix);
+    EXPECT_EQ(released.count(), 3);
+    shortcut.receive(answer + answer);
+    EXPECT_EQ(released.count(), 4);
+    EXPECT_TRUE(shortcut.claimFixRequest());
+    shortcut.receive(answer + fix);
+    EXPECT_EQ(released.count(), 6) << "a binding after the answer is a press of its own";
+    EXPECT_TRUE(shortcut.claimFixRequest()) << "which its request then finds";
+
     for (QByteArray corrupt : {QByteArray("i3-ipX"), SwayBindingShortcut::encode({2, QByteArray(2 << 20, ' ')})}) {
         bool isCorrupt = false;
         EXPECT_FALSE(SwayBindingShortcut::takeFrame(corrupt, isCorrupt));

@@ -17,11 +17,6 @@ constexpr qsizetype magicSize = sizeof magic - 1;
 constexpr qsizetype headerSize = magicSize + 2 * sizeof(quint32);
 // Binding events and the subscription's answer are a few hundred bytes.
 constexpr quint32 maxPayload = 1024 * 1024;
-// `vesk fix` is up 50 to 150 ms after the binding ran, later on a loaded machine; a request after this long
-// is the user's own.
-constexpr auto pressClaimsRequestFor = 3s;
-// Should a request be read before the event of the binding that started it, the event comes at once.
-constexpr auto requestClaimsPressFor = 250ms;
 constexpr auto firstRetry = 1s;
 constexpr auto lastRetry = 30s;
 
@@ -113,6 +108,12 @@ void SwayBindingShortcut::lost()
         qCInfo(lcPlatform) << "The compositor's IPC socket went away; `vesk fix` alone starts corrections until "
                               "it is back";
         m_subscribed = false;
+        // No answer will come: requests still waiting for one start their corrections now.
+        for (const bool pressed : std::exchange(m_requestsAsking, {})) {
+            if (!pressed) {
+                press();
+            }
+        }
         m_retryDelay = firstRetry;
     }
     m_retry.start(m_retryDelay);
@@ -146,6 +147,13 @@ void SwayBindingShortcut::handle(const Frame& frame)
         } else {
             qCWarning(lcPlatform) << "The compositor won't report its bindings; `vesk fix` alone starts corrections";
         }
+    } else if (frame.type == versionType && !m_requestsAsking.empty()) {
+        const bool pressed = m_requestsAsking.front();
+        m_requestsAsking.pop_front();
+        if (!pressed) {
+            qCDebug(lcPlatform) << "`vesk fix` ran without the binding";
+            press();
+        }
     } else if (frame.type == bindingEvent) {
         const QJsonObject binding = answer.value(QLatin1String("binding")).toObject();
         if (runsVeskFix(binding.value(QLatin1String("command")).toString())) {
@@ -156,17 +164,22 @@ void SwayBindingShortcut::handle(const Frame& frame)
 
 void SwayBindingShortcut::bindingRan()
 {
-    const Clock::time_point now = Clock::now();
-    const std::optional<Clock::time_point> request = std::exchange(m_unclaimedRequest, std::nullopt);
-    if (request && now - *request < requestClaimsPressFor) {
-        qCDebug(lcPlatform) << "The binding's `vesk fix` came first and started the correction";
-        return;
-    }
     if (name().isEmpty() || isPaused()) {
         return; // its `vesk fix` does what it does today
     }
-    m_unclaimedPresses.push_back(now);
-    qCDebug(lcPlatform) << "The compositor ran the binding of" << name();
+    const auto asking = std::find(m_requestsAsking.begin(), m_requestsAsking.end(), false);
+    if (asking != m_requestsAsking.end()) {
+        *asking = true;
+        qCDebug(lcPlatform) << "The binding's `vesk fix` came before the binding's event";
+    } else {
+        ++m_unclaimedPresses;
+        qCDebug(lcPlatform) << "The compositor ran the binding of" << name();
+    }
+    press();
+}
+
+void SwayBindingShortcut::press()
+{
     // The compositor tells of the binding, not of the keys: the press and its release come as one.
     emit pressed(name());
     emit released(name());
@@ -174,20 +187,18 @@ void SwayBindingShortcut::bindingRan()
 
 bool SwayBindingShortcut::claimFixRequest()
 {
-    const Clock::time_point now = Clock::now();
-    while (!m_unclaimedPresses.empty() && now - m_unclaimedPresses.front() > pressClaimsRequestFor) {
-        m_unclaimedPresses.pop_front();
-    }
-    if (!m_unclaimedPresses.empty()) {
-        qCDebug(lcPlatform) << "`vesk fix` came" << (now - m_unclaimedPresses.front()) / 1ms
-                            << "ms after the binding that ran it";
-        m_unclaimedPresses.pop_front();
+    if (m_unclaimedPresses > 0) {
+        --m_unclaimedPresses;
         return true;
     }
-    if (m_subscribed) {
-        m_unclaimedRequest = now;
+    if (!m_subscribed || name().isEmpty() || isPaused()) {
+        return false;
     }
-    return false;
+    m_requestsAsking.push_back(false);
+    if (m_socket != nullptr) {
+        m_socket->write(encode({versionType, {}}));
+    }
+    return true;
 }
 
 QByteArray SwayBindingShortcut::encode(const Frame& frame)

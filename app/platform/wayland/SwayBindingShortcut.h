@@ -5,6 +5,11 @@
 // the better part of 100 ms, but the compositor's IPC socket tells of the binding the moment it runs: the
 // press is reported from there, and the `vesk fix` request that follows is claimed as part of it. While the
 // socket is away (no IPC, the compositor restarting) the request alone starts the correction.
+//
+// Sway sends the binding's event in the same turn as it starts the command, before it reads anything the
+// command could have caused; so a request with no press before it is settled by asking sway something: a
+// binding event ahead of the answer is the request's own press, none means the request is the user's own.
+// One press is one correction whichever arrives first, with no guessing by time.
 
 #include "app/platform/RefusingGlobalShortcut.h"
 
@@ -29,6 +34,7 @@ public:
         QByteArray payload;
     };
     static constexpr quint32 subscribeType = 2;
+    static constexpr quint32 versionType = 7; // the cheapest question, asked to hear every event before it
     static constexpr quint32 bindingEvent = 0x80000005;
 
     // Listens on the IPC socket at `socketPath` (never when empty), reconnecting when it goes away.
@@ -49,12 +55,11 @@ public:
     [[nodiscard]] static bool runsVeskFix(const QString& command);
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     void connectToCompositor();
     void lost();
     void handle(const Frame& frame);
     void bindingRan();
+    void press();
 
     QString m_path;
     QLocalSocket* m_socket = nullptr;
@@ -62,8 +67,10 @@ private:
     bool m_subscribed = false;
     QTimer m_retry;
     std::chrono::milliseconds m_retryDelay;
-    std::deque<Clock::time_point> m_unclaimedPresses;
-    std::optional<Clock::time_point> m_unclaimedRequest;
+    int m_unclaimedPresses = 0; // reported presses whose `vesk fix` has not come yet
+    // Requests that came before any press, in the order of the questions asked about them; true once a
+    // binding event has come for it.
+    std::deque<bool> m_requestsAsking;
 };
 
 } // namespace vesk::app

@@ -306,14 +306,20 @@ bool WaylandKeyboard::postKeys(const KeyCombination& keys)
     if (m_keyboard == nullptr) {
         // The portal's keys join the seat's keyboard, whose own state tracks the modifiers; a modifier the
         // user still holds (the shortcut's Alt) would turn Ctrl+C into Ctrl+Alt+C, and the portal cannot
-        // tell which are down, so all are released first.
-        QList<RemoteDesktopKeyboard::KeyEvent> presses;
-        QList<RemoteDesktopKeyboard::KeyEvent> releases;
-        for (const xkb_keycode_t modifier : std::as_const(modifiers)) {
-            presses.append({modifier - 8, true});
-            releases.append({modifier - 8, false});
+        // tell which are down, so the others are released as the stroke's own are pressed. Every step is a
+        // call answered before the next: the key goes alone, and its release with the modifiers'.
+        QList<RemoteDesktopKeyboard::KeyEvent> first;
+        QList<RemoteDesktopKeyboard::KeyEvent> last{{key.keycode - 8, false}};
+        for (const RemoteDesktopKeyboard::KeyEvent& release : modifierReleases()) {
+            if (!modifiers.contains(release.evdevCode + 8)) {
+                first.append(release);
+            }
         }
-        m_portal->send({modifierReleases(), presses, {{key.keycode - 8, true}}, {{key.keycode - 8, false}}, releases});
+        for (const xkb_keycode_t modifier : std::as_const(modifiers)) {
+            first.append({modifier - 8, true});
+            last.append({modifier - 8, false});
+        }
+        m_portal->send({first, {{key.keycode - 8, true}}, last});
         return true;
     }
     // The keymap's own state machine works out the modifier masks the keys produce; the group is the

@@ -89,14 +89,11 @@ QString limitationFor(const WaylandKeyboard& keyboard, bool clipboard)
     return {};
 }
 
-// Every Wayland compositor draws windows with transparency. A new window takes the keyboard on every one
-// of them, whenever it maps: shown before the copy stroke, the panel could take it (sway), and given back
-// to the source app it is refused the activation it asks for later. The panel shows once the text is in.
+// Every Wayland compositor draws windows with transparency.
 class WaylandAppearance : public DesktopAppearance
 {
 public:
     bool composites() override { return true; }
-    bool showsBesideTheFocus() override { return false; }
 };
 
 } // namespace
@@ -156,6 +153,10 @@ std::unique_ptr<Platform> createWaylandPlatform()
     platform->input = std::move(keyboard);
     auto windows = std::make_unique<WaylandWindows>(connection);
     platform->appearance = std::make_unique<WaylandAppearance>();
+    // On every compositor, whenever it maps: shown before the copy stroke, the panel could take it (sway), and
+    // given back to the source app it is refused the activation it asks for later.
+    platform->newWindowsTakeTheKeyboard = true;
+    platform->focusSettle = std::chrono::milliseconds(0);
     platform->windows = std::move(windows);
     if (desktopHasShortcutPortal() && portalVersion(QStringLiteral("org.freedesktop.portal.GlobalShortcuts")) > 0) {
         platform->shortcut = std::make_unique<PortalGlobalShortcut>();

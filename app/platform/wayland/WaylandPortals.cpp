@@ -236,6 +236,7 @@ void PortalGlobalShortcut::onActivated(const QDBusObjectPath& session, const QSt
                                        const QVariantMap&)
 {
     if (session.path() == m_session && id == m_name && !m_paused) {
+        qCDebug(lcPlatform) << "The portal's shortcut was pressed";
         emit pressed(id);
         // A desktop that never reports the release still gets its correction.
         m_releaseFallback.start();
@@ -246,6 +247,7 @@ void PortalGlobalShortcut::onDeactivated(const QDBusObjectPath& session, const Q
                                          const QVariantMap&)
 {
     if (session.path() == m_session && id == m_name && !m_paused && m_releaseFallback.isActive()) {
+        qCDebug(lcPlatform) << "The portal's shortcut was released";
         m_releaseFallback.stop();
         emit released(id);
     }
