@@ -194,7 +194,7 @@ void KWinWindows::activate(const WindowRef& window, std::function<void(bool)> do
         QTimer::singleShot(0, &m_calls, [done = std::move(done), active = isActive()] { done(active); });
         return;
     }
-    load(activatePlugin, QString::fromLatin1(activateScript).arg(windowId), [](bool) {});
+    load(activatePlugin, QString::fromLatin1(activateScript).arg(windowId));
     pollUntil(&m_calls, std::chrono::milliseconds(10), activationWait, isActive, std::move(done));
 }
 
