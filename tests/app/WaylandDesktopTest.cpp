@@ -1,6 +1,7 @@
 // The Wayland back end's pure parts: the bind line shown where a desktop won't register shortcuts, sway's
-// binding events read from its IPC stream, and what an app id says about the window (which class names are
-// terminals is TerminalKeysTest's).
+// binding events read from its IPC stream, and what an app id (or KWin's names) says about the window (which
+// class names are terminals is TerminalKeysTest's).
+#include "app/platform/wayland/KWinWindows.h"
 #include "app/platform/wayland/SwayBindingShortcut.h"
 #include "app/platform/wayland/WaylandPlatform.h"
 #include "app/platform/wayland/WaylandWindows.h"
@@ -89,6 +90,15 @@ TEST(WaylandDesktopTest, AppIdNamesTheTerminalAndTheApp)
     EXPECT_FALSE(mousepad.isTerminal);
     EXPECT_EQ(mousepad.appName, "Mousepad");
     EXPECT_EQ(mousepad.windowClass, "org.xfce.mousepad");
+}
+
+// KWin names a window by desktop file and resource class; a terminal is known by either.
+TEST(WaylandDesktopTest, KWinWindowIsATerminalByEitherName)
+{
+    EXPECT_EQ(KWinWindows::appIdOf("org.kde.konsole", "konsole"), "org.kde.konsole");
+    EXPECT_EQ(KWinWindows::appIdOf("", "xterm"), "xterm");
+    EXPECT_EQ(KWinWindows::appIdOf("my-shell", "foot"), "foot");
+    EXPECT_EQ(KWinWindows::appIdOf("org.xfce.mousepad", "mousepad"), "org.xfce.mousepad");
 }
 
 } // namespace

@@ -264,7 +264,7 @@ INSTANTIATE_TEST_SUITE_P(SecondPress, SecondPressTest,
                          rowName<SecondPressTest::ParamType>);
 
 // A terminal copies and pastes with Ctrl+Shift+C/V; Ctrl+C would interrupt the program running in it. Vesk
-// tells a terminal by its window's class or app id, which KWin 5.27 shows no other program.
+// tells a terminal by its window's class or app id (on KWin, from what its script there reports).
 TEST_F(FlowTest, TerminalSelectionIsCopiedAndPastedWithoutInterrupting)
 {
     m_server.respondWith([](const RecordedRequest&) { return reply(fixedText); });

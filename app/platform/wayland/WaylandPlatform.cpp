@@ -2,6 +2,7 @@
 
 #include "app/common/Logging.h"
 #include "app/platform/SystemClipboard.h"
+#include "app/platform/wayland/KWinWindows.h"
 #include "app/platform/wayland/SwayBindingShortcut.h"
 #include "app/platform/wayland/WaylandClipboard.h"
 #include "app/platform/wayland/WaylandConnection.h"
@@ -62,14 +63,19 @@ QStringList modifierNames(Qt::KeyboardModifiers modifiers, const std::array<cons
     return held;
 }
 
-// Where the GlobalShortcuts portal stands for the desktop's own shortcuts: KWin and GNOME Shell, known by
-// their names on the session bus, and Hyprland. Elsewhere (sway) a portal may answer with a back end of
-// another desktop that cannot register anything, and the bind line is the honest answer.
-bool desktopHasShortcutPortal()
+// Whether a program holds `name` on the session bus: KWin and GNOME Shell are known by theirs.
+bool onBus(const char* name)
 {
     QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
-    return (bus != nullptr && (bus->isServiceRegistered(QStringLiteral("org.kde.KWin")).value() ||
-                               bus->isServiceRegistered(QStringLiteral("org.gnome.Shell")).value())) ||
+    return bus != nullptr && bus->isServiceRegistered(QLatin1String(name)).value();
+}
+
+// Where the GlobalShortcuts portal stands for the desktop's own shortcuts: KWin, GNOME Shell and Hyprland.
+// Elsewhere (sway) a portal may answer with a back end of another desktop that cannot register anything,
+// and the bind line is the honest answer.
+bool desktopHasShortcutPortal()
+{
+    return onBus("org.kde.KWin") || onBus("org.gnome.Shell") ||
            desktopFrom(qEnvironmentVariable("XDG_CURRENT_DESKTOP")) == Desktop::hyprland;
 }
 
@@ -157,7 +163,11 @@ std::unique_ptr<Platform> createWaylandPlatform()
     // given back to the source app it is refused the activation it asks for later.
     platform->newWindowsTakeTheKeyboard = true;
     platform->focusSettle = std::chrono::milliseconds(0);
-    platform->windows = std::move(windows);
+    if (!windows->knowsWindows() && onBus("org.kde.KWin")) {
+        platform->windows = std::make_unique<KWinWindows>();
+    } else {
+        platform->windows = std::move(windows);
+    }
     if (desktopHasShortcutPortal() && portalVersion(QStringLiteral("org.freedesktop.portal.GlobalShortcuts")) > 0) {
         platform->shortcut = std::make_unique<PortalGlobalShortcut>();
     } else {
