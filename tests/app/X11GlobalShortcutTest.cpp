@@ -33,11 +33,6 @@ protected:
             m_released = std::make_unique<QSignalSpy>(m_shortcut.get(), &GlobalShortcut::released);
         }
     }
-    void registerAltG()
-    {
-        QString error;
-        ASSERT_TRUE(m_shortcut->setShortcut(name, altG, &error)) << error.toStdString();
-    }
     // Another program, a second X client, asks for Alt+G: it gets it only if none of its variants is held.
     static void expectAnotherProgramGetsAltG()
     {
@@ -58,7 +53,8 @@ protected:
 // nor while paused, when the keys are free for other programs; a held key fires once despite auto-repeat.
 TEST_F(X11GlobalShortcutTest, ReportsEachPressOnceWithAnyLockAndNoneWhilePaused)
 {
-    registerAltG();
+    QString error;
+    ASSERT_TRUE(m_shortcut->setShortcut(name, altG, &error)) << error.toStdString();
     keys({"key", "Num_Lock", "alt+g", "Num_Lock"});
     ASSERT_TRUE(QTest::qWaitFor([&] { return m_released->count() == 1; }, 2000)) << "the lock variant is grabbed";
     EXPECT_EQ(m_pressed->count(), 1);
