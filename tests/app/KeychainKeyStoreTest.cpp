@@ -28,22 +28,17 @@ using namespace std::chrono_literals;
 // Once this process has reached a real keyring, the unavailability tests can no longer fake its absence.
 bool g_reachedKeyring = false;
 
-// Asks the Secret Service itself with secret-tool, by the attributes the store writes (server = service
-// name, user = provider).
-QString secretTool(const QString& command, const char* provider)
+// What the Secret Service itself holds, found by secret-tool with the attributes the store writes (server =
+// service name, user = provider). Each item is listed under a line such as "[/org/freedesktop/secrets/...]".
+QString storedSecrets(const char* provider)
 {
     QProcess process;
-    process.start(QStringLiteral("secret-tool"), {command, QStringLiteral("--all"), QStringLiteral("server"),
-                                                  QString::fromStdString(KeychainKeyStore::serviceName()),
-                                                  QStringLiteral("user"), QString::fromLatin1(provider)});
+    process.start(QStringLiteral("secret-tool"),
+                  {QStringLiteral("search"), QStringLiteral("--all"), QStringLiteral("server"),
+                   QString::fromStdString(KeychainKeyStore::serviceName()), QStringLiteral("user"),
+                   QString::fromLatin1(provider)});
     EXPECT_TRUE(process.waitForFinished(10000)) << "secret-tool did not finish";
-    return QString::fromUtf8(process.readAllStandardOutput());
-}
-
-// Each item found is listed under a heading line such as "[/org/freedesktop/secrets/collection/login/3]".
-qsizetype storedItems(const char* provider)
-{
-    return ("\n" + secretTool(QStringLiteral("search"), provider)).count("\n[/");
+    return "\n" + QString::fromUtf8(process.readAllStandardOutput());
 }
 
 class KeychainKeyStoreTest : public ::testing::Test
@@ -54,9 +49,9 @@ protected:
         g_reachedKeyring = true;
         ASSERT_FALSE(qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
             << "run through tests/support/with-keyring.sh";
-        // Removing succeeds whether or not there was an entry, which every test relies on here.
-        ASSERT_TRUE(m_store.remove(ProviderID::openai));
-        ASSERT_TRUE(m_store.remove(ProviderID::anthropic));
+        // Each test starts with one key per provider, saved over whatever an earlier run left.
+        ASSERT_TRUE(m_store.save(" \t sk-openai\n", ProviderID::openai));
+        ASSERT_TRUE(m_store.save("sk-anthropic", ProviderID::anthropic));
     }
 
     KeychainKeyStore m_store{10s};
@@ -65,16 +60,15 @@ protected:
 // One trimmed entry per provider under the service name; a blank key removes it, and removing nothing succeeds.
 TEST_F(KeychainKeyStoreTest, SavingTrimsAndReplacesOneEntryPerProviderAndBlankRemovesIt)
 {
-    ASSERT_TRUE(m_store.save(" \t sk-first\n", ProviderID::openai));
     ASSERT_TRUE(m_store.save("\u00a0sk-test-0123456789\r\n", ProviderID::openai));
-    ASSERT_TRUE(m_store.save("sk-anthropic", ProviderID::anthropic));
     EXPECT_EQ(m_store.key(ProviderID::openai), "sk-test-0123456789");
-    EXPECT_TRUE(secretTool(QStringLiteral("search"), "openai").contains("secret = sk-test-0123456789\n"));
-    EXPECT_EQ(storedItems("openai"), 1);
+    const QString stored = storedSecrets("openai");
+    EXPECT_EQ(stored.count("\n[/"), 1) << stored.toStdString();
+    EXPECT_TRUE(stored.contains("secret = sk-test-0123456789\n"));
 
     EXPECT_TRUE(m_store.save("   ", ProviderID::openai));
     EXPECT_FALSE(m_store.hasKey(ProviderID::openai));
-    EXPECT_EQ(storedItems("openai"), 0);
+    EXPECT_FALSE(storedSecrets("openai").contains("\n[/"));
     EXPECT_TRUE(m_store.save(" \n ", ProviderID::openai));
     EXPECT_EQ(m_store.key(ProviderID::anthropic), "sk-anthropic");
 }
@@ -83,9 +77,6 @@ TEST_F(KeychainKeyStoreTest, SavingTrimsAndReplacesOneEntryPerProviderAndBlankRe
 // the engine reads keys on plain worker threads while the main thread runs the application's event loop.
 TEST_F(KeychainKeyStoreTest, WorkerThreadsReadWhetherTheMainThreadIsBlockedOrRunsItsEventLoop)
 {
-    ASSERT_TRUE(m_store.save("sk-openai", ProviderID::openai));
-    ASSERT_TRUE(m_store.save("sk-anthropic", ProviderID::anthropic));
-
     // Blocked first, so that nothing can lean on an event loop that has already run; twice, so that the
     // first read leaves nothing behind that the second waits for.
     for (int round = 0; round < 2; ++round) {

