@@ -46,7 +46,7 @@ public:
     // Presses each stroke ("ctrl+a", "alt+g", "Return") in turn, to what has focus; what failed, or empty.
     virtual std::string press(const std::vector<std::string>& strokes) = 0;
     // Only presses (`down`) or only releases `stroke`, where the desktop can; what failed, or empty.
-    virtual std::string hold(const std::string& stroke, bool down) = 0;
+    virtual std::string hold(const std::string& stroke, bool /*down*/) { return "can't hold " + stroke; }
     [[nodiscard]] virtual std::string clipboard(const std::string& mimeType) = 0;
     [[nodiscard]] virtual bool hasFocus(const Target& target) = 0;
     // Whether a window of Vesk's titled `title` is shown.

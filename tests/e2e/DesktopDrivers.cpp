@@ -74,7 +74,7 @@ struct WindowInfo
     std::string id;       // decimal, as xdotool prints it
     std::string name;     // WM_NAME
     std::string type;     // _NET_WM_WINDOW_TYPE without its prefix: "NORMAL", "UTILITY", ...
-    std::string geometry; // "X=... Y=... WIDTH=... HEIGHT=..."
+    std::string geometry; // "X=... Y=... WIDTH=... HEIGHT=... SCREEN=..."
     bool operator==(const WindowInfo&) const = default;
 };
 
@@ -91,10 +91,9 @@ WindowInfo windowInfo(const std::string& id)
         const auto begin = at + prefix.size();
         window.type = types.substr(begin, types.find_first_of(",\n", begin) - begin);
     }
-    std::istringstream geometry(runTool("xdotool", {"getwindowgeometry", "--shell", id}).out);
-    for (std::string line; geometry >> line;) {
-        window.geometry += line.starts_with("WINDOW=") || line.starts_with("SCREEN=") ? "" : line + " ";
-    }
+    window.geometry = runTool("xdotool", {"getwindowgeometry", "--shell", id}).out;
+    window.geometry = window.geometry.substr(window.geometry.find_first_of('\n') + 1);
+    std::replace(window.geometry.begin(), window.geometry.end(), '\n', ' ');
     return window;
 }
 
@@ -176,11 +175,8 @@ public:
 
     Target terminal() const override
     {
-        return {"Terminal",
-                {"xfce4-terminal", "--disable-server", "--hide-menubar", "--hide-toolbar", "--hide-scrollbar",
-                 "--geometry", "80x10", "-x"},
-                "",
-                "Terminal"};
+        return {"Terminal", {"xfce4-terminal", "--disable-server", "--hide-menubar", "--hide-toolbar",
+                             "--hide-scrollbar", "--geometry", "80x10", "-x"}, "", "Terminal"};
     }
     bool selectTerminalRow() override
     {
@@ -236,30 +232,26 @@ private:
 #ifdef VESK_E2E_WAYLAND
 constexpr const char* veskAppId = "dev.vesk.Vesk";
 
-// Every window in sway's tree, tiled or floating.
-void collectWindows(const nlohmann::json& node, std::vector<nlohmann::json>& windows)
+// The windows in sway's tree under `node`, tiled or floating (those of one app id).
+void collectWindows(const nlohmann::json& node, const std::string& appId, std::vector<nlohmann::json>& windows)
 {
-    if (node.contains("app_id") && !node["app_id"].is_null()) {
+    if (node.contains("app_id") && node["app_id"].is_string() && (appId.empty() || node["app_id"] == appId)) {
         windows.push_back(node);
     }
     for (const char* children : {"nodes", "floating_nodes"}) {
-        if (node.contains(children)) {
-            for (const auto& child : node[children]) {
-                collectWindows(child, windows);
-            }
+        for (const auto& child : node.value(children, nlohmann::json::array())) {
+            collectWindows(child, appId, windows);
         }
     }
 }
 
-// sway's windows as its tree describes them (those of one app id).
 std::vector<nlohmann::json> windowsOf(const std::string& appId = {})
 {
     const auto tree = nlohmann::json::parse(runTool("swaymsg", {"-t", "get_tree", "--raw"}).out, nullptr, false);
     std::vector<nlohmann::json> windows;
-    if (!tree.is_discarded()) {
-        collectWindows(tree, windows);
+    if (tree.is_object()) {
+        collectWindows(tree, appId, windows);
     }
-    std::erase_if(windows, [&](const auto& w) { return !appId.empty() && w.value("app_id", "") != appId; });
     return windows;
 }
 
@@ -321,7 +313,6 @@ public:
         }
         return {};
     }
-    std::string hold(const std::string& stroke, bool /*down*/) override { return "can't hold " + stroke; }
 
     std::string clipboard(const std::string& mimeType) override
     {
