@@ -8,16 +8,14 @@
 //
 // Every run selects the whole document in mousepad, corrects it, accepts, and types the original back.
 
-#include "e2e/Desktop.h"
-#include "e2e/VeskSession.h"
 #include "FlowBenchSupport.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
 #include <iostream>
+#include <sstream>
 #include <thread>
 #include <unistd.h>
 
@@ -33,18 +31,7 @@ constexpr int correctionsBeforeIdleMemory = 20;
 // then lets it go.
 constexpr auto panelReleased = 10s;
 
-// Resident memory (VmRSS, KiB) and CPU time (user + system) of a running process.
-std::optional<long> residentKiB(int pid)
-{
-    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with("VmRSS:")) {
-            return std::atol(line.c_str() + 6);
-        }
-    }
-    return std::nullopt;
-}
-
+// CPU time (user + system) of a running process.
 std::optional<std::chrono::milliseconds> cpuTime(int pid)
 {
     // Fields 14 and 15 of /proc/<pid>/stat, counted after the parenthesised command name (which may hold
@@ -78,14 +65,17 @@ int main(int argc, char** argv)
     TimedProvider provider;
 
     VeskSession session;
+    const auto desktop = DesktopDriver::forThisSession(session);
     if (const std::string error = session.configure(provider.url()); !error.empty()) {
         std::cerr << error << "\n";
         return 1;
     }
+    const auto clipboard = [&] { return desktop->clipboard("text/plain"); };
     BackgroundProcess owner(VESK_CLIPBOARD_OWNER, {"--text", userClipboard},
                             (session.directory() / "owner.log").string());
-    if (!waitUntil([] { return clipboard() == userClipboard; }, 5s) || !session.start() || !session.openEditor(typo)) {
-        std::cerr << "set-up failed\n" << describeScreen() << session.log();
+    if (!waitUntil([&] { return clipboard() == userClipboard; }, 5s) || !desktop->startVesk() ||
+        !desktop->openEditor(mousepad, typo)) {
+        std::cerr << "set-up failed\n" << desktop->describe("bench-failed") << session.log();
         return 1;
     }
 
@@ -103,10 +93,10 @@ int main(int argc, char** argv)
     std::optional<Resident> rssIdleAfterCorrections;
     for (int run = 0; run < runs; ++run) {
         const std::size_t before = provider.count();
-        pressKeys("ctrl+a");
-        pressKeys("alt+g", "keydown");
+        desktop->press({"ctrl+a"});
+        desktop->hold("alt+g", true);
         const auto released = Clock::now();
-        pressKeys("alt+g", "keyup");
+        desktop->hold("alt+g", false);
         const auto releaseSent = Clock::now();
         if (!waitUntil([&] { return provider.count() > before; }, 5s, 1ms)) {
             std::cerr << "run " << run << ": no request\n";
@@ -115,17 +105,17 @@ int main(int argc, char** argv)
         }
         releaseToRequest.push_back(Milliseconds(provider.last() - released).count());
         releasedToRequest.push_back(Milliseconds(provider.last() - releaseSent).count());
-        if (!waitForSettledPanel(session.pid())) {
+        if (!desktop->waitForPanelKeys()) {
             std::cerr << "run " << run << ": no panel\n";
             ++failures;
             break;
         }
         const auto accepted = Clock::now();
-        pressKeys("Return");
+        desktop->press({"Return"});
         // The correction is on the clipboard until the paste has been fetched; then the user's comes back.
-        const bool pasted = waitUntil([] { return VeskSession::isEditorModified(); }, 5s, 2ms);
+        const bool pasted = waitUntil([&] { return desktop->editorModified(); }, 5s, 2ms);
         const auto textArrived = Clock::now();
-        const bool restored = waitUntil([] { return clipboard() == userClipboard; }, 5s, 2ms);
+        const bool restored = waitUntil([&] { return clipboard() == userClipboard; }, 5s, 2ms);
         const auto clipboardBack = Clock::now();
         if (!pasted || !restored) {
             std::cerr << "run " << run << ": " << (pasted ? "clipboard not restored" : "nothing pasted") << "\n";
@@ -134,15 +124,15 @@ int main(int argc, char** argv)
         }
         acceptToText.push_back(Milliseconds(textArrived - accepted).count());
         acceptToClipboard.push_back(Milliseconds(clipboardBack - accepted).count());
-        if (session.saveUntil(fixedText) != fixedText) {
+        if (desktop->saveUntil(mousepad, fixedText) != fixedText) {
             std::cerr << "run " << run << ": the file holds \"" << session.documentOnDisk() << "\"\n";
             ++failures;
             break;
         }
         // Back to the original for the next run.
-        pressKeys("ctrl+a");
+        desktop->press({"ctrl+a"});
         runTool("xdotool", {"type", "--delay", "2", typo});
-        if (session.saveUntil(typo) != typo) {
+        if (desktop->saveUntil(mousepad, typo) != typo) {
             std::cerr << "run " << run << ": couldn't put the original back\n";
             ++failures;
             break;

@@ -1,8 +1,9 @@
 #pragma once
 
-// What the desktop flow benchmarks share: a scripted provider that notes when each request arrives, and the
-// percentile line they print per measure.
+// What the desktop flow benchmarks share besides the end-to-end tests' desktop drivers: a scripted provider
+// that notes when each request arrives, and the percentile line they print per measure.
 
+#include "e2e/DesktopDriver.h"
 #include "support/ScriptedProviderServer.h"
 
 #include <algorithm>
@@ -20,9 +21,6 @@ namespace vesk::bench {
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
-inline const std::string typo = "teh cat sat on teh mat";
-inline const std::string fixedText = "The cat sat on the mat.";
-
 // The scripted provider answering every request with the corrected text, streamed in four parts.
 class TimedProvider
 {
@@ -34,7 +32,7 @@ public:
                 std::lock_guard lock(m_mutex);
                 m_arrivals.push_back(Clock::now());
             }
-            return test::ScriptedResponse::events(test::streams::openAI(test::streams::split(fixedText, 4)));
+            return test::ScriptedResponse::events(test::streams::openAI(test::streams::split(e2e::fixedText, 4)));
         });
     }
 

@@ -10,33 +10,14 @@
 // Every run selects the whole document, corrects it, accepts, then undoes the paste and saves.
 
 #include "FlowBenchSupport.h"
-#include "e2e/VeskSession.h"
-#include "e2e/WaylandDesktop.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
-#include <map>
 #include <thread>
-
-namespace {
 
 using namespace vesk::e2e;
 using namespace vesk::bench;
-namespace fs = std::filesystem;
-
-// mousepad's title in sway's tree starts with '*' while the document has unsaved changes.
-bool editorModified()
-{
-    for (const auto& window : windowsOf("mousepad")) {
-        if (window.value("name", "").starts_with("*")) {
-            return true;
-        }
-    }
-    return false;
-}
-
-} // namespace
 
 int main(int argc, char** argv)
 {
@@ -45,64 +26,41 @@ int main(int argc, char** argv)
         std::cerr << "run through tests/support/with-sway.sh or with-kwin.sh\n";
         return 2;
     }
-    const bool sway = onSway();
     TimedProvider provider;
 
     VeskSession session;
-    const fs::path& dir = session.directory();
-    if (const std::string error = session.configure(provider.url()) + (sway ? bindFixInSway(dir) : "");
-        !error.empty()) {
+    const auto desktop = DesktopDriver::forThisSession(session);
+    const bool sway = desktop->knowsWindows();
+    if (const std::string error = session.configure(provider.url()) + desktop->prepare(); !error.empty()) {
         std::cerr << error << "\n";
         return 1;
     }
-    // VESK_BENCH_LOG=<file>: the app's log with every step's time (on the clock of the "pressed" lines this
-    // prints) is copied there, to see where the time goes.
+    // VESK_BENCH_LOG=<file>: the app's log, every step's time on the clock of the "pressed" lines this prints,
+    // is copied there, to see where the time goes.
     const char* keptLog = std::getenv("VESK_BENCH_LOG");
-    std::map<std::string, std::string> environment{{"XDG_CONFIG_HOME", (dir / "config").string()},
-                                                   {"XDG_DATA_HOME", (dir / "data").string()},
-                                                   {"XDG_CACHE_HOME", (dir / "cache").string()},
-                                                   {"XDG_RUNTIME_DIR", (dir / "run").string()}};
-    if (keptLog != nullptr) {
-        environment.insert({{"QT_LOGGING_RULES", "vesk.*.debug=true"},
-                            {"QT_MESSAGE_PATTERN", "%{time boot} %{category}: %{message}"}});
-    }
-    BackgroundProcess vesk(VESK_BINARY, {}, (dir / "vesk.log").string(), environment);
     // The home window opens at start (no tray); the editor comes after it so that it keeps the focus. On KWin
-    // the shortcut and the keys come from the portals, which answer after start-up.
-    const std::string awaited = sway ? "Ready" : "Remote desktop keyboard granted";
-    waitUntil([&] { return readFile(dir / "vesk.log").find(awaited) != std::string::npos; }, 10s);
+    // the editor saves every change, since the paste can't be seen in its title there.
+    const bool started = desktop->startVesk();
     std::this_thread::sleep_for(1s);
-    const fs::path document = dir / "notes.txt";
-    writeFile(document, typo);
-    BackgroundProcess editor(sway ? std::string("mousepad") : std::string(VESK_WAYLAND_QT_EDITOR),
-                             sway ? std::vector<std::string>{document.string()}
-                                  : std::vector<std::string>{document.string(), "--save-on-change"},
-                             (dir / "editor.log").string());
-    Keyboard keyboard;
-    // KWin does not say which window has the focus: the editor has it once a copy there works.
-    const auto editorHasKeys = [&] {
-        if (sway) {
-            return focusedAppId() == "mousepad";
-        }
-        std::this_thread::sleep_for(300ms);
-        keyboard.press({"ctrl+a", "ctrl+c"});
-        return clipboardAs("text/plain") == typo;
-    };
-    if (!waitUntil(editorHasKeys, 10s)) {
-        std::cerr << "set-up failed\n" << describeWindows() << readFile(dir / "vesk.log");
+    Target editor = sway ? mousepad : qtEditor;
+    if (!sway) {
+        editor.command.push_back("--save-on-change");
+    }
+    if (!started || !desktop->openEditor(editor, typo)) {
+        std::cerr << "set-up failed\n" << desktop->describe("bench-failed") << session.log();
         return 1;
     }
     std::this_thread::sleep_for(2s);
-    const auto pasted = [&] { return sway ? editorModified() : readFile(document) == fixedText; };
+    const auto pasted = [&] { return sway ? desktop->editorModified() : session.documentOnDisk() == fixedText; };
 
     std::vector<double> pressToRequest;
     std::vector<double> acceptToText;
     int failures = 0;
     for (int run = 0; run < runs && failures == 0; ++run) {
         const std::size_t before = provider.count();
-        keyboard.press({"ctrl+a"});
+        desktop->press({"ctrl+a"});
         const auto pressed = Clock::now();
-        keyboard.press({"alt+g"});
+        desktop->press({"alt+g"});
         if (keptLog != nullptr) {
             std::printf("pressed %.3f\n", Milliseconds(pressed.time_since_epoch()).count() / 1000);
         }
@@ -112,15 +70,15 @@ int main(int argc, char** argv)
             break;
         }
         pressToRequest.push_back(Milliseconds(provider.last() - pressed).count());
-        // On KWin the panel's focus cannot be seen; it has it well within the wait for the reply.
-        if (sway && !waitUntil([] { return focusedAppId() == "dev.vesk.Vesk"; }, 5s, 5ms)) {
+        // On KWin the panel's focus cannot be seen; the driver gives it a moment, well past the reply.
+        if (!desktop->waitForPanelKeys()) {
             std::cerr << "run " << run << ": the panel did not take the keys\n";
             ++failures;
             break;
         }
-        std::this_thread::sleep_for(sway ? 300ms : 600ms); // the reply has finished streaming
+        std::this_thread::sleep_for(sway ? 300ms : 0ms); // the reply has finished streaming
         const auto accepted = Clock::now();
-        keyboard.press({"Return"});
+        desktop->press({"Return"});
         if (!waitUntil(pasted, 5s, 2ms)) {
             std::cerr << "run " << run << ": nothing pasted\n";
             ++failures;
@@ -128,8 +86,8 @@ int main(int argc, char** argv)
         }
         acceptToText.push_back(Milliseconds(Clock::now() - accepted).count());
         // Back to the original, saved, for the next run.
-        keyboard.press({"ctrl+z", "ctrl+s"});
-        if (!waitUntil([&] { return !(sway && editorModified()) && readFile(document) == typo; }, 5s)) {
+        desktop->press({"ctrl+z", "ctrl+s"});
+        if (!waitUntil([&] { return !desktop->editorModified() && session.documentOnDisk() == typo; }, 5s)) {
             std::cerr << "run " << run << ": couldn't put the original back\n";
             ++failures;
         }
@@ -137,7 +95,7 @@ int main(int argc, char** argv)
         std::this_thread::sleep_for(300ms);
     }
     if (keptLog != nullptr) {
-        std::filesystem::copy_file(dir / "vesk.log", keptLog, std::filesystem::copy_options::overwrite_existing);
+        std::filesystem::copy_file(session.directory() / "vesk.log", keptLog, std::filesystem::copy_options::overwrite_existing);
     }
     std::printf("%d run(s), %d failure(s)\n", static_cast<int>(pressToRequest.size()), failures);
     printPercentiles(sway ? "Alt+G (sway binding) -> request" : "Alt+G (the portal shortcut) -> request",

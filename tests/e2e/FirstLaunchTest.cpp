@@ -28,15 +28,13 @@ TEST_F(LaunchTest, FirstLaunchGuidesOnceAndLaterLaunchesFindTheRunningInstance)
         return reply(probe ? "hello world"
                            : "They're going to the library tomorrow, and they want to borrow some books.");
     });
-    const auto guideShown = [&] {
-        const auto windows = visibleWindows(m_vesk.pid());
-        return std::any_of(windows.begin(), windows.end(), [](const auto& w) { return w.name == "Welcome to Vesk"; });
-    };
+    const auto guideShown = [&] { return m_desktop->windowShown("Welcome to Vesk"); };
     // Each page has the keyboard once it has drawn.
-    const auto onGuide = [](const std::string& shot) {
-        EXPECT_TRUE(waitUntil([] { return activeWindowName() == "Welcome to Vesk"; }, 5s)) << "at " << shot;
+    const auto onGuide = [&](const std::string& shot) {
+        EXPECT_TRUE(waitUntil([&] { return m_desktop->hasFocus({"Guide", {}, "", "Welcome to Vesk"}); }, 5s))
+            << "at " << shot;
         std::this_thread::sleep_for(400ms);
-        screenshot(shot);
+        m_desktop->photograph(shot);
     };
     ASSERT_NO_FATAL_FAILURE(startVesk());
     ASSERT_TRUE(waitUntil(guideShown, 10s)) << "the guide did not open";

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
 #include <sys/stat.h>
-#include <thread>
 
 namespace vesk::e2e {
 
@@ -26,7 +26,6 @@ VeskSession::VeskSession()
 
 VeskSession::~VeskSession()
 {
-    m_editor.reset();
     stop();
     std::error_code ignored;
     fs::remove_all(m_directory, ignored);
@@ -42,89 +41,32 @@ std::string VeskSession::configure(const std::string& endpoint)
     return key.exitCode == 0 ? std::string() : "vesk key set: " + key.err;
 }
 
-namespace {
-
-std::map<std::string, std::string> environmentFor(const fs::path& directory)
+std::map<std::string, std::string> VeskSession::environment() const
 {
-    return {{"XDG_CONFIG_HOME", (directory / "config").string()},
-            {"XDG_DATA_HOME", (directory / "data").string()},
-            {"XDG_CACHE_HOME", (directory / "cache").string()},
-            {"XDG_RUNTIME_DIR", (directory / "run").string()},
+    return {{"XDG_CONFIG_HOME", (m_directory / "config").string()},
+            {"XDG_DATA_HOME", (m_directory / "data").string()},
+            {"XDG_CACHE_HOME", (m_directory / "cache").string()},
+            {"XDG_RUNTIME_DIR", (m_directory / "run").string()},
             {"QT_LOGGING_RULES", "vesk.*=true"},
-            {"QT_MESSAGE_PATTERN", "%{time process} %{category}: %{message}"}};
+            {"QT_MESSAGE_PATTERN", "%{time boot} %{category}: %{message}"}};
 }
-
-} // namespace
 
 test::ProcessResult VeskSession::run(const std::vector<std::string>& args, const std::string& input) const
 {
-    test::ProcessOptions options;
-    options.input = input;
-    options.setEnvironment = environmentFor(m_directory);
-    options.unsetEnvironment = {"http_proxy", "HTTP_PROXY"};
-    options.timeout = 15s;
-    return test::runProcess(VESK_BINARY, args, options);
+    return test::runProcess(VESK_BINARY, args,
+                            {input, environment(), {"http_proxy", "HTTP_PROXY"}, std::chrono::milliseconds(15s)});
 }
 
 bool VeskSession::start(const std::vector<std::string>& alsoLogged)
 {
     m_vesk = std::make_unique<BackgroundProcess>(VESK_BINARY, std::vector<std::string>{},
-                                                 (m_directory / "vesk.log").string(), environmentFor(m_directory));
-    std::vector<std::string> lines{"Ready"};
-    lines.insert(lines.end(), alsoLogged.begin(), alsoLogged.end());
-    const bool x11 = std::getenv("WAYLAND_DISPLAY") == nullptr;
+                                                 (m_directory / "vesk.log").string(), environment());
     const auto ready = [&] {
         const std::string text = log();
         const auto logged = [&](const std::string& line) { return text.find(line) != std::string::npos; };
-        return std::all_of(lines.begin(), lines.end(), logged) &&
-               (!x11 || !runTool("xdotool", {"search", "--pid", std::to_string(pid())}).out.empty());
+        return logged("Ready") && std::all_of(alsoLogged.begin(), alsoLogged.end(), logged);
     };
     return m_vesk->pid() > 0 && waitUntil(ready, 10s, 50ms);
-}
-
-bool VeskSession::openEditor(const std::string& text, const std::string& program, const std::function<bool()>& focused)
-{
-    m_document = m_directory / "notes.txt";
-    writeFile(m_document, text);
-    m_editor = std::make_unique<BackgroundProcess>(program, std::vector<std::string>{m_document.string()},
-                                                   (m_directory / "editor.log").string());
-    const std::function<bool()> mousepadActive = [this] { return isEditorActive(); };
-    if (!waitUntil(focused ? focused : mousepadActive, 15s)) {
-        return false;
-    }
-    // Nobody types into a window in the instant it appears: it may still be setting up its input.
-    std::this_thread::sleep_for(300ms);
-    return true;
-}
-
-bool VeskSession::isEditorActive() const
-{
-    return activeWindowName().find("notes.txt - Mousepad") != std::string::npos;
-}
-
-bool VeskSession::isEditorModified()
-{
-    return activeWindowName().starts_with("*");
-}
-
-std::string VeskSession::saveUntil(const std::string& expected, std::chrono::milliseconds timeout,
-                                   const std::function<void()>& save) const
-{
-    std::string content;
-    waitUntil(
-        [&] {
-            content = readFile(m_document);
-            if (content != expected) {
-                if (save) {
-                    save();
-                } else if (isEditorActive()) {
-                    pressKeys("ctrl+s");
-                }
-            }
-            return content == expected;
-        },
-        timeout, 150ms);
-    return content;
 }
 
 } // namespace vesk::e2e

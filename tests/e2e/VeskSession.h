@@ -3,15 +3,27 @@
 // One Vesk on a throwaway desktop: its own settings, data and runtime directories, the key in the
 // session's keyring, the scripted server as its provider, and an editor as the program it corrects in.
 
-#include "e2e/Desktop.h"
+#include "support/Process.h"
 
 #include <filesystem>
-#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace vesk::e2e {
+
+using namespace std::chrono_literals;
+using test::BackgroundProcess;
+using test::readFile;
+using test::waitUntil;
+
+// Runs a program found on PATH; the tools are small and quick, so the time-out is short.
+inline test::ProcessResult runTool(const std::string& name, const std::vector<std::string>& args,
+                                   const std::string& input = {}, std::chrono::milliseconds timeout = 10s)
+{
+    return test::runProcess(name, args, {input, {}, {}, timeout});
+}
 
 class VeskSession
 {
@@ -28,34 +40,25 @@ public:
     // Runs `vesk <args>` as a command, with this session's directories.
     [[nodiscard]] test::ProcessResult run(const std::vector<std::string>& args, const std::string& input = {}) const;
 
-    // Starts `vesk` in the background and waits until it has logged "Ready" and each of `alsoLogged` (and on
-    // X11 has a window); false when it did not.
+    // Its directories and logging, as `vesk` runs with them.
+    [[nodiscard]] std::map<std::string, std::string> environment() const;
+    // Starts `vesk` in the background and waits until it has logged "Ready" and each of `alsoLogged`; false
+    // when it did not.
     bool start(const std::vector<std::string>& alsoLogged = {});
     [[nodiscard]] int pid() const { return m_vesk ? m_vesk->pid() : -1; }
     [[nodiscard]] bool isRunning() const { return m_vesk && m_vesk->isRunning(); }
     void stop() { m_vesk.reset(); }
 
-    // Opens `text` in `program` and waits until `focused` holds (by default: mousepad is X11's active
-    // window); false when it never did.
-    bool openEditor(const std::string& text, const std::string& program = "mousepad",
-                    const std::function<bool()>& focused = {});
-    [[nodiscard]] bool isEditorActive() const;
-    // Mousepad marks a modified document with a leading '*' in its title.
-    [[nodiscard]] static bool isEditorModified();
-    // Saves with `save` (by default Ctrl+S whenever the X11 editor has the focus) until the file holds
-    // `expected`; returns what the file held last.
-    [[nodiscard]] std::string saveUntil(const std::string& expected, std::chrono::milliseconds timeout = 5s,
-                                        const std::function<void()>& save = {}) const;
-    [[nodiscard]] std::string documentOnDisk() const { return readFile(m_document); }
+    // The document the editor has open.
+    [[nodiscard]] std::filesystem::path document() const { return m_directory / "notes.txt"; }
+    [[nodiscard]] std::string documentOnDisk() const { return readFile(document()); }
 
     [[nodiscard]] const std::filesystem::path& directory() const { return m_directory; }
     [[nodiscard]] std::string log() const { return readFile(m_directory / "vesk.log"); }
 
 private:
     std::filesystem::path m_directory;
-    std::filesystem::path m_document;
     std::unique_ptr<BackgroundProcess> m_vesk;
-    std::unique_ptr<BackgroundProcess> m_editor;
 };
 
 } // namespace vesk::e2e

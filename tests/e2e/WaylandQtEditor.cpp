@@ -2,7 +2,7 @@
 // --save-on-change, so does every change: the benchmark on KWin, which lists no windows, times the paste by
 // the file). Its window title is the file's name, its app id vesk-qt-editor.
 //
-//   vesk_wayland_qt_editor FILE [--save-on-change]
+//   vesk_wayland_qt_editor [--save-on-change] FILE
 #include <QApplication>
 #include <QFile>
 #include <QPlainTextEdit>
@@ -12,7 +12,7 @@ int main(int argc, char** argv)
 {
     QApplication application(argc, argv);
     QApplication::setDesktopFileName(QStringLiteral("vesk-qt-editor"));
-    const QString path = QApplication::arguments().value(1);
+    const QString path = QApplication::arguments().constLast();
     QFile file(path);
     if (path.isEmpty() || !file.open(QIODevice::ReadOnly)) {
         return 2;

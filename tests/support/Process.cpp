@@ -47,13 +47,13 @@ pid_t spawn(const std::string& program, const std::vector<std::string>& args,
     return spawned == 0 ? pid : -1;
 }
 
-std::string readAll(const std::filesystem::path& path)
+} // namespace
+
+std::string readFile(const std::filesystem::path& path)
 {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
-
-} // namespace
 
 ProcessResult runProcess(const std::string& program, const std::vector<std::string>& args,
                          const ProcessOptions& options)
@@ -72,8 +72,8 @@ ProcessResult runProcess(const std::string& program, const std::vector<std::stri
         kill(pid, SIGKILL);
         waitpid(pid, &status, 0);
     }
-    ProcessResult result{pid > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1, readAll(dir / "out"),
-                         readAll(dir / "err")};
+    ProcessResult result{pid > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(dir / "out"),
+                         readFile(dir / "err")};
     std::filesystem::remove_all(dir);
     return result;
 }

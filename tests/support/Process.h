@@ -3,6 +3,7 @@
 // Runs programs the way a person's shell would, for end-to-end tests of the `vesk` binary.
 
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <string>
@@ -30,6 +31,9 @@ struct ProcessOptions
 // `program` is looked up on PATH unless it holds a slash.
 ProcessResult runProcess(const std::string& program, const std::vector<std::string>& args,
                          const ProcessOptions& options = {});
+
+// The file's bytes; empty when it can't be read.
+std::string readFile(const std::filesystem::path& path);
 
 // Polls `condition` every `interval` until it holds (true) or `timeout` has passed (false).
 bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout,

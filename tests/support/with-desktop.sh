@@ -35,6 +35,4 @@ if [ "${VESK_DESKTOP_TRAY:-0}" = 1 ]; then
     wait_for trayer "$root/trayer.log" sh -c 'xprop -root _NET_CLIENT_LIST | grep -q "window id"'
 fi
 
-status=0
-"$here/with-keyring.sh" "$@" || status=$?
-exit "$status"
+"$here/with-keyring.sh" "$@"

@@ -11,7 +11,6 @@ trap 'fusermount -u -z "$home/doc" 2>/dev/null || true; rm -rf "$home"' EXIT INT
 chmod 700 "$home"
 # The keyring files and the daemon's control socket go into the throwaway home; dbus-run-session sets
 # DBUS_SESSION_BUS_ADDRESS, so nothing falls back to a bus under the real runtime directory.
-status=0
 HOME=$home XDG_DATA_HOME=$home/.local/share XDG_RUNTIME_DIR=$home \
     dbus-run-session -- sh -c '
         # An empty line unlocks (and on first use creates) the login keyring with an empty password. The
@@ -23,5 +22,4 @@ HOME=$home XDG_DATA_HOME=$home/.local/share XDG_RUNTIME_DIR=$home \
         status=0
         "$@" || status=$?
         [ -z "$daemon" ] || kill "$daemon" 2>/dev/null || true
-        exit "$status"' sh "$@" || status=$?
-exit "$status"
+        exit "$status"' sh "$@"

@@ -38,6 +38,4 @@ wait_for "the GlobalShortcuts portal" "" dbus-send --session --print-reply --des
 # command's programs use the Secret Service keyring of with-keyring.sh instead. Vesk recognises KWin by its
 # name on the bus, not by these variables.
 unset XDG_CURRENT_DESKTOP KDE_FULL_SESSION KDE_SESSION_VERSION
-status=0
-"$@" || status=$?
-exit "$status"
+"$@"

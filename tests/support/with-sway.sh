@@ -33,6 +33,4 @@ wait_for sway "$root/sway.log" sway_up
 export WAYLAND_DISPLAY="$socket" SWAYSOCK="$ipc" XDG_CURRENT_DESKTOP=sway XDG_SESSION_TYPE=wayland \
     QT_QPA_PLATFORM=wayland GDK_BACKEND=wayland
 
-status=0
-"$here/with-keyring.sh" "$@" || status=$?
-exit "$status"
+"$here/with-keyring.sh" "$@"
