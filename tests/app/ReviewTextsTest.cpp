@@ -69,6 +69,7 @@ INSTANTIATE_TEST_SUITE_P(
         PrimaryRow{"NoChangesKeepsTheOriginal", false, QString("Mousepad"), "Keep original"},
         PrimaryRow{"ShortName", true, QString("Mousepad"), "Replace in Mousepad"},
         PrimaryRow{"ParenthesisedSuffixGoes", true, QString("Firefox (Private Browsing)"), "Replace in Firefox"},
+        PrimaryRow{"ParenthesesInsideStay", true, QString("Notes (draft) 2"), "Replace in Notes (draft) 2"},
         PrimaryRow{"EighteenCharacters", true, QString("LibreOffice Writer"), "Replace in LibreOffice Writer"},
         PrimaryRow{"NineteenCharacters", true, QString("LibreOffice Writers"), "Replace"},
         PrimaryRow{"AccentsCountAsOneCharacter", true, QString::fromUtf8("Ecrire e\xCC\x81tude-notes"),
