@@ -46,23 +46,27 @@ Item {
         onActivated: root.regenerate()
     }
 
-    // A soft shadow drawn as fading outlines; cheaper than an effect and good enough at this size.
-    Repeater {
-        model: root.shadowMargin
-
-        // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+    // A soft shadow drawn as fading outlines; cheaper than an effect and good enough at this size. Built only
+    // where a compositor can show it.
+    Loader {
+        active: root.composited
+        // The component reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
         // qmllint disable unqualified
-        Rectangle {
-            required property int index
+        sourceComponent: Repeater {
+            model: root.shadowMargin
 
-            x: root.shadowMargin - index
-            y: root.shadowMargin - index + 3
-            width: body.width + 2 * index
-            height: body.height + 2 * index
-            radius: 12 + index
-            color: "transparent"
-            border.width: 1
-            border.color: Qt.rgba(0, 0, 0, 0.16 * Math.pow(1 - index / root.shadowMargin, 2))
+            Rectangle {
+                required property int index
+
+                x: root.shadowMargin - index
+                y: root.shadowMargin - index + 3
+                width: body.width + 2 * index
+                height: body.height + 2 * index
+                radius: 12 + index
+                color: "transparent"
+                border.width: 1
+                border.color: Qt.rgba(0, 0, 0, 0.16 * Math.pow(1 - index / root.shadowMargin, 2))
+            }
         }
         // qmllint enable unqualified
     }
