@@ -4,7 +4,6 @@
 
 #include <QCoreApplication>
 #include <QLocale>
-#include <QRegularExpression>
 #include <QStringList>
 #include <QTextBoundaryFinder>
 
@@ -113,9 +112,16 @@ QString primaryTitle(bool hasChanges, const std::optional<QString>& sourceApp)
     if (!hasChanges) {
         return text("Keep original");
     }
-    static const QRegularExpression parenthesisedSuffix(QStringLiteral("\\s*\\(.*\\)$"));
+    // "Firefox (Private Browsing)" is Firefox: a parenthesised ending goes, with the spaces before it. A plain
+    // scan rather than a regular expression, which would load the PCRE library into the panel for this alone.
     QString name = sourceApp.value_or(QString());
-    name.remove(parenthesisedSuffix);
+    if (const qsizetype open = name.indexOf(u'('); open >= 0 && name.endsWith(u')')) {
+        qsizetype end = open;
+        while (end > 0 && name.at(end - 1).isSpace()) {
+            --end;
+        }
+        name.truncate(end);
+    }
     if (!name.isEmpty() && userCharacters(name) <= 18) {
         return text("Replace in %1").arg(name);
     }

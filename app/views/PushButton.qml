@@ -1,26 +1,22 @@
 import QtQuick
-import QtQuick.Controls.Basic
 import Vesk
 
 // The app's push button: `primary` fills it with the accent colour, `destructive` with red; `hint` shows the
-// key that also triggers it as a small keycap ("esc", "Ctrl R", "↩"). Reached by Tab, never by a click, so
-// a click leaves the keyboard where it was.
-AbstractButton {
+// key that also triggers it as a small keycap ("esc", "Ctrl R", "↩").
+ButtonArea {
     id: button
 
     property string hint: ""
     property bool primary: false
     property bool destructive: false
+    readonly property alias contentItem: content
 
     implicitHeight: 28
-    implicitWidth: Math.max(hint === "" ? 72 : 0, contentItem.implicitWidth + 20)
-    focusPolicy: Qt.TabFocus
-    hoverEnabled: true
+    implicitWidth: Math.max(hint === "" ? 72 : 0, content.implicitWidth + 20)
     opacity: enabled ? 1.0 : 0.45
 
-    Accessible.name: text
-
-    background: Rectangle {
+    Rectangle {
+        anchors.fill: parent
         radius: 7
         color: {
             if (button.destructive)
@@ -33,11 +29,12 @@ AbstractButton {
         border.color: button.visualFocus ? Theme.focusRing : button.primary ? Theme.accentBorder : Theme.controlBorder
     }
 
-    // Centred: the padding takes up whatever the minimum width adds.
-    leftPadding: (width - contentItem.implicitWidth) / 2
-    rightPadding: leftPadding
+    // Centred: the minimum width adds room on both sides.
+    Row {
+        id: content
 
-    contentItem: Row {
+        x: (button.width - implicitWidth) / 2
+        height: button.height
         spacing: Theme.spacing
 
         Text {
@@ -47,22 +44,25 @@ AbstractButton {
             font.pixelSize: Theme.fontBody
             font.weight: button.primary || button.destructive ? Font.DemiBold : Font.Medium
         }
-        Label {
+        Rectangle {
             visible: button.hint.length > 0
             anchors.verticalCenter: parent.verticalCenter
-            leftPadding: 4
-            rightPadding: 4
-            topPadding: 1
-            bottomPadding: 1
-            text: button.hint
-            color: button.primary ? Theme.keycapAccentText : Theme.keycapText
-            font.pixelSize: Theme.fontTiny
-            font.weight: Font.Medium
-            background: Rectangle {
-                radius: 4
-                color: button.primary ? Theme.keycapAccent : Theme.keycap
-                border.width: 1
-                border.color: button.primary ? Theme.keycapAccentBorder : Theme.keycapBorder
+            implicitWidth: hintText.implicitWidth + 8
+            implicitHeight: hintText.implicitHeight + 2
+            radius: 4
+            color: button.primary ? Theme.keycapAccent : Theme.keycap
+            border.width: 1
+            border.color: button.primary ? Theme.keycapAccentBorder : Theme.keycapBorder
+
+            Text {
+                id: hintText
+
+                x: 4
+                y: 1
+                text: button.hint
+                color: button.primary ? Theme.keycapAccentText : Theme.keycapText
+                font.pixelSize: Theme.fontTiny
+                font.weight: Font.Medium
             }
         }
     }

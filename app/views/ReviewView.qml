@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls.Basic
 import Vesk
 
 // The review panel's content: header, the body of the session's phase, and the buttons with their keys.
@@ -47,23 +46,27 @@ Item {
         onActivated: root.regenerate()
     }
 
-    // A soft shadow drawn as fading outlines; cheaper than an effect and good enough at this size.
-    Repeater {
-        model: root.shadowMargin
-
-        // The delegate reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
+    // A soft shadow drawn as fading outlines; cheaper than an effect and good enough at this size. Built only
+    // where a compositor can show it.
+    Loader {
+        active: root.composited
+        // The component reaches ids outside it, which Qt 6.4's qmllint takes for unqualified access.
         // qmllint disable unqualified
-        Rectangle {
-            required property int index
+        sourceComponent: Repeater {
+            model: root.shadowMargin
 
-            x: root.shadowMargin - index
-            y: root.shadowMargin - index + 3
-            width: body.width + 2 * index
-            height: body.height + 2 * index
-            radius: 12 + index
-            color: "transparent"
-            border.width: 1
-            border.color: Qt.rgba(0, 0, 0, 0.16 * Math.pow(1 - index / root.shadowMargin, 2))
+            Rectangle {
+                required property int index
+
+                x: root.shadowMargin - index
+                y: root.shadowMargin - index + 3
+                width: body.width + 2 * index
+                height: body.height + 2 * index
+                radius: 12 + index
+                color: "transparent"
+                border.width: 1
+                border.color: Qt.rgba(0, 0, 0, 0.16 * Math.pow(1 - index / root.shadowMargin, 2))
+            }
         }
         // qmllint enable unqualified
     }
@@ -110,27 +113,25 @@ Item {
                     font.weight: Font.DemiBold
                 }
 
-                AbstractButton {
+                ButtonArea {
                     id: closeButton
 
                     anchors.right: parent.right
                     anchors.verticalCenter: parent.verticalCenter
                     width: 22
                     height: 22
-                    hoverEnabled: true
                     focusPolicy: Qt.NoFocus
-                    Accessible.name: qsTr("Close")
+                    text: qsTr("Close")
                     onClicked: root.actions.close()
+                    onHoveredChanged: closeTip.due = false
 
-                    ToolTip.visible: hovered
-                    ToolTip.delay: 600
-                    ToolTip.text: qsTr("Close")
-
-                    background: Rectangle {
+                    Rectangle {
+                        anchors.fill: parent
                         radius: 11
                         color: closeButton.down ? Theme.overlayPressed : closeButton.hovered ? Theme.overlayHover : Theme.overlay
                     }
-                    contentItem: Text {
+                    Text {
+                        anchors.fill: parent
                         text: "✕"
                         color: Theme.keycapText
                         font.pixelSize: Theme.fontSmall
@@ -268,6 +269,40 @@ Item {
                         onClicked: root.review.retry()
                     }
                 }
+            }
+        }
+    }
+
+    // The close button's tip, after a moment's hover. Under the button: there is no room above it.
+    Rectangle {
+        id: closeTip
+
+        property bool due: false
+
+        visible: due && closeButton.hovered
+        width: tipText.implicitWidth + 12
+        height: tipText.implicitHeight + 12
+        color: Theme.tip
+        border.color: Theme.tipBorder
+
+        Text {
+            id: tipText
+
+            x: 6
+            y: 6
+            text: closeButton.text
+            color: Theme.tipText
+        }
+
+        Timer {
+            interval: 600
+            running: closeButton.hovered && !closeTip.due
+            onTriggered: {
+                // Centred under the button, kept 6 px inside the window.
+                const below = closeButton.mapToItem(root, closeButton.width / 2, closeButton.height)
+                closeTip.x = Math.max(6, Math.min(root.width - closeTip.width - 6, below.x - closeTip.width / 2))
+                closeTip.y = below.y + 3
+                closeTip.due = true
             }
         }
     }

@@ -59,6 +59,13 @@ QtObject {
     readonly property color keycapAccentBorder: "#4dffffff"
     readonly property color keycapAccentText: "#e6ffffff"
 
+    // Scroll bars and tooltips: the neutral greys they have always had, in both palettes.
+    readonly property color scrollThumb: "#bdbdbd"
+    readonly property color scrollThumbPressed: "#353637"
+    readonly property color tip: "#ffffff"
+    readonly property color tipBorder: "#353637"
+    readonly property color tipText: "#000000"
+
     // Outcomes.
     readonly property color success: dark ? "#30d158" : "#28a745"
     readonly property color successBorder: dark ? "#2f5e3a" : "#a8d8b4"

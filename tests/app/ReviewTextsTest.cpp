@@ -32,6 +32,7 @@ TEST(ReviewTextsTest, PrimaryTitleNamesTheAppWhenItFits)
     EXPECT_EQ(ReviewTexts::primaryTitle(false, QString("Mousepad")), "Keep original");
     EXPECT_EQ(title(QString("Mousepad")), "Replace in Mousepad");
     EXPECT_EQ(title(QString("Firefox (Private Browsing)")), "Replace in Firefox");
+    EXPECT_EQ(title(QString("Notes (draft) 2")), "Replace in Notes (draft) 2");
     EXPECT_EQ(title(QString("LibreOffice Writer")), "Replace in LibreOffice Writer");
     EXPECT_EQ(title(QString("LibreOffice Writers")), "Replace");
     EXPECT_EQ(title(QString::fromUtf8("Ecrire e\xCC\x81tude-notes")),
