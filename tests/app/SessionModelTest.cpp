@@ -43,7 +43,6 @@ TEST_F(SessionModelTest, FollowsTheSessionThroughItsPhasesAndReruns)
                                                 run(".", "inserted")}));
     EXPECT_GE(changed.count(), 3);
 
-    // A re-run keeps the result on screen until the new one arrives.
     model.regenerate();
     EXPECT_EQ(fake.streams.size(), 2U);
     EXPECT_EQ(model.phase(), "result");
