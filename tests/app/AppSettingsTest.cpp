@@ -82,15 +82,12 @@ TEST_F(SettingsModelTest, EveryControlIsStoredAtOnce)
     m_model.setModel("claude-sonnet-4-6");
 
     const AppSettings reloaded(storage());
-    const CorrectionSettings& c = reloaded.correction();
-    EXPECT_EQ(c.strength, CorrectionStrength::clarityFlow);
-    EXPECT_EQ(c.tone, Tone::friendly);
-    EXPECT_EQ(c.language, LanguageMode::spanish);
-    EXPECT_FALSE(c.meaningLock);
-    EXPECT_EQ(c.customInstructions, "  Keep \"LGTM\" as-is.\n") << "stored as typed, untrimmed";
-    EXPECT_FALSE(reloaded.reviewBeforeReplacing());
-    EXPECT_EQ(reloaded.selectedProvider(), ProviderID::anthropic);
-    EXPECT_EQ(reloaded.currentModel(), "claude-sonnet-4-6");
+    EXPECT_EQ(reloaded.correction(),
+              (CorrectionSettings{CorrectionStrength::clarityFlow, Tone::friendly, LanguageMode::spanish, false, true,
+                                  "  Keep \"LGTM\" as-is.\n"}))
+        << "custom rules stored as typed, untrimmed";
+    EXPECT_EQ(std::tuple(reloaded.reviewBeforeReplacing(), reloaded.selectedProvider(), reloaded.currentModel()),
+              std::tuple(false, ProviderID::anthropic, "claude-sonnet-4-6"));
 }
 
 TEST_F(SettingsModelTest, LongCustomRulesAreCutToTheirFirst1024Characters)

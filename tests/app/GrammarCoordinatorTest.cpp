@@ -1,4 +1,3 @@
-// The correction flow against the fake platform and the fake engine.
 
 #include "app/desktop/GrammarCoordinator.h"
 

@@ -1,4 +1,3 @@
-// The history on real SQLite files.
 
 #include "app/services/HistoryStore.h"
 
@@ -32,7 +31,6 @@ class HistoryStoreTest : public ::testing::Test
 protected:
     QString path() const { return m_dir.filePath("history.sqlite3"); }
 
-    // Runs one statement on the file behind the store's back; the first column of its first row.
     std::string sql(const char* statement) const
     {
         sqlite3* db = nullptr;
@@ -111,7 +109,6 @@ TEST_F(HistoryStoreTest, ALongHistoryOpensWhole)
     EXPECT_EQ(store.wordCounts()[15'000], 15'000 % 7);
 }
 
-// Counts from a damaged file add up to the largest int at most (and never below zero) instead of overflowing.
 TEST_F(HistoryStoreTest, FiguresFromADamagedFileSaturate)
 {
     for (const char* text : {"One.", "Two.", "Three."}) {
@@ -147,7 +144,6 @@ TEST_F(HistoryStoreTest, TheFileAndItsLogAreTheUsersAlone)
     umask(umaskBefore);
 }
 
-// The search column is folded for the user's locale; a history folded for another is folded again on open.
 TEST_F(HistoryStoreTest, ALocaleChangeFoldsTheSearchTextsAgain)
 {
     HistoryStore(path()).record(accepted("helo", "Hello there."));
@@ -213,8 +209,6 @@ TEST_F(HistoryStoreTest, WritesAndClearsFromAnotherProcessShowUp)
     EXPECT_EQ(changed.count(), 1);
 }
 
-// SIGKILL at any moment of a write leaves a file that passes SQLite's integrity check and holds every
-// row the writer had reported committed.
 TEST_F(HistoryStoreTest, AKillDuringWritesKeepsTheFileWholeAndEveryCommittedRow)
 {
     std::set<std::int64_t> committed;

@@ -1,4 +1,3 @@
-// The first-launch guide's pages, the practice check and the end of setup.
 
 #include "app/models/OnboardingModel.h"
 
@@ -63,7 +62,6 @@ TEST_F(OnboardingModelTest, PracticeCountsOnceItsCorrectionIsInTheFieldAndFinish
     EXPECT_TRUE(AppSettings(file.open()).hasOnboarded());
 }
 
-// Every page as the user sees it, loaded without a QML warning, photographed for a look by eye.
 TEST_F(OnboardingModelTest, WindowShowsEveryPage)
 {
     test::useSoftwareRendering();

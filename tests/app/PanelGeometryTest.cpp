@@ -30,31 +30,23 @@ TEST(PanelGeometryTest, PointerPicksTheScreen)
     EXPECT_EQ(PanelGeometry::availableAreaAt({0, 0}, {}), std::nullopt);
 }
 
-// Resizing keeps the top edge and the centre, and stays inside the available area; empty sizes are ignored.
-TEST(PanelGeometryTest, ResizingStaysInsideTheArea)
+TEST(PanelGeometryTest, ResizingKeepsTheTopAndTheCentreInsideTheArea)
 {
-    struct Row
-    {
-        const char* name;
-        QRect old;
-        QSize size;
-        QRect area;
-        QRect expected;
-    };
     const QRect centred(640, 436, 640, 240);
-    for (const Row& row : {
-             Row{"grows down", centred, {640, 420}, mainAvailable, QRect(640, 436, 640, 420)},
-             Row{"shrinks to the centre", centred, {600, 180}, mainAvailable, QRect(660, 436, 600, 180)},
-             Row{"moves up from the bottom", {640, 900, 640, 120}, {640, 400}, mainAvailable, {640, 680, 640, 400}},
-             Row{"too tall", {640, 900, 640, 120}, {640, 5000}, mainAvailable, {640, 32, 640, 1048}},
-             Row{"past the right", {1900, 100, 20, 100}, {640, 100}, mainAvailable, {1280, 100, 640, 100}},
-             Row{"past the left", {0, 100, 20, 100}, {640, 100}, mainAvailable, {0, 100, 640, 100}},
-             Row{"second screen", {2000, 10, 640, 240}, {640, 300}, secondAvailable, {2000, 10, 640, 300}},
-             Row{"no width", centred, {0, 300}, mainAvailable, centred},
-             Row{"negative height", centred, {640, -1}, mainAvailable, centred},
-             Row{"no frame yet", QRect(), {640, 240}, mainAvailable, centred},
-         }) {
-        EXPECT_EQ(PanelGeometry::resized(row.old, row.size, row.area), row.expected) << row.name;
+    const std::tuple<const char*, QRect, QSize, QRect, QRect> rows[] = {
+        {"grows down", centred, {640, 420}, mainAvailable, QRect(640, 436, 640, 420)},
+        {"shrinks to the centre", centred, {600, 180}, mainAvailable, QRect(660, 436, 600, 180)},
+        {"moves up from the bottom", {640, 900, 640, 120}, {640, 400}, mainAvailable, {640, 680, 640, 400}},
+        {"too tall", {640, 900, 640, 120}, {640, 5000}, mainAvailable, {640, 32, 640, 1048}},
+        {"past the right", {1900, 100, 20, 100}, {640, 100}, mainAvailable, {1280, 100, 640, 100}},
+        {"past the left", {0, 100, 20, 100}, {640, 100}, mainAvailable, {0, 100, 640, 100}},
+        {"second screen", {2000, 10, 640, 240}, {640, 300}, secondAvailable, {2000, 10, 640, 300}},
+        {"no width", centred, {0, 300}, mainAvailable, centred},
+        {"negative height", centred, {640, -1}, mainAvailable, centred},
+        {"no frame yet", QRect(), {640, 240}, mainAvailable, centred},
+    };
+    for (const auto& [name, old, size, area, expected] : rows) {
+        EXPECT_EQ(PanelGeometry::resized(old, size, area), expected) << name;
     }
 }
 

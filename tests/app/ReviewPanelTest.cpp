@@ -28,7 +28,6 @@ protected:
         panel.show(session, {[this] { ++accepted; }, [this] { ++closed; }, [this] { ++settingsOpened; }});
         test::settle(panel.window());
     }
-    // The panel on a new session of `original`.
     std::unique_ptr<Session> shown(std::string original)
     {
         auto session = fake.session(std::move(original));
@@ -36,17 +35,10 @@ protected:
         return session;
     }
 
-    // Runs the session to a finished reply, or to a failure.
-    void finish(Session& session, const std::string& reply)
+    void finish(Session& session, const std::string& reply, std::optional<ProviderError> error = {})
     {
         session.start();
-        fake.complete({reply});
-        test::settle(panel.window());
-    }
-    void fail(Session& session, ProviderError error)
-    {
-        session.start();
-        fake.fail(std::move(error));
+        error ? fake.fail(std::move(*error)) : fake.complete({reply});
         test::settle(panel.window());
     }
 
@@ -95,7 +87,7 @@ TEST_F(ReviewPanelTest, EveryPhaseRendersWithoutQmlWarnings)
     finish(*session, "Their going too the libary tomorow, and they wants to borrow some book.");
     screenshot("panel-no-changes.png");
 
-    fail(*session, ProviderError::http(401, "invalid x-api-key"));
+    finish(*session, "", ProviderError::http(401, "invalid x-api-key"));
     screenshot("panel-error.png");
 
     EXPECT_EQ(recorder.warnings(), "");
@@ -131,7 +123,7 @@ TEST_F(ReviewPanelTest, KeysActOnEachPhase)
     test::settle(panel.window());
     QTest::keyClick(panel.window(), Qt::Key_Return);
     EXPECT_EQ(closed, 1) << "\"Keep original\" ends the correction";
-    fail(*session, ProviderError::timeout());
+    finish(*session, "", ProviderError::timeout());
     QTest::keyClick(panel.window(), Qt::Key_Return);
     EXPECT_EQ(fake.streams.size(), 4U) << "Return retries";
     QTest::keyClick(panel.window(), Qt::Key_Escape);

@@ -65,7 +65,6 @@ TEST(ReviewTextsTest, SubtitleCountsChangesOnlyForAResultAndTheStatusNamesTheApp
     EXPECT_EQ(ReviewTexts::statusLine(ReviewPhase::result, QString("Mousepad")), "");
 }
 
-// Only a failure the user can fix in Settings (no key, a rejected key) offers to open them.
 TEST(ReviewTextsTest, OnlyKeyFailuresOfferSettings)
 {
     const auto offers = [](ProviderError error) {

@@ -85,7 +85,6 @@ TEST_F(ShortcutSettingsTest, RecordingRefusesTakenOrReservedKeysAndKeepsTheCurre
     EXPECT_EQ(m_platform.registered(ShortcutSettings::fixGrammar), superJ);
 }
 
-// The recorder in the settings field: it shows what it records and pauses the shortcut meanwhile.
 class ShortcutRecorderTest : public ShortcutSettingsTest
 {
 protected:

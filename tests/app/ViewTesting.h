@@ -26,7 +26,6 @@ public:
     WarningRecorder(const WarningRecorder&) = delete;
     WarningRecorder& operator=(const WarningRecorder&) = delete;
 
-    // One warning a line, empty when there were none.
     [[nodiscard]] std::string warnings() const
     {
         const QMutexLocker lock(&m_mutex);

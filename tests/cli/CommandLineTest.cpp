@@ -68,7 +68,6 @@ protected:
         return test::runProcess("/bin/sh", shellArgs, options);
     }
 
-    // `vesk correct` against the scripted server, which replies `deltas`.
     ProcessResult correctThroughServer(std::vector<std::string> args, std::vector<std::string> deltas,
                                        const std::string& input, const std::string& shell = {})
     {
@@ -81,7 +80,6 @@ public:
     const QTemporaryDir& home() const { return m_home; }
     std::string historyFile() const { return m_home.filePath("data/Vesk/vesk/history.sqlite3").toStdString(); }
 
-    // One statement on the history file behind vesk's back.
     void sql(const std::string& statement) const
     {
         sqlite3* db = nullptr;
@@ -155,7 +153,6 @@ struct RefusalRow
 
 using CommandLineRefusalTest = ParamTest<RefusalRow>;
 
-// Bad input, bad usage or a missing key never reach the provider.
 TEST_P(CommandLineRefusalTest, ExitsWithoutARequest)
 {
     std::vector<std::string> args;
@@ -265,7 +262,6 @@ TEST_F(CommandLineTest, CorrectsThroughOpenAIAndKeepsSuccessesInTheHistory)
     EXPECT_EQ(records[1]["sourceApp"], "Command line");
     EXPECT_TRUE(std::regex_match(records[1]["date"].get<std::string>(),
                                  std::regex(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)")));
-    // One line each, newest first, white space collapsed.
     const std::string listed = vesk({"history"}).out;
     EXPECT_EQ(std::ranges::count(listed, '\n'), 2);
     EXPECT_TRUE(std::regex_search(
@@ -311,7 +307,6 @@ struct HistoryProblemRow
 
 using CommandLineHistoryProblemTest = ParamTest<HistoryProblemRow>;
 
-// A history vesk can't write never fails the correction: the output is whole, and the warning says why.
 TEST_P(CommandLineHistoryProblemTest, NamesTheProblemAndStillCorrects)
 {
     const HistoryProblemRow& row = GetParam();
@@ -331,46 +326,36 @@ TEST_P(CommandLineHistoryProblemTest, NamesTheProblemAndStillCorrects)
     std::ignore = std::system(("chattr -i " + historyFile() + " 2>/dev/null").c_str());
 }
 
-std::string manyWords()
-{
-    std::string text;
-    while (text.size() < 40'000) {
-        text += "word ";
-    }
-    return text + "end.";
-}
-
 INSTANTIATE_TEST_SUITE_P(
     , CommandLineHistoryProblemTest,
-    ::testing::Values(HistoryProblemRow{"DataFolderIsAFile",
-                                        [](const CommandLineTest& fixture) {
-                                            ASSERT_TRUE(QDir(fixture.home().filePath("data")).removeRecursively());
-                                            QFile blocker(fixture.home().filePath("data"));
-                                            ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
-                                        },
-                                        "The history file in Vesk's data folder can't be read or created.", false},
-                      // Writes past the file size limit fail as writes on a full disk do.
-                      HistoryProblemRow{"DiskFull", [](const CommandLineTest&) {},
-                                        "The disk holding the history is full; free some space and Vesk saves again.",
-                                        true, manyWords(), "trap '' XFSZ; ulimit -f 64"},
-                      HistoryProblemRow{"ReadOnly",
-                                        [](const CommandLineTest& fixture) {
-                                            ASSERT_EQ(chmod(fixture.historyFile().c_str(), 0444), 0);
-                                            if (geteuid() == 0) {
-                                                std::ignore = std::system(
-                                                    ("chattr +i " + fixture.historyFile() + " 2>/dev/null").c_str());
-                                            }
-                                        },
-                                        "The history file is read-only, so Vesk can't add to it.", true},
-                      HistoryProblemRow{
-                          "WrittenByANewerVersion",
+    ::testing::Values(
+        HistoryProblemRow{"DataFolderIsAFile",
+                          [](const CommandLineTest& fixture) {
+                              ASSERT_TRUE(QDir(fixture.home().filePath("data")).removeRecursively());
+                              QFile blocker(fixture.home().filePath("data"));
+                              ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+                          },
+                          "The history file in Vesk's data folder can't be read or created.", false},
+        // Writes past the file size limit fail as writes on a full disk do.
+        HistoryProblemRow{"DiskFull", [](const CommandLineTest&) {},
+                          "The disk holding the history is full; free some space and Vesk saves again.", true,
+                          QString("word ").repeated(8000).toStdString() + "end.", "trap '' XFSZ; ulimit -f 64"},
+        HistoryProblemRow{"ReadOnly",
+                          [](const CommandLineTest& fixture) {
+                              ASSERT_EQ(chmod(fixture.historyFile().c_str(), 0444), 0);
+                              if (geteuid() == 0) {
+                                  std::ignore =
+                                      std::system(("chattr +i " + fixture.historyFile() + " 2>/dev/null").c_str());
+                              }
+                          },
+                          "The history file is read-only, so Vesk can't add to it.", true},
+        HistoryProblemRow{"WrittenByANewerVersion",
                           [](const CommandLineTest& fixture) { fixture.sql("PRAGMA user_version = 2"); },
                           "The history was written by a newer version of Vesk; update Vesk to use it. The file is "
                           "left as it is.",
                           false}),
     test::ParamName());
 
-// Under the usual umask 022, what Vesk creates is still the user's alone.
 TEST_F(CommandLineTest, FilesAndFoldersAreTheUsersAlone)
 {
     ASSERT_EQ(correctThroughServer({}, {"Hello."}, "helo", "umask 022").exitCode, 0);
@@ -388,7 +373,6 @@ TEST_F(CommandLineTest, FilesAndFoldersAreTheUsersAlone)
     EXPECT_EQ(mode("config/Vesk/vesk.conf"), 0600U) << "the history file's own mode is HistoryStoreTest's";
 }
 
-// A running correction may not leave a core dump: the limit is 0 whatever the shell allowed.
 TEST_F(CommandLineTest, ARunningCorrectionDumpsNoCore)
 {
     QProcess running;

@@ -40,7 +40,6 @@ protected:
     }
     CorrectionRun run() const { return {ProviderID::openai, "gpt-4o-mini", CorrectionSettings{}, m_server.url("")}; }
 
-    // Starts a stream whose reply stops after its first piece and never ends.
     std::unique_ptr<CorrectionStream> stall(const CorrectionEngine& engine)
     {
         ScriptedResponse stalled = ScriptedResponse::events(streams::openAI({"Hel"}));

@@ -14,22 +14,15 @@ using FakeStream = test::FakeCorrectionEngine::Stream;
 class CorrectionSessionTest : public ::testing::Test
 {
 protected:
-    // A session that has started its run.
     std::unique_ptr<Session> started(std::string original)
     {
-        auto session = std::make_unique<Session>(Session::Reading{}, std::move(original), "", "Mousepad", fake.engine(),
-                                                 executor.executor());
+        auto session = fake.session(std::move(original));
         session->start();
         return session;
     }
-    void complete(const std::vector<std::string>& pieces, TokenUsage usage = {10, 3})
+    void fail(FakeStream& stream, ProviderError error = ProviderError::timeout())
     {
-        fake.complete(pieces, usage);
-        executor.drain();
-    }
-    void fail(FakeStream& stream)
-    {
-        stream.callbacks.onFinish(ProviderError::timeout());
+        stream.callbacks.onFinish(std::move(error));
         executor.drain();
     }
     static std::string corrected(const Session& session)
@@ -39,7 +32,7 @@ protected:
     }
 
     test::FakeCorrectionEngine fake;
-    test::ManualExecutor executor;
+    test::ManualExecutor& executor = fake.mainThread;
 };
 
 TEST_F(CorrectionSessionTest, StreamsOnTheMainThreadThenRecordsTheAcceptedResultOnce)
@@ -52,32 +45,29 @@ TEST_F(CorrectionSessionTest, StreamsOnTheMainThreadThenRecordsTheAcceptedResult
     executor.drain();
     EXPECT_EQ(session->state(), Session::State(Session::Streaming{"the"}));
 
-    complete({" cat"}, {7, 2});
+    fake.complete({" cat"}, {7, 2});
     EXPECT_EQ(corrected(*session), "the cat");
     EXPECT_FALSE(session->isRunning());
     EXPECT_EQ(session->accept(), "the cat");
     EXPECT_EQ(session->accept(), "the cat");
     ASSERT_EQ(fake.records.size(), 1U);
     const AcceptedCorrection& record = fake.records[0];
-    EXPECT_EQ(std::tuple(record.original, record.corrected, record.changeCount, record.sourceApp),
-              std::tuple("teh cat", "the cat", 1, "Mousepad"));
-    EXPECT_EQ(record.usage, (TokenUsage{7, 2}));
-    EXPECT_EQ(record.run.provider, ProviderID::anthropic);
-    EXPECT_EQ(record.run.options.strength, CorrectionStrength::grammarSpelling);
+    EXPECT_EQ(std::tuple(record.original, record.corrected, record.changeCount, record.sourceApp, record.usage,
+                         record.run.provider, record.run.options.strength),
+              std::tuple("teh cat", "the cat", 1, "Mousepad", TokenUsage{7, 2}, ProviderID::anthropic,
+                         CorrectionStrength::grammarSpelling));
 }
 
 // An HTTP error names no provider of its own: the run's provider names it.
 TEST_F(CorrectionSessionTest, FailureNamesTheRunsProvider)
 {
     auto session = started("hello");
-    fake.last().callbacks.onFinish(ProviderError::http(401, "invalid x-api-key"));
-    executor.drain();
+    fail(fake.last(), ProviderError::http(401, "invalid x-api-key"));
     ASSERT_TRUE(std::holds_alternative<Session::Failed>(session->state()));
     EXPECT_EQ(std::get<Session::Failed>(session->state()).failure.title, "Anthropic rejected the key");
     EXPECT_EQ(session->accept(), std::nullopt);
 }
 
-// A cancelled run changes nothing afterwards, and a closed session is not touched by its run.
 TEST_F(CorrectionSessionTest, CancelledOrClosedSessionIsNotTouchedByItsRun)
 {
     auto session = started("hello");
@@ -103,7 +93,7 @@ TEST_F(CorrectionSessionTest, CancelledOrClosedSessionIsNotTouchedByItsRun)
 TEST_F(CorrectionSessionTest, RerunOverlaysTheResultAndSupersededEventsAreDropped)
 {
     auto session = started("teh cat");
-    complete({"the cat"});
+    fake.complete({"the cat"});
     ASSERT_EQ(session->accept(), "the cat");
 
     session->start(); // "try again"
@@ -131,7 +121,7 @@ TEST_F(CorrectionSessionTest, FinishObserversHearResultsAndFailuresNotCancels)
     int second = 0;
     const Subscription firstObserved = session->observeFinish([&] { ++first; });
     Subscription secondObserved = session->observeFinish([&] { ++second; });
-    complete({"Hello."});
+    fake.complete({"Hello."});
     EXPECT_EQ(std::pair(first, second), std::pair(1, 1));
 
     secondObserved.reset();

@@ -64,7 +64,6 @@ public:
     std::vector<std::string> lines;
 };
 
-// A port of 127.0.0.1 that nothing listens on.
 int unusedPort()
 {
     return ScriptedProviderServer().port();
@@ -83,11 +82,6 @@ protected:
         built.headers = {{"Content-Type", "application/json"}, {"Authorization", std::string("Bearer ") + secretKey}};
         built.body = R"({"model":"gpt-4o-mini","stream":true})";
         return built;
-    }
-
-    std::optional<ProviderError> send(const HttpRequest& built, Recorder& recorder, std::stop_token stop = {})
-    {
-        return transport.send(built, recorder, std::move(stop));
     }
 
     ScriptedProviderServer server;
@@ -109,7 +103,7 @@ TEST_F(CurlTransportTest, SendsTheRequestExactlyAsBuiltOverOnePooledConnection)
     Recorder second;
     CurlTransport another;
 
-    EXPECT_EQ(send(post, first), std::nullopt);
+    EXPECT_EQ(transport.send(post, first, {}), std::nullopt);
     EXPECT_EQ(another.send(get, second, {}), std::nullopt);
 
     const auto requests = server.requests();
@@ -134,7 +128,7 @@ TEST_F(CurlTransportTest, ReportsTheHeadBeforeADelayedBody)
 {
     server.enqueue(ScriptedResponse::events({"data: late\n"}, 400ms));
     Recorder recorder;
-    std::jthread sender([&] { EXPECT_EQ(send(request(), recorder), std::nullopt); });
+    std::jthread sender([&] { EXPECT_EQ(transport.send(request(), recorder, {}), std::nullopt); });
 
     ASSERT_TRUE(test::waitUntil([&] { return recorder.heads > 0; }, 5s, 2ms));
     EXPECT_EQ(recorder.lineCount, 0u) << "the body was not sent yet";
@@ -167,7 +161,7 @@ TEST_F(CurlTransportTest, SplitsLinesAcrossChunksWhateverTheFraming)
         server.enqueue(response);
         Recorder recorder;
 
-        const auto error = send(request(), recorder);
+        const auto error = transport.send(request(), recorder, {});
 
         std::vector<std::string> expected{"data: one",   "data: two", "",
                                           "data: three", "",          "\xf0\x9f\x98\x80 " + invalid};
@@ -224,7 +218,7 @@ TEST_F(CurlTransportTest, FaultsEndAsNamed)
         Recorder recorder;
         const auto started = Clock::now();
 
-        const auto error = send(shortened, recorder);
+        const auto error = transport.send(shortened, recorder, {});
 
         EXPECT_EQ(error, fault.error) << (error ? error->description() : "no error");
         EXPECT_GE(Clock::now() - started, fault.atLeast);
@@ -251,7 +245,7 @@ TEST_F(CurlTransportTest, StopsPromptlyWhenCancelled)
         std::optional<std::optional<ProviderError>> result;
         Clock::time_point returned;
         std::jthread sender([&] {
-            result = send(request(), recorder, stop.get_token());
+            result = transport.send(request(), recorder, stop.get_token());
             returned = Clock::now();
         });
         ASSERT_TRUE(test::waitUntil([&] { return ready(recorder.lineCount); }, 5s, 2ms));
@@ -270,7 +264,7 @@ TEST_F(CurlTransportTest, StopsPromptlyWhenCancelled)
     std::stop_source stopped;
     stopped.request_stop();
     Recorder recorder;
-    EXPECT_EQ(send(request(), recorder, stopped.get_token()), std::nullopt);
+    EXPECT_EQ(transport.send(request(), recorder, stopped.get_token()), std::nullopt);
     EXPECT_EQ(recorder.heads, 0);
     EXPECT_EQ(server.connectionCount(), connections) << "nothing sent when stopped before sending";
 }
@@ -283,8 +277,8 @@ TEST_F(CurlTransportTest, StopsReadingWhenTheHandlerSaysSo)
     stopping.stopAfterLines = 2;
     Recorder next;
 
-    EXPECT_EQ(send(request(), stopping), std::nullopt);
-    EXPECT_EQ(send(request(), next), std::nullopt);
+    EXPECT_EQ(transport.send(request(), stopping, {}), std::nullopt);
+    EXPECT_EQ(transport.send(request(), next, {}), std::nullopt);
 
     EXPECT_THAT(stopping.lines, ElementsAre("one", "two"));
     EXPECT_THAT(next.lines, ElementsAre("next")) << "the next request is not disturbed";
@@ -309,7 +303,7 @@ TEST_F(CurlTransportTest, ReportsAnUntrustedCertificate)
     Recorder recorder;
     ASSERT_TRUE(test::waitUntil(
         [&] {
-            error = send(tls, recorder);
+            error = transport.send(tls, recorder, {});
             return error && error->kind() != ProviderError::Kind::transport; // refused until openssl listens
         },
         5s, 2ms));
@@ -332,7 +326,7 @@ TEST_F(CurlTransportTest, ReportsWhatCannotBeSentWithoutTheKey)
     injected.headers.emplace_back("x-api-key", std::string(secretKey) + "\r\nX-Injected: yes");
     for (const auto& [unsendable, says] : {std::pair(refused, "onnect"), std::pair(ftp, ""), std::pair(injected, "")}) {
         Recorder recorder;
-        const auto error = send(unsendable, recorder);
+        const auto error = transport.send(unsendable, recorder, {});
         ASSERT_TRUE(error.has_value()) << unsendable.url;
         EXPECT_EQ(error->kind(), ProviderError::Kind::transport);
         EXPECT_THAT(error->text(), HasSubstr(says));
@@ -351,7 +345,7 @@ TEST_F(CurlTransportTest, HonoursTheHttpProxyVariable)
     proxied.url = "http://api.vesk.invalid/v1/chat/completions";
     Recorder recorder;
 
-    EXPECT_EQ(send(proxied, recorder), std::nullopt);
+    EXPECT_EQ(transport.send(proxied, recorder, {}), std::nullopt);
     saved.empty() ? ::unsetenv("http_proxy") : ::setenv("http_proxy", saved.c_str(), 1);
 
     EXPECT_THAT(recorder.lines, ElementsAre("via proxy"));

@@ -2,6 +2,7 @@
 
 #include "support/CalendarTesting.h"
 
+#include <algorithm>
 #include <climits>
 #include <gtest/gtest.h>
 #include <ostream>
@@ -70,9 +71,7 @@ TEST(HistoryStats, ActiveDaysThisMonthAreDistinctLocalDaysOfTheCurrentMonth)
 {
     const auto activeDays = [](const char* zone, TimePoint now, const std::vector<TimePoint>& dates) {
         std::vector<Entry> entries;
-        for (const TimePoint date : dates) {
-            entries.push_back({date, 1, ""});
-        }
+        std::ranges::transform(dates, std::back_inserter(entries), [](TimePoint date) { return Entry{date, 1, ""}; });
         return HistoryStats::compute(entries, now, pinned(zone)).activeDaysThisMonth;
     };
     const auto inBerlinMarch = [&](const std::vector<TimePoint>& dates) {

@@ -222,7 +222,6 @@ INSTANTIATE_TEST_SUITE_P(
         ReplyRow("AnthropicEndTurnWithoutMessageStop", ProviderID::anthropic, 200,
                  {anthropicText("Hi."), R"(data: {"delta":{"stop_reason":"end_turn"},"usage":{"output_tokens":2}})"},
                  {delta("Hi."), done(0, 2)}, std::nullopt),
-        // A body that is no event stream says what it was.
         ReplyRow("WebPageInsteadOfAStream", ProviderID::openai, 200, {"<html>", "<body>OK</body>", "</html>"}, {},
                  ProviderError::invalidResponse("a web page instead of a stream of events")),
         ReplyRow("PlainJsonInsteadOfAStream", ProviderID::openai, 200, {R"({"error":"stream is not supported"})"}, {},
@@ -232,8 +231,6 @@ INSTANTIATE_TEST_SUITE_P(
         ReplyRow("TransferWithoutAHeadIsAnInvalidResponse", ProviderID::openai, std::nullopt, {}, {},
                  ProviderError::invalidResponse())),
     test::ParamName());
-
-// Bounds
 
 TEST_F(ProviderClientTest, TooLongOrUnencodableTextIsRefusedBeforeSending)
 {
@@ -273,7 +270,6 @@ TEST_F(ProviderClientTest, TinyDeltasAreDeliveredInFewEvents)
     EXPECT_EQ(joined, reply);
 }
 
-// The reply may reach the cap but not pass it.
 TEST_F(ProviderClientTest, ReplyOverTheCapIsRefused)
 {
     for (const std::size_t size : {limits::replyBytes, limits::replyBytes + 1}) {
@@ -283,8 +279,6 @@ TEST_F(ProviderClientTest, ReplyOverTheCapIsRefused)
                   size > limits::replyBytes ? std::optional(ProviderError::replyTooLarge()) : std::nullopt);
     }
 }
-
-// Failures
 
 TEST_F(ProviderClientTest, ThrowingConsumerEndsTheStreamWithAnError)
 {
@@ -296,8 +290,6 @@ TEST_F(ProviderClientTest, ThrowingConsumerEndsTheStreamWithAnError)
     EXPECT_EQ(outcome.error, ProviderError::transport("model gone"));
     EXPECT_EQ(transport().linesRead, 1u);
 }
-
-// Stopping
 
 // A transport stopped half-way may report an error of its own; a stop outweighs it.
 TEST_F(ProviderClientTest, StopMidStreamEndsQuietly)
@@ -312,8 +304,6 @@ TEST_F(ProviderClientTest, StopMidStreamEndsQuietly)
     EXPECT_THAT(outcome.events, ElementsAre(delta("They're")));
     EXPECT_EQ(transport().linesRead, 1u);
 }
-
-// Error messages
 
 // The message comes from the error envelope, untrimmed, or else is the whole body trimmed; the key is masked
 // wherever it occurs. A whole error reply read from its envelope is a reply above.

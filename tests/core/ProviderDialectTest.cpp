@@ -98,8 +98,6 @@ TEST(AnthropicRequest, MaxTokensFollowTheTextsByteCount)
     EXPECT_EQ(maxTokens("a", 40000), 16384) << "the cap";
 }
 
-// Stream payloads
-
 const ProviderEvent undecodable = ProviderEvent::undecodablePayload();
 
 TEST(AnthropicEvents, ReadTheirFields)

@@ -61,7 +61,6 @@ public:
         mainThread.drain();
     }
 
-    // Plays pieces of a reply that is still coming.
     void write(const std::vector<std::string>& pieces)
     {
         for (const auto& piece : pieces) {

@@ -19,7 +19,6 @@ namespace vesk::test {
 
 using Headers = std::vector<std::pair<std::string, std::string>>;
 
-// One request as it arrived.
 struct RecordedRequest
 {
     std::string method;
@@ -31,7 +30,6 @@ struct RecordedRequest
     [[nodiscard]] std::string_view header(std::string_view name) const;
 };
 
-// How one request is answered.
 struct ScriptedResponse
 {
     enum class Framing { chunked, contentLength, closeDelimited };

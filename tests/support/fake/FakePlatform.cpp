@@ -1,23 +1,6 @@
 #include "support/fake/FakePlatform.h"
 
-#include <QTimer>
-
 namespace vesk::app {
-
-void FakeClipboard::restore(const ClipboardContents& contents)
-{
-    m_contents = contents;
-    ++m_changeCount;
-    emit changed();
-}
-
-std::optional<QString> FakeClipboard::text()
-{
-    if (m_contents.kind == ClipboardContents::Kind::strings) {
-        return m_contents.strings.join(u'\n');
-    }
-    return std::nullopt;
-}
 
 bool FakeGlobalShortcut::setShortcut(const QString& name, const std::optional<KeyCombination>& combination,
                                      QString* error)
@@ -35,17 +18,6 @@ bool FakeGlobalShortcut::setShortcut(const QString& name, const std::optional<Ke
     return true;
 }
 
-std::optional<KeyCombination> FakeGlobalShortcut::registered(const QString& name) const
-{
-    const auto found = m_registered.constFind(name);
-    return found == m_registered.cend() ? std::nullopt : std::optional(*found);
-}
-
-void FakeInputSynthesizer::whenModifiersReleased(std::function<void()> ready)
-{
-    QTimer::singleShot(0, &m_timers, std::move(ready));
-}
-
 bool FakeInputSynthesizer::post(Keystroke stroke, const std::optional<WindowRef>& target)
 {
     if (!m_canPostInput) {
@@ -56,12 +28,6 @@ bool FakeInputSynthesizer::post(Keystroke stroke, const std::optional<WindowRef>
         QTimer::singleShot(5, &m_timers, [clipboard = m_clipboard, text = *m_selection] { clipboard->setText(text); });
     }
     return true;
-}
-
-void FakeInputSynthesizer::copiesSelection(FakeClipboard& clipboard, std::optional<QString> selection)
-{
-    m_clipboard = &clipboard;
-    m_selection = std::move(selection);
 }
 
 void FakeWindowSystem::activate(const WindowRef& window, std::function<void(bool)> done)

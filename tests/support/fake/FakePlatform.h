@@ -8,6 +8,7 @@
 #include <QHash>
 #include <QList>
 #include <QObject>
+#include <QTimer>
 
 namespace vesk::app {
 
@@ -16,9 +17,18 @@ class FakeClipboard : public Clipboard
 {
 public:
     ClipboardContents snapshot() override { return m_contents; }
-    void restore(const ClipboardContents& contents) override;
+    void restore(const ClipboardContents& contents) override
+    {
+        m_contents = contents;
+        ++m_changeCount;
+        emit changed();
+    }
     void setTransientText(const QString& text) override { setText(text); }
-    std::optional<QString> text() override;
+    std::optional<QString> text() override
+    {
+        using enum ClipboardContents::Kind;
+        return m_contents.kind == strings ? std::optional(m_contents.strings.join(u'\n')) : std::nullopt;
+    }
     [[nodiscard]] quint64 changeCount() const override { return m_changeCount; }
     void setText(const QString& text) { restore({ClipboardContents::Kind::strings, {text}, {}}); }
 
@@ -27,7 +37,6 @@ private:
     quint64 m_changeCount = 0;
 };
 
-// What is registered, and which keys another program holds.
 class FakeGlobalShortcut : public GlobalShortcut
 {
 public:
@@ -35,7 +44,10 @@ public:
     void setPaused(bool paused) override { m_paused = paused; }
     // Another program holds `combination`: registering it fails.
     void setTaken(const KeyCombination& combination) { m_taken.append(combination); }
-    [[nodiscard]] std::optional<KeyCombination> registered(const QString& name) const;
+    [[nodiscard]] std::optional<KeyCombination> registered(const QString& name) const
+    {
+        return m_registered.contains(name) ? std::optional(m_registered.value(name)) : std::nullopt;
+    }
     [[nodiscard]] bool isPaused() const { return m_paused; }
 
 private:
@@ -54,13 +66,17 @@ public:
     };
 
     bool canPostInput() const override { return m_canPostInput; }
-    void whenModifiersReleased(std::function<void()> ready) override;
+    void whenModifiersReleased(std::function<void()> ready) override { QTimer::singleShot(0, &m_timers, ready); }
     bool post(Keystroke stroke, const std::optional<WindowRef>& target) override;
 
     void setCanPostInput(bool canPost) { m_canPostInput = canPost; }
     // The target application copies `selection` to `clipboard` shortly after each copy stroke; with no
     // selection it ignores the stroke, as an application with nothing selected does.
-    void copiesSelection(FakeClipboard& clipboard, std::optional<QString> selection);
+    void copiesSelection(FakeClipboard& clipboard, std::optional<QString> selection)
+    {
+        m_clipboard = &clipboard;
+        m_selection = std::move(selection);
+    }
     [[nodiscard]] const QList<PostedStroke>& posted() const { return m_posted; }
 
 private:
