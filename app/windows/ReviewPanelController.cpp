@@ -207,7 +207,10 @@ void ReviewPanelController::focus()
 void ReviewPanelController::hide(std::function<void()> keyboardLeft)
 {
     const QPointer<QWindow> view = d->window.window();
-    const bool hadKeyboard = view != nullptr && QGuiApplication::focusWindow() == view;
+    // Only where the desktop gives windows the keyboard does the next stroke have to wait for it to leave;
+    // elsewhere (X11) the source app is activated before the stroke.
+    const bool hadKeyboard =
+        d->showing == Showing::onceCopied && view != nullptr && QGuiApplication::focusWindow() == view;
     d->waitsForFocus = false;
     d->ready = nullptr;
     d->window.close();

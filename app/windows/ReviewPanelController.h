@@ -42,7 +42,8 @@ public:
     // Takes keyboard focus so Return, Escape and Ctrl+R reach the panel.
     void focus();
     // Hides the panel; `keyboardLeft`, when given, runs once the desktop has taken the keyboard from it (at
-    // once when it had none, at the latest after `keyboardLeaveLimit`).
+    // once when it had none, at the latest after `keyboardLeaveLimit`). Where the panel shows at the press,
+    // Vesk hands the keyboard back to the source app itself, and `keyboardLeft` runs at once.
     void hide(std::function<void()> keyboardLeft = {});
     [[nodiscard]] bool isVisible() const;
     // The panel's window, for placement checks and screenshots.
