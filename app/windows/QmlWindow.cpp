@@ -80,13 +80,8 @@ QQuickView& QmlWindow::open(const QVariantMap& properties)
             m_setup(*m_window);
         }
         connect(m_window, &QWindow::visibleChanged, this, [this](bool visible) {
-            if (visible) {
-                return;
-            }
-            if (m_lifetime == Lifetime::whileOpen) {
-                releaseWhenHidden();
-            } else {
-                m_idle.start();
+            if (!visible) {
+                letGo();
             }
         });
         useModule(*m_window->engine());
@@ -102,8 +97,22 @@ QQuickView& QmlWindow::open(const QVariantMap& properties)
 
 void QmlWindow::close()
 {
-    if (m_window != nullptr) {
-        m_window->hide();
+    if (m_window == nullptr) {
+        return;
+    }
+    if (m_window->isVisible()) {
+        m_window->hide(); // and the visibility change lets go of it
+    } else {
+        letGo(); // built but never shown: no visibility change will come
+    }
+}
+
+void QmlWindow::letGo()
+{
+    if (m_lifetime == Lifetime::whileOpen) {
+        releaseWhenHidden();
+    } else {
+        m_idle.start();
     }
 }
 

@@ -61,6 +61,8 @@ signals:
     void built(QQuickView& window);
 
 private:
+    // A hidden window goes at once (whileOpen) or after it has stayed hidden a while (whileInUse).
+    void letGo();
     void releaseWhenHidden();
 
     QString m_viewName;
