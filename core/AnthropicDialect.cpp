@@ -78,8 +78,11 @@ private:
         if (message == nullptr) {
             return true;
         }
-        const Json* usage = message->is_object() ? JsonFields::member(*message, "usage") : nullptr;
-        return message->is_object() && (usage == nullptr || readUsage(*usage, result.promptTokens, ignored));
+        if (!message->is_object()) {
+            return false;
+        }
+        const Json* usage = JsonFields::member(*message, "usage");
+        return usage == nullptr || readUsage(*usage, result.promptTokens, ignored);
     }
 };
 

@@ -36,7 +36,7 @@ struct HttpRequest
 std::string endpointUrl(std::string_view baseUrl, std::string_view path);
 
 
-// The request builder both dialects share: POST, a 60-second idle time-out, "Content-Type:
+// A provider call's request: POST, a 60-second idle time-out, "Content-Type:
 // application/json", then the provider's headers, then the JSON body. Fails only when the body cannot
 // be encoded (text that is not valid UTF-8); the error is a readable description.
 Expected<HttpRequest, std::string>

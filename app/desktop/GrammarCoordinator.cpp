@@ -45,7 +45,7 @@ void GrammarCoordinator::correctSelection()
     SelectionAccess::StrokeGate panelClosed;
     if (m_current) {
         m_current->session->cancel();
-        panelClosed = [this](std::function<void()> keyboardLeft) { m_panel.hide(std::move(keyboardLeft)); };
+        panelClosed = m_panel.hide;
     }
     qCDebug(lcCoordinator) << "Correction asked for";
     SelectionCapture capture = m_selection.start(panelClosed);

@@ -67,7 +67,6 @@ struct ReviewPanelController::Private
     bool composited = true;
     bool waitsForFocus = false; // shown with the focus, once the text is in
     QQuickView* ready = nullptr; // built for the current show while it waits for the focus
-    int shows = 0;
 };
 
 void ReviewPanelController::Private::setUp(QQuickView& view)
@@ -158,8 +157,8 @@ void ReviewPanelController::show(CorrectionSession& session, PanelActions action
     }
     // Shown once the text is in, the panel is built a turn of the event loop later, while the copy stroke
     // (posted from an earlier turn) is on its way.
-    QTimer::singleShot(0, this, [this, shown = ++d->shows] {
-        if (shown == d->shows && d->waitsForFocus && d->ready == nullptr) {
+    QTimer::singleShot(0, this, [this] {
+        if (d->waitsForFocus && d->ready == nullptr) {
             d->ready = d->open();
         }
     });

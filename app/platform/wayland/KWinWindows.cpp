@@ -106,32 +106,26 @@ KWinWindows::~KWinWindows()
     }
 }
 
-void KWinWindows::load(const QString& pluginName, const QString& source, std::function<void(bool)> done)
+void KWinWindows::load(const QString& pluginName, const QString& source)
 {
-    if (!done) {
-        done = [](bool) {};
-    }
     const QString path = scriptFile(pluginName);
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(source.toUtf8()) < 0) {
         qCWarning(lcPlatform) << "Can't write the KWin script" << path << file.errorString();
-        done(false);
         return;
     }
     file.close();
-    const auto run = [this, pluginName, done](const QDBusMessage& loaded) {
+    const auto run = [this, pluginName](const QDBusMessage& loaded) {
         const int id = loaded.type() == QDBusMessage::ReplyMessage ? loaded.arguments().value(0).toInt() : -1;
         if (id < 0) {
             qCWarning(lcPlatform) << "KWin did not load the script" << pluginName << loaded.errorMessage();
-            done(false);
             return;
         }
         // Plasma 6 exports a loaded script as /Scripting/ScriptN, 5.27 as /N.
-        const auto ran = [pluginName, done](const QDBusMessage& reply) {
+        const auto ran = [pluginName](const QDBusMessage& reply) {
             if (reply.type() == QDBusMessage::ErrorMessage) {
                 qCWarning(lcPlatform) << "KWin did not run the script" << pluginName << reply.errorMessage();
             }
-            done(reply.type() != QDBusMessage::ErrorMessage);
         };
         const QString script = QStringLiteral("org.kde.kwin.Script");
         callKWin(QStringLiteral("/Scripting/Script%1").arg(id), script, QStringLiteral("run"), {}, &m_calls,

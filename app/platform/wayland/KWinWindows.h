@@ -38,7 +38,7 @@ public slots:
     Q_SCRIPTABLE void activated(const QString& windowId, const QString& desktopFileName, const QString& resourceClass);
 
 private:
-    void load(const QString& pluginName, const QString& source, std::function<void(bool)> done = {});
+    void load(const QString& pluginName, const QString& source);
     quint64 idOf(const QString& windowId);
 
     QString m_kwin; // KWin's unique name on the bus: reports from anyone else are ignored
