@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <iostream>
 #include <sstream>
 #include <thread>
@@ -71,9 +70,7 @@ int main(int argc, char** argv)
         return 1;
     }
     const auto clipboard = [&] { return desktop->clipboard("text/plain"); };
-    BackgroundProcess owner(VESK_CLIPBOARD_OWNER, {"--text", userClipboard},
-                            (session.directory() / "owner.log").string());
-    if (!waitUntil([&] { return clipboard() == userClipboard; }, 5s) || !desktop->startVesk() ||
+    if (!desktop->holdClipboard({"--text", userClipboard}) || !desktop->startVesk() ||
         !desktop->openEditor(mousepad, typo)) {
         std::cerr << "set-up failed\n" << desktop->describe("bench-failed") << session.log();
         return 1;

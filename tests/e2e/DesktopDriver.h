@@ -64,6 +64,9 @@ public:
     // What the desktop shows, for a failure report (on X11 with a screenshot saved as `shot`).
     [[nodiscard]] virtual std::string describe(const std::string& shot) = 0;
 
+    // Another program takes the clipboard with `formats` (the clipboard owner's options) and holds it; false
+    // when its text never showed.
+    bool holdClipboard(const std::vector<std::string>& formats);
     // Opens `text` in `editor` and waits until it has the keys; false when it never did.
     bool openEditor(const Target& editor, const std::string& text);
     // Saves with Ctrl+S whenever `editor` has the focus until the file holds `expected`; what it held last.
@@ -72,6 +75,7 @@ public:
 protected:
     VeskSession& m_vesk;
     std::unique_ptr<BackgroundProcess> m_editor;
+    std::unique_ptr<BackgroundProcess> m_owner;
 };
 
 } // namespace vesk::e2e

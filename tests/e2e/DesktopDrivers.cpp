@@ -25,6 +25,14 @@
 
 namespace vesk::e2e {
 
+bool DesktopDriver::holdClipboard(const std::vector<std::string>& formats)
+{
+    m_owner = std::make_unique<BackgroundProcess>(VESK_CLIPBOARD_OWNER, formats, m_vesk.directory() / "owner.log");
+    const auto text = std::find(formats.begin(), formats.end(), "--text");
+    const std::string held = text != formats.end() ? *std::next(text) : std::string();
+    return waitUntil([&] { return clipboard("text/plain") == held; }, 5s);
+}
+
 bool DesktopDriver::openEditor(const Target& editor, const std::string& text)
 {
     std::ofstream(m_vesk.document(), std::ios::binary) << text;

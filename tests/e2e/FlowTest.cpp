@@ -17,14 +17,6 @@ void FlowTest::start(const Target& editor, const std::string& text, const std::v
     ASSERT_NO_FATAL_FAILURE(holdClipboard(formats));
 }
 
-void FlowTest::holdClipboard(const std::vector<std::string>& formats)
-{
-    m_owner = std::make_unique<BackgroundProcess>(VESK_CLIPBOARD_OWNER, formats, m_vesk.directory() / "owner.log");
-    const auto text = std::find(formats.begin(), formats.end(), "--text");
-    const std::string held = text != formats.end() ? *std::next(text) : std::string();
-    ASSERT_TRUE(waitUntil([&] { return clipboard() == held; }, 5s)) << "the clipboard wasn't taken";
-}
-
 void FlowTest::correct(bool review, bool fixCommand, std::size_t n)
 {
     press({"ctrl+a"});

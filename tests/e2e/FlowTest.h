@@ -47,7 +47,10 @@ protected:
     void startVesk() { ASSERT_TRUE(m_desktop->startVesk()) << "vesk did not start"; }
     // Vesk, then `editor` with `text`, then the clipboard held with `formats` by another program.
     void start(const Target& editor, const std::string& text, const std::vector<std::string>& formats);
-    void holdClipboard(const std::vector<std::string>& formats);
+    void holdClipboard(const std::vector<std::string>& formats)
+    {
+        ASSERT_TRUE(m_desktop->holdClipboard(formats)) << "the clipboard wasn't taken";
+    }
     void press(const std::vector<std::string>& strokes) { ASSERT_EQ(m_desktop->press(strokes), ""); }
     [[nodiscard]] std::string clipboard() const { return m_desktop->clipboard("text/plain"); }
     [[nodiscard]] bool hasFocus() const { return m_desktop->hasFocus(m_target); }
@@ -68,7 +71,6 @@ protected:
     VeskSession m_vesk;
     std::unique_ptr<DesktopDriver> m_desktop = DesktopDriver::forThisSession(m_vesk);
     Target m_target{};
-    std::unique_ptr<BackgroundProcess> m_owner;
 };
 
 } // namespace vesk::e2e

@@ -3,20 +3,19 @@
 // Texts kept byte for byte in tests/core/golden/<name>.txt: whole prompts, the failure texts. After a
 // deliberate change, run the tests with VESK_UPDATE_GOLDEN=1 to rewrite the files, and read the diff.
 
+#include "support/Process.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
 #include <string>
 
 namespace vesk::test {
 
 inline std::string readGolden(const std::string& name)
 {
-    std::ostringstream golden;
-    golden << std::ifstream(std::filesystem::path(VESK_GOLDEN_DIR) / (name + ".txt"), std::ios::binary).rdbuf();
-    return golden.str();
+    return readFile(std::filesystem::path(VESK_GOLDEN_DIR) / (name + ".txt"));
 }
 
 inline void expectGolden(const std::string& name, const std::string& actual)

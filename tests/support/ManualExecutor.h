@@ -8,8 +8,9 @@
 
 namespace vesk::test {
 
-struct ManualExecutor
+class ManualExecutor
 {
+public:
     // The executor to hand to the code under test; it must not outlive this object.
     std::function<void(std::function<void()>)> executor()
     {
@@ -28,6 +29,7 @@ struct ManualExecutor
         return count;
     }
 
+private:
     std::deque<std::function<void()>> queue;
 };
 
